@@ -27,9 +27,9 @@ char* KavGetRunDirectory(const char* path);
 /* Creates one directory. 0 on success, nonzero when it could not be made or was there before. */
 int KavMkdir(const char* path);
 
-/* Deletes a directory with everything in it. Symbolic links are removed, never followed (a path that
- * is itself a link loses the link only). Depth and names are unlimited. 0 when nothing is left,
- * nonzero when path is no directory or something could not be deleted. */
+/* Deletes a directory with everything in it. Symbolic links are removed, never followed (a path
+ * that is itself a link loses the link only). Depth and names are unlimited. 0 when nothing is
+ * left, nonzero when path is no directory or something could not be deleted. */
 int KavDeleteDir(const char* path);
 
 /* The local time, formatted as strftime() does. size is that of the result in bytes, the final NUL

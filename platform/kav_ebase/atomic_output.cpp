@@ -1,0 +1,131 @@
+// The output file, which appears whole or not at all.
+#include "platform/kav_ebase/atomic_output.h"
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+
+#include "platform/kav_ebase/kav_ebase.h"
+
+namespace {
+
+constexpr mode_t kNewFileMode = 0666;  // the process's umask decides
+constexpr mode_t kPermissionBits = 0777;
+constexpr int kMostLinks = 40;
+constexpr int kMostNameTrials = 100;
+
+std::string DirectoryPart(const std::string& path) {
+  return path.substr(0, path.rfind('/') + 1);  // with its slash; empty when there is none
+}
+
+// The path at the end of a chain of symbolic links; nothing when the chain does not end.
+std::optional<std::string> FollowLinks(std::string path) {
+  std::array<char, PATH_MAX> target{};
+  for (int links = 0; links <= kMostLinks; ++links) {
+    const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+    if (length < 0) return path;
+    const std::string next(target.data(), static_cast<size_t>(length));
+    path = next.starts_with('/') ? next : DirectoryPart(path) + next;
+  }
+  return std::nullopt;
+}
+
+// Empty when the system has no random bytes for it.
+std::string FreshName() {
+  uint64_t number = 0;
+  if (getrandom(&number, sizeof number, 0) != sizeof number) return {};
+  std::array<char, 32> name{};
+  const int length = snprintf(name.data(), name.size(), ".kav-%016jx", uintmax_t{number});
+  return {name.data(), static_cast<size_t>(length)};
+}
+
+// Calls attempt(name) with fresh names until one is not taken. The name of the success, else empty.
+template <typename Attempt>
+std::string WithFreshName(Attempt attempt) {
+  for (int trial = 0; trial < kMostNameTrials; ++trial) {
+    std::string name = FreshName();
+    if (name.empty()) return {};
+    if (attempt(name.c_str())) return name;
+    if (errno != EEXIST) return {};
+  }
+  return {};
+}
+
+std::string DescriptorPath(int descriptor) {
+  return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
+// Some file systems know no synchronisation, which they answer with EINVAL.
+bool Synchronise(int descriptor) {
+  return fsync(descriptor) == 0 || errno == EINVAL;
+}
+
+}  // namespace
+
+AtomicOutput::~AtomicOutput() {
+  if (!temporaryName.empty()) unlinkat(directory.Get(), temporaryName.c_str(), 0);
+}
+
+int AtomicOutput::Open(const char* path) {
+  const std::optional<std::string> destination = FollowLinks(path);
+  if (!destination) return KAV_EBASE_E_OUTPUT;
+  const std::string folder = DirectoryPart(*destination);
+  baseName = destination->substr(folder.size());
+  directory =
+      UniqueFd(open(folder.empty() ? "." : folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (baseName.empty() || !directory) return KAV_EBASE_E_OUTPUT;
+
+  struct stat replaced {};
+  const bool exists =
+      fstatat(directory.Get(), baseName.c_str(), &replaced, AT_SYMLINK_NOFOLLOW) == 0;
+  if (exists ? !S_ISREG(replaced.st_mode) : errno != ENOENT) return KAV_EBASE_E_OUTPUT;
+
+  if (!OpenUnnamed() && !OpenNamed()) return KAV_EBASE_E_OUTPUT;
+  // Before the first byte: what nobody else may read is never readable on the way either.
+  if (exists && fchmod(Fd(), replaced.st_mode & kPermissionBits) != 0) return KAV_EBASE_E_OUTPUT;
+  return KAV_EBASE_OK;
+}
+
+int AtomicOutput::Commit() {
+  if (!Synchronise(Fd())) return KAV_EBASE_E_WRITE;
+  if (temporaryName.empty() && !GiveName()) return KAV_EBASE_E_WRITE;
+  const int folder = directory.Get();
+  if (renameat(folder, temporaryName.c_str(), folder, baseName.c_str()) != 0) {
+    return KAV_EBASE_E_WRITE;
+  }
+  temporaryName.clear();
+  return KAV_EBASE_OK;
+}
+
+bool AtomicOutput::OpenUnnamed() {
+  UniqueFd unnamed(openat(directory.Get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, kNewFileMode));
+  // Only through /proc can any process give it a name.
+  if (!unnamed || access(DescriptorPath(unnamed.Get()).c_str(), F_OK) != 0) return false;
+  file = std::move(unnamed);
+  return true;
+}
+
+bool AtomicOutput::OpenNamed() {
+  temporaryName = WithFreshName([this](const char* name) {
+    constexpr int kFlags = O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC;
+    file = UniqueFd(openat(directory.Get(), name, kFlags, kNewFileMode));
+    return static_cast<bool>(file);
+  });
+  return !temporaryName.empty();
+}
+
+bool AtomicOutput::GiveName() {
+  temporaryName = WithFreshName([this](const char* name) {
+    const std::string unnamed = DescriptorPath(Fd());
+    return linkat(AT_FDCWD, unnamed.c_str(), directory.Get(), name, AT_SYMLINK_FOLLOW) == 0;
+  });
+  return !temporaryName.empty();
+}
