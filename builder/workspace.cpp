@@ -1,0 +1,98 @@
+// The working directory of a book: layout, fixed files, construction and tear-down of the builder.
+#include <string_view>
+
+#include "builder/epub_base.h"
+#include "builder/memory.h"
+#include "fileutil/output_file.h"
+#include "platform/kav_tool/kav_tool.h"
+#include "xml/xml_base.h"
+
+namespace {
+
+constexpr char kTempName[] = "epub_temp";
+constexpr char kMimetype[] = "application/epub+zip";
+constexpr char kStyleSheetName[] = "main.css";
+constexpr std::string_view kCssEnd = "###";
+
+enum class Written { kWhole, kInPart, kNotOpened };
+
+Written WriteFile(const std::string& path, std::string_view content) {
+  OutputFile file(path);
+  if (!file.IsOpen()) return Written::kNotOpened;
+  file.Write(content);
+  return file.Close() ? Written::kWhole : Written::kInPart;
+}
+
+std::string TempDirBelow(const std::string& root) {
+  return root.empty() || root.back() == '/' ? root + kTempName : root + "/" + kTempName;
+}
+
+}  // namespace
+
+EpubBase::EpubBase() : memory(std::make_unique<Memory>()) {}
+
+EpubBase::~EpubBase() = default;
+
+void EpubBase::Destory() {
+  opfFile.reset();
+  ncxFile.reset();
+  pageFile.reset();
+}
+
+int EpubBase::Init(const char* root, const char* title, const char* author) {
+  if (KavIsFileOrDirExists(root) == 0) return EPUB_E_MISSING;
+  tempDir = TempDirBelow(root);
+  bookDir = tempDir + "/epub";
+  if (KavIsFileOrDirExists(tempDir.c_str()) != 0) KavDeleteDir(tempDir.c_str());
+  for (const char* below : {"", "/epub", "/epub/META-INF", "/epub/OEBPS", "/epub/OEBPS/images"}) {
+    KavMkdir((tempDir + below).c_str());
+  }
+
+  const std::string containerPath = bookDir + "/META-INF/container.xml";
+  if (const auto code = XMLFile().GenerateContainerFile(containerPath.c_str()); code != EPUB_OK) {
+    return static_cast<int>(code);
+  }
+  dtdPath = tempDir + "/xhtml1-strict.dtd";
+  const Written dtd = WriteFile(dtdPath, kXhtml1StrictDtd[0]);
+  if (dtd == Written::kNotOpened) return EPUB_E_OPEN;
+  if (dtd == Written::kInPart) memory->isIncomplete = true;
+  if (const int code = GenerateMimetypeFile(); code != EPUB_OK) return code;
+
+  ncxFile = std::make_unique<XMLFile>();
+  if (const auto code = ncxFile->InitNcxFile(title); code != EPUB_OK) return static_cast<int>(code);
+  opfFile = std::make_unique<XMLFile>();
+  if (const auto code = opfFile->InitOpfFile(title, author); code != EPUB_OK) {
+    return static_cast<int>(code);
+  }
+  cssPath = bookDir + "/OEBPS/" + kStyleSheetName;
+  if (const int code = GenerateCSSFile(); code != EPUB_OK) return code;
+  return static_cast<int>(opfFile->AddRecordToOpf(kStyleSheetName));
+}
+
+int EpubBase::GenerateMimetypeFile() {
+  const Written mimetype = WriteFile(bookDir + "/mimetype", kMimetype);
+  if (mimetype == Written::kNotOpened) return EPUB_E_OPEN;
+  if (mimetype == Written::kInPart) memory->isIncomplete = true;
+  return EPUB_OK;
+}
+
+int EpubBase::GenerateCSSFile() {
+  OutputFile file(cssPath);
+  if (!file.IsOpen()) return EPUB_E_STYLE_SHEET;
+  for (const char* const* fragment = kCssRes; *fragment != kCssEnd; ++fragment) {
+    file.Write(*fragment);
+  }
+  if (!file.Close()) memory->isIncomplete = true;
+  return EPUB_OK;
+}
+
+int EpubBase::AppendPropToCSS(const char* text) {
+  OutputFile file(cssPath, OutputFile::Mode::kAppend);
+  if (file.IsOpen() && text != nullptr) file.Write(text);
+  if (!file.Close()) memory->isIncomplete = true;
+  return EPUB_OK;
+}
+
+int EpubBase::ClearData() {
+  return KavDeleteDir(tempDir.c_str()) == 0 ? EPUB_OK : EPUB_E_FAILED;
+}

@@ -1,0 +1,59 @@
+// Buffered reading of a text file, cut into lines of bounded length.
+#include "convert/text_chunks.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace {
+
+constexpr size_t kLongestChunk = 254;
+
+// A conversion reads its text twice, which only a regular file allows; opening a pipe would wait.
+int OpenRegularFile(const char* path) {
+  const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (descriptor < 0) return -1;
+  struct stat status = {};
+  if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) return descriptor;
+  close(descriptor);
+  return -1;
+}
+
+}  // namespace
+
+TextChunks::TextChunks(const char* path) : descriptor(OpenRegularFile(path)) {}
+
+TextChunks::~TextChunks() {
+  if (IsOpen()) close(descriptor);
+}
+
+bool TextChunks::Fill() {
+  ssize_t count = -1;
+  do {
+    count = read(descriptor, buffer.data(), buffer.size());
+  } while (count < 0 && errno == EINTR);
+  failed = count < 0;
+  if (count > 0) unread = {buffer.data(), static_cast<size_t>(count)};
+  return count > 0;
+}
+
+bool TextChunks::Next() {
+  text.clear();
+  size_t room = kLongestChunk;
+  bool isLineEnd = false;
+  while (room > 0 && !isLineEnd) {
+    if (unread.empty() && !Fill()) return room < kLongestChunk && !failed;
+    const std::string_view window = unread.substr(0, room);
+    const size_t lineFeed = window.find('\n');
+    isLineEnd = lineFeed != std::string_view::npos;
+    const std::string_view piece = isLineEnd ? window.substr(0, lineFeed + 1) : window;
+    std::copy_if(piece.begin(), piece.end(), std::back_inserter(text),
+                 [](char c) { return c != '\0'; });
+    room -= piece.size();
+    unread.remove_prefix(piece.size());
+  }
+  return true;
+}

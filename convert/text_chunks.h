@@ -1,0 +1,40 @@
+// The lines of a text file as a conversion sees them.
+#ifndef KAV_EPUB_TEXT_CHUNKS_H
+#define KAV_EPUB_TEXT_CHUNKS_H
+
+#include <array>
+#include <string>
+#include <string_view>
+
+inline constexpr int kLinesPerPage = 60;
+
+// Reads a regular file in chunks that end after a line feed or after 254 bytes.
+class TextChunks {
+ public:
+  explicit TextChunks(const char* path);
+  ~TextChunks();
+  TextChunks(const TextChunks&) = delete;
+  TextChunks& operator=(const TextChunks&) = delete;
+
+  bool IsOpen() const { return descriptor >= 0; }
+
+  // Moves to the next chunk; false at the end of the file, and when it cannot be read.
+  bool Next();
+
+  // The chunk without its NUL bytes: no document can hold one, and the text behind it counts.
+  const std::string& Text() const { return text; }
+
+  // Whether the end was reached because reading failed.
+  bool HasFailed() const { return failed; }
+
+ private:
+  bool Fill();
+
+  int descriptor;
+  bool failed = false;
+  std::array<char, 1 << 16> buffer;
+  std::string_view unread;
+  std::string text;
+};
+
+#endif

@@ -1,0 +1,49 @@
+// Unbuffered writing to a file descriptor, with interrupted and partial writes continued.
+#include "fileutil/output_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace {
+
+constexpr mode_t kNewFileMode = 0666;  // less the umask
+
+int OpenForWriting(const std::string& path, OutputFile::Mode mode) {
+  const int disposition = mode == OutputFile::Mode::kAppend ? O_APPEND : O_TRUNC;
+  int descriptor = -1;
+  do {
+    descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | disposition, kNewFileMode);
+  } while (descriptor < 0 && errno == EINTR);
+  return descriptor;
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& path, Mode mode)
+    : descriptor(OpenForWriting(path, mode)) {}
+
+OutputFile::~OutputFile() {
+  Close();
+}
+
+bool OutputFile::Write(std::string_view bytes) {
+  while (!failed && !bytes.empty()) {
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    if (written > 0) {
+      bytes.remove_prefix(static_cast<size_t>(written));
+    } else if (errno != EINTR) {
+      failed = true;
+    }
+  }
+  return !failed;
+}
+
+bool OutputFile::Close() {
+  if (!IsOpen()) return false;
+  // A close that is interrupted has closed the descriptor all the same (Linux).
+  const bool closed = close(descriptor) == 0 || errno == EINTR;
+  descriptor = -1;
+  return closed && !failed;
+}

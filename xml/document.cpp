@@ -1,0 +1,231 @@
+// The document wrapper: creating, filling and saving one XML document.
+#include <libxml/parser.h>
+#include <libxml/xmlsave.h>
+#include <libxml/xpath.h>
+
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+
+#include "fileutil/output_file.h"
+#include "platform/kav_tool/kav_tool.h"
+#include "xml/error_silence.h"
+#include "xml/text_gate.h"
+#include "xml/xml_base.h"
+
+namespace {
+
+constexpr char kXmlVersion[] = "1.0";
+constexpr char kXhtml11PublicId[] = "-//W3C//DTD XHTML 1.1//EN";
+constexpr char kXhtml11SystemId[] = "http://www.w3.org/TR/xhtml11/DTD/xhtml11.dtd";
+constexpr char kSavedEncoding[] = "UTF-8";
+
+const xmlChar* Xml(const char* text) {
+  return reinterpret_cast<const xmlChar*>(text);
+}
+
+const xmlChar* Xml(const std::string& text) {
+  return Xml(text.c_str());
+}
+
+std::string_view View(const char* text) {
+  return text == nullptr ? "" : text;
+}
+
+// libxml2 must be set up once before threads use it.
+xmlDoc* NewDocument() {
+  static std::once_flag once;
+  std::call_once(once, xmlInitParser);
+  return xmlNewDoc(Xml(kXmlVersion));
+}
+
+void FreeDocument(xmlDoc*& doc) {
+  if (doc == nullptr) return;
+  std::free(doc->name);
+  doc->name = nullptr;
+  xmlFreeDoc(doc);
+  doc = nullptr;
+}
+
+bool IsXmlName(const char* name) {
+  return KavIsStrNullOrEmpty(name) == 0 && xmlValidateNameValue(Xml(name)) != 0;
+}
+
+// A name that XML does not know is passed over; a second attribute of one name would not be
+// well-formed either, so the last value counts. False when memory runs out.
+bool SetAttribute(xmlNode* element, const char* name, const char* value) {
+  if (!IsXmlName(name)) return true;
+  return xmlSetProp(element, Xml(name), Xml(ToXmlCharacters(View(value)))) != nullptr;
+}
+
+// Sets plain text as the content; xmlNodeSetContent would parse it again, and drop all of a text
+// in which a reference is not terminated. False when memory runs out.
+bool SetText(xmlNode* element, const std::string& text) {
+  xmlNodeSetContent(element, nullptr);
+  return text.empty() || xmlAddChild(element, xmlNewDocText(element->doc, Xml(text))) != nullptr;
+}
+
+xmlNode* AppendNew(xmlNode* parent, const char* name) {
+  return xmlAddChild(parent, xmlNewDocNode(parent->doc, nullptr, Xml(name), nullptr));
+}
+
+int WriteToFile(void* file, const char* bytes, int count) {
+  const std::string_view view(bytes, static_cast<size_t>(count));
+  return static_cast<OutputFile*>(file)->Write(view) ? count : -1;
+}
+
+}  // namespace
+
+XMLBase::XMLBase() = default;
+
+XMLBase::~XMLBase() {
+  Destroy();
+}
+
+void XMLBase::Destroy() {
+  FreeDocument(doc);
+  root = nullptr;
+  lastFound = nullptr;
+  newest.clear();
+  incomplete = false;
+}
+
+std::uint32_t XMLBase::Init() {
+  const std::uint32_t code = InitForOpf();
+  if (code != EPUB_OK) return code;
+  xmlCreateIntSubset(doc, Xml("html"), Xml(kXhtml11PublicId), Xml(kXhtml11SystemId));
+  return EPUB_OK;
+}
+
+std::uint32_t XMLBase::InitForOpf() {
+  Destroy();
+  doc = NewDocument();
+  return doc == nullptr ? EPUB_E_CREATE_DOCUMENT : EPUB_OK;
+}
+
+std::uint32_t XMLBase::AppendElement(const char* parentPath, const char* name, xmlNode*& element) {
+  if (!IsXmlName(name)) return EPUB_E_ARGUMENT;
+  if (parentPath != nullptr) {
+    xmlNode* parent = FindByRule(parentPath);
+    if (parent == nullptr) return EPUB_E_NOT_FOUND;
+    element = AppendNew(parent, name);
+    newest.erase(name);
+    if (element == nullptr) incomplete = true;
+    return EPUB_OK;
+  }
+  if (doc == nullptr) return EPUB_E_CREATE_DOCUMENT;
+  element = xmlNewDocNode(doc, nullptr, Xml(name), nullptr);
+  if (element == nullptr) return EPUB_E_CREATE_DOCUMENT;
+  root = element;
+  lastFound = nullptr;
+  newest.clear();
+  xmlFreeNode(xmlDocSetRootElement(doc, root));
+  return EPUB_OK;
+}
+
+std::uint32_t XMLBase::AddXMLNode(const char* parentPath, const char* name, XMLAttrInfo* attrs) {
+  xmlNode* element = nullptr;
+  const std::uint32_t code = AppendElement(parentPath, name, element);
+  if (element == nullptr) return code;
+  for (const XMLAttrInfo* attr = attrs; attr != nullptr; attr = attr->next) {
+    if (!SetAttribute(element, attr->name, attr->value)) incomplete = true;
+  }
+  return code;
+}
+
+std::uint32_t XMLBase::AddElement(const char* parentPath, const char* name,
+                                  std::initializer_list<XmlAttribute> attrs) {
+  xmlNode* element = nullptr;
+  const std::uint32_t code = AppendElement(parentPath, name, element);
+  if (element == nullptr) return code;
+  for (const XmlAttribute& attr : attrs) {
+    if (!SetAttribute(element, attr.name, attr.value)) incomplete = true;
+  }
+  return code;
+}
+
+std::uint32_t XMLBase::AddTextToNode(const char* path, const char* text) {
+  if (KavIsStrNullOrEmpty(path) != 0) return EPUB_E_ARGUMENT;
+  xmlNode* element = FindByRule(path);
+  if (element == nullptr) return EPUB_E_NOT_FOUND;
+  if (xmlFirstElementChild(element) != nullptr) ForgetBelow(element);
+  if (!SetText(element, ToXmlText(View(text)))) incomplete = true;
+  return EPUB_OK;
+}
+
+std::uint32_t XMLBase::SetNodeAttribute(const char* path, const char* name, const char* value) {
+  if (KavIsStrNullOrEmpty(path) != 0) return EPUB_E_ARGUMENT;
+  xmlNode* element = FindByRule(path);
+  if (element == nullptr) return EPUB_E_NOT_FOUND;
+  if (!IsXmlName(name)) return EPUB_E_ARGUMENT;
+  if (!SetAttribute(element, name, value)) incomplete = true;
+  return EPUB_OK;
+}
+
+std::uint32_t XMLBase::SaveFile(const char* fileName) {
+  if (KavIsStrNullOrEmpty(fileName) != 0) return EPUB_E_ARGUMENT;
+  if (doc == nullptr) return EPUB_E_NO_DOCUMENT;
+  const ErrorSilence silence;
+  // libxml2 takes a file name for a URI, in which "%20" is a blank, so it is not shown the name.
+  OutputFile file(fileName);
+  if (!file.IsOpen()) return EPUB_E_WRITE;
+  xmlOutputBuffer* buffer = xmlOutputBufferCreateIO(WriteToFile, nullptr, &file,
+                                                    xmlFindCharEncodingHandler(kSavedEncoding));
+  if (buffer == nullptr) return EPUB_E_WRITE;
+  const int written = xmlSaveFileTo(buffer, doc, kSavedEncoding);
+  return file.Close() && written >= 0 && !incomplete ? EPUB_OK : EPUB_E_WRITE;
+}
+
+xmlXPathObject* XMLBase::GetNodeSet(xmlDoc* doc, const xmlChar* xpath) {
+  if (doc == nullptr || xpath == nullptr) return nullptr;
+  const ErrorSilence silence;
+  const std::unique_ptr<xmlXPathContext, decltype(&xmlXPathFreeContext)> context(
+      xmlXPathNewContext(doc), &xmlXPathFreeContext);
+  if (!context) return nullptr;
+  xmlXPathObject* selected = xmlXPathEvalExpression(xpath, context.get());
+  if (selected != nullptr && xmlXPathNodeSetIsEmpty(selected->nodesetval)) {
+    xmlXPathFreeObject(selected);
+    return nullptr;
+  }
+  return selected;
+}
+
+xmlNode* XMLBase::GenerateHeadNode(const char* title) {
+  xmlNode* head = xmlNewNode(nullptr, Xml("head"));
+  if (head == nullptr) return nullptr;
+  xmlNode* heading = AppendNew(head, "title");
+  xmlNode* link = AppendNew(head, "link");
+  const bool complete =
+      heading != nullptr && link != nullptr && SetText(heading, ToXmlText(View(title))) &&
+      SetAttribute(link, "rel", "stylesheet") && SetAttribute(link, "type", "text/css") &&
+      SetAttribute(link, "href", "main.css");
+  if (complete) return head;
+  xmlFreeNode(head);
+  return nullptr;
+}
+
+std::uint32_t XMLBase::DelCommentNode(xmlNode* first) {
+  if (first == nullptr) return EPUB_E_NOT_FOUND;
+  for (xmlNode* node = first; node != nullptr;) {
+    xmlNode* next = node->next;
+    const bool isComment = xmlStrEqual(node->name, Xml("comment")) != 0;
+    if (node->type == XML_CDATA_SECTION_NODE || (isComment && node->type == XML_COMMENT_NODE)) {
+      xmlUnlinkNode(node);
+      xmlFreeNode(node);
+    } else if (!isComment && node->type == XML_ELEMENT_NODE && node->children != nullptr) {
+      DelCommentNode(node->children);
+    }
+    node = next;
+  }
+  return EPUB_OK;
+}
+
+std::uint32_t XMLBase::DelNode(xmlNode* node) {
+  if (node == nullptr) return EPUB_OK;
+  ForgetBelow(node);
+  if (lastFound == node) lastFound = nullptr;
+  if (root == node) root = nullptr;
+  xmlUnlinkNode(node);
+  xmlFreeNode(node);
+  return EPUB_OK;
+}

@@ -1,0 +1,123 @@
+// One XML document over libxml2: building by node paths, saving, and the clean-up of foreign HTML.
+//
+// Strings are NUL-terminated. Texts and attribute values may hold any bytes: what is not UTF-8
+// becomes U+FFFD and what XML 1.0 forbids is dropped, so that every document saved is well-formed.
+// Result codes are those of result_codes.h, unsigned here. An object is used by one thread at a
+// time.
+//
+// A node path is a list of element names separated by "/" (or by "\" in a path without any "/"). A
+// name matches at any depth below the element before it. With a "-" anywhere in the path the first
+// match is taken, and "tr-3" names the third "tr" among siblings; without one the newest match is.
+#ifndef KAV_EPUB_XML_BASE_H
+#define KAV_EPUB_XML_BASE_H
+
+#include <libxml/tree.h>
+#include <libxml/valid.h>
+#include <libxml/xpath.h>
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "../fileutil/export.h"
+#include "../fileutil/result_codes.h"
+
+// One attribute of a new element and the link to the next one; both texts end in a NUL.
+struct XMLAttrInfo {
+  char name[256];
+  char value[256];
+  XMLAttrInfo* next;
+};
+
+// An attribute of any length.
+struct XmlAttribute {
+  const char* name;
+  const char* value;
+};
+
+// The record of a running HTML clean-up.
+struct TRepairState;
+
+// The XHTML 1.0 Strict DTD without its character entities, followed by null.
+KAV_EPUB_API extern const char* const kXhtml1StrictDtd[2];
+
+class KAV_EPUB_API XMLBase {
+ public:
+  XMLBase();
+  virtual ~XMLBase();
+  XMLBase(const XMLBase&) = delete;
+  XMLBase& operator=(const XMLBase&) = delete;
+
+  // Releases the document ahead of the destructor; the object then holds none.
+  void Destroy();
+
+  // Creates an empty document, with the XHTML 1.1 document type declaration or without any. A
+  // former document is released. EPUB_E_CREATE_DOCUMENT when memory runs out.
+  std::uint32_t Init();
+  std::uint32_t InitForOpf();
+
+  // Appends an element, with the attributes of the chain in its order, to the element at
+  // parentPath; with a null parentPath it becomes the root, in place of a former one.
+  // EPUB_E_ARGUMENT when name is no XML name; EPUB_E_NOT_FOUND when there is no such parent;
+  // EPUB_E_CREATE_DOCUMENT when the root cannot be made.
+  std::uint32_t AddXMLNode(const char* parentPath, const char* name, XMLAttrInfo* attrs);
+  KAV_EPUB_LOCAL std::uint32_t AddElement(const char* parentPath, const char* name,
+                                          std::initializer_list<XmlAttribute> attrs = {});
+
+  // Replaces all content of the element at path by text. References in it ("&amp;", "&#38;",
+  // "&eacute;") become their characters; any other "&" stands for itself. EPUB_E_ARGUMENT without a
+  // path, EPUB_E_NOT_FOUND when it names nothing.
+  std::uint32_t AddTextToNode(const char* path, const char* text);
+
+  // Sets one attribute of the element at path, in place of a former value; "&" stands for itself.
+  // Results as for AddTextToNode; EPUB_E_ARGUMENT also when name is no XML name.
+  std::uint32_t SetNodeAttribute(const char* path, const char* name, const char* value);
+
+  // The first element that path names, among start and its following siblings; null when none.
+  xmlNode* FindNode(xmlNode* start, const char* path);
+
+  // The newest element that path names at or below start; null when none. A path of one name is
+  // first tried on the neighbours of the element found last, wherever that is.
+  xmlNode* FindLastNode(xmlNode* start, const char* path);
+
+  // Writes the document as unindented UTF-8. EPUB_E_ARGUMENT without a file name,
+  // EPUB_E_NO_DOCUMENT without a document, EPUB_E_WRITE when the file does not take all of it or
+  // memory ran out before.
+  std::uint32_t SaveFile(const char* fileName);
+
+  // The non-empty node set that an XPath expression selects in a document, to be released with
+  // xmlXPathFreeObject; null when it selects nothing.
+  static xmlXPathObject* GetNodeSet(xmlDoc* doc, const xmlChar* xpath);
+
+  // A new "head" element, in no document, with the title and a link to the book's style sheet; null
+  // when memory runs out.
+  static xmlNode* GenerateHeadNode(const char* title);
+
+  // Deletes all comments and CDATA sections at or below first and its following siblings, except
+  // below elements named "comment". EPUB_E_NOT_FOUND when first is null.
+  std::uint32_t DelCommentNode(xmlNode* first);
+
+  // Deletes a node with all below it. Always EPUB_OK.
+  std::uint32_t DelNode(xmlNode* node);
+
+ private:
+  KAV_EPUB_LOCAL std::uint32_t AppendElement(const char* parentPath, const char* name,
+                                             xmlNode*& element);
+  KAV_EPUB_LOCAL xmlNode* FindByRule(const char* path);
+  KAV_EPUB_LOCAL xmlNode* FindBesideLast(const std::string& name);
+  KAV_EPUB_LOCAL void ForgetBelow(const xmlNode* node);
+
+  xmlDoc* doc = nullptr;
+  xmlNode* root = nullptr;
+  xmlNode* lastFound = nullptr;
+  // The newest element of each name that was looked up and not added since, as a full search from
+  // the root finds it: a book of n pages looks up the same few elements n times.
+  std::unordered_map<std::string, xmlNode*> newest;
+  // Memory ran out while something was added: the document must not be taken for whole.
+  bool incomplete = false;
+};
+
+#endif
