@@ -1,0 +1,44 @@
+// A private directory for one test, removed with everything in it at the end.
+#ifndef KAV_EPUB_TESTS_TEMP_DIR_H
+#define KAV_EPUB_TESTS_TEMP_DIR_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+class TempDir {
+ public:
+  TempDir() : path(std::filesystem::temp_directory_path() / "kav-test-XXXXXX") {
+    std::string name = path.string();
+    path = mkdtemp(name.data());
+  }
+  ~TempDir() {
+    std::error_code error;
+    std::filesystem::remove_all(path, error);
+  }
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+
+  std::string operator/(const std::string& name) const { return (path / name).string(); }
+  std::string String() const { return path.string(); }
+
+  // Writes a file below the directory and returns its path.
+  std::string Write(const std::string& name, const std::string& content) const {
+    std::filesystem::create_directories((path / name).parent_path());
+    std::ofstream(path / name, std::ios::binary) << content;
+    return *this / name;
+  }
+
+ private:
+  std::filesystem::path path;
+};
+
+// The content of a file; empty when it cannot be read.
+inline std::string ReadFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+#endif
