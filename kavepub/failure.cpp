@@ -1,0 +1,58 @@
+// The result codes of the libraries, explained.
+#include "kavepub/failure.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+
+#include "fileutil/result_codes.h"
+#include "platform/kav_ebase/kav_ebase.h"
+
+namespace {
+
+constexpr struct {
+  int code;
+  const char* reason;
+} kReasons[] = {
+    {EPUB_E_MISSING, "a file or directory that the book needs is gone; try again"},
+    {EPUB_E_OPEN, "cannot be read or made; check that the disk has room and the file is readable"},
+    {EPUB_E_STYLE_SHEET, "the working files cannot be written; check the room in $TMPDIR"},
+    {EPUB_E_EMPTY_LINE, "holds NUL bytes, so it is no plain text; convert it to UTF-8 first"},
+    {EPUB_E_OUTPUT_DIR, "the directory of the book does not exist; make it first"},
+    {EPUB_E_WRITE, "the book could not be written whole; check the room in $TMPDIR"},
+    {KAV_EBASE_E_READ, "the working files cannot be read back; try again"},
+    {KAV_EBASE_E_OUTPUT,
+     "cannot be made; check that its directory is writable and no directory or "
+     "device has its name"},
+    {KAV_EBASE_E_WRITE, "cannot be written; check the room on its disk"},
+    {KAV_EBASE_E_MEMORY, "memory ran out; close other programs and try again"},
+};
+
+std::string SystemReason() {
+  return std::generic_category().message(errno);
+}
+
+}  // namespace
+
+void Require(int code, const std::filesystem::path& file) {
+  if (code == EPUB_OK) return;
+  const auto* known = std::find_if(std::begin(kReasons), std::end(kReasons),
+                                   [code](const auto& row) { return row.code == code; });
+  const std::string number = " (code " + std::to_string(code) + ")";
+  throw Failure(file, known == std::end(kReasons) ? "the conversion failed" + number
+                                                  : known->reason + number);
+}
+
+void RequireReadable(const std::filesystem::path& file) {
+  struct stat status = {};
+  if (stat(file.c_str(), &status) != 0) throw Failure(file, SystemReason() + "; check the path");
+  if (S_ISDIR(status.st_mode)) throw Failure(file, "is a directory; name the files in it");
+  if (!S_ISREG(status.st_mode)) throw Failure(file, "is no regular file; copy it to one first");
+  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) throw Failure(file, SystemReason() + "; check its permissions");
+  close(descriptor);
+}
