@@ -1,0 +1,31 @@
+# shellcheck shell=bash
+# Installs Debian packages that are missing. To be sourced; needs root or sudo when something is.
+
+# need PURPOSE PACKAGE...
+need() {
+  local purpose=$1 package missing=()
+  shift
+  for package in "$@"; do
+    [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) == installed ]] ||
+      missing+=("$package")
+  done
+  ((${#missing[@]})) || return 0
+
+  echo "Installing $purpose: ${missing[*]}" >&2
+  local as_root=()
+  if ((EUID != 0)); then
+    command -v sudo >/dev/null || {
+      echo "This needs root: run it as root, or install sudo." >&2
+      return 1
+    }
+    as_root=(sudo)
+  fi
+  "${as_root[@]}" apt-get -qq update >&2
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get -qq -o Dpkg::Use-Pty=0 install -y --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+need_for_building() {
+  need "what the build needs" g++ cmake ninja-build pkg-config libxml2-dev zlib1g-dev \
+    libdeflate-dev libminizip-dev libmobi-dev libcli11-dev
+}

@@ -1,0 +1,129 @@
+"""A finished book, looked at with tools that know nothing of how it was made."""
+
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+import xml.etree.ElementTree as ET
+import zipfile
+from pathlib import Path
+from urllib.parse import unquote
+
+BUILD = Path(os.environ["KAV_BUILD_DIR"])
+SOURCE = Path(__file__).resolve().parents[2]
+KAVEPUB = BUILD / "bin" / "kavepub"
+IS_SANITIZED = BUILD.name != "release"
+EPUBCHECK = ["java", "-jar", "/usr/share/java/epubcheck.jar"]
+
+OPF = {"opf": "http://www.idpf.org/2007/opf", "dc": "http://purl.org/dc/elements/1.1/"}
+NCX = {"ncx": "http://www.daisy.org/z3986/2005/ncx/"}
+XHTML = "{http://www.w3.org/1999/xhtml}"
+
+# The navigation document has a page's document type and the identifier is a time, both on purpose.
+# An empty guide is written as such; epubcheck wants a reference in it, which only a cover brings.
+ALLOWED = {"HTM-004", "OPF-085"}
+WITHOUT_COVER = ALLOWED | {"RSC-005 guide"}
+
+
+def run(*command, **options):
+    return subprocess.run([str(part) for part in command], capture_output=True, text=True,
+                          timeout=300, **options)
+
+
+def epubcheck(path):
+    """The messages as identifiers; of those that are about many things, with the element."""
+    report = run(*EPUBCHECK, path, "--json", "-", "--quiet")
+    messages = json.loads(report.stdout)["messages"]
+    found = set()
+    for message in messages:
+        name = message["ID"]
+        if name == "RSC-005" and 'element "guide" incomplete' in message["message"]:
+            name += " guide"
+        found.add(name)
+    return found
+
+
+class Book:
+    """Opens a book and checks what every book must keep to."""
+
+    def __init__(self, path):
+        self.path = Path(path)
+        self.archive = zipfile.ZipFile(path)
+        self.names = self.archive.namelist()
+        self.opf = ET.fromstring(self.read("OEBPS/content.opf"))
+        items = self.opf.findall("opf:manifest/opf:item", OPF)
+        self.manifest = {item.get("id"): unquote(item.get("href")) for item in items}
+        self.spine = [self.manifest[ref.get("idref")]
+                      for ref in self.opf.findall("opf:spine/opf:itemref", OPF)]
+        self.title = self.opf.findtext("opf:metadata/dc:title", "", OPF)
+        self.author = self.opf.findtext("opf:metadata/dc:creator", "", OPF)
+
+    def read(self, name):
+        return self.archive.read(name)
+
+    def page(self, name):
+        return ET.fromstring(self.read("OEBPS/" + name))
+
+    def text_of_pages(self):
+        """The text of all paragraphs of all numbered pages, joined without a gap."""
+        return "".join("".join(paragraph.itertext())
+                       for name in self.spine if name.startswith("page-")
+                       for paragraph in self.page(name).iter(XHTML + "p"))
+
+    def check_structure(self, test):
+        first = self.archive.infolist()[0]
+        test.assertEqual((first.filename, first.compress_type, first.extra, first.header_offset),
+                         ("mimetype", zipfile.ZIP_STORED, b"", 0))
+        test.assertEqual(self.read("mimetype"), b"application/epub+zip")
+        test.assertIsNone(self.archive.testzip())
+        test.assertEqual(len(self.names), len(set(self.names)))
+        listed = {"OEBPS/" + href for href in self.manifest.values()}
+        fixed = {"mimetype", "META-INF/container.xml", "OEBPS/content.opf"}
+        test.assertEqual(set(self.names), listed | fixed)
+        ncx = ET.fromstring(self.read("OEBPS/toc.ncx"))
+        targets = [point.get("src") for point in ncx.iterfind(".//ncx:content", NCX)]
+        test.assertEqual([unquote(t) for t in targets], [n for n in self.spine if n != "cover.html"])
+
+    def check_well_formed(self, test):
+        with tempfile.TemporaryDirectory() as directory:
+            self.archive.extractall(directory)
+            documents = [path for path in sorted(Path(directory).rglob("*"))
+                         if path.suffix in (".html", ".opf", ".ncx", ".xml")]
+            for start in range(0, len(documents), 500):
+                checked = run("xmllint", "--noout", "--nonet", *documents[start:start + 500])
+                test.assertEqual(checked.returncode, 0, checked.stderr[:2000])
+
+    def check_all(self, test, allowed):
+        self.check_structure(test)
+        self.check_well_formed(test)
+        if not IS_SANITIZED:  # the same bytes were checked in the other build
+            test.assertEqual(epubcheck(self.path), allowed)
+
+
+class ToolTest(unittest.TestCase):
+    """A test that runs the tool in a directory of its own and finds no leftovers."""
+
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.dir = Path(directory.name)
+        self.temp = self.dir / "temporary files"
+        self.temp.mkdir()
+        self.environment = {**os.environ, "TMPDIR": str(self.temp), "TERM": "dumb"}
+
+    def kavepub(self, *arguments, **options):
+        done = run(KAVEPUB, *arguments, cwd=self.dir, env=self.environment, **options)
+        self.assertEqual(list(self.temp.iterdir()), [], "working files were left")
+        return done
+
+    def convert(self, *arguments):
+        """Converts and returns the book; the tool must say nothing but its path."""
+        done = self.kavepub("convert", *arguments)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        return Book(self.dir / done.stdout.rstrip("\n"))
+
+
+def main():
+    sys.exit(unittest.main(verbosity=2))
