@@ -1,26 +1,11 @@
 // Drives a book builder from a plain-text file, sixty lines a page.
-#include <cstdlib>
 #include <memory>
 
 #include "builder/epub_base.h"
+#include "convert/conversion_steps.h"
 #include "convert/epub_management.h"
 #include "convert/text_chunks.h"
 #include "platform/kav_tool/kav_tool.h"
-
-namespace {
-
-constexpr int kCancel = -2;
-
-int Report(ProgressCallback progress, void* user, int done, int total) {
-  return progress == nullptr ? 0 : progress(user, done, total);
-}
-
-bool OutputDirectoryExists(const char* path) {
-  const std::unique_ptr<char, decltype(&std::free)> directory(KavGetRunDirectory(path), &std::free);
-  return KavIsFileOrDirExists(directory.get()) != 0;
-}
-
-}  // namespace
 
 int GetPageNumForTXT(const char* txtPath) {
   if (KavIsStrNullOrEmpty(txtPath) != 0) return 0;
@@ -72,7 +57,7 @@ int EpubManagement::ConvertText(const char* txtPath, const char* epubPath, void*
   bool cancelled = false;
   if (code == EPUB_OK && pages > 0) {
     page = 1;
-    cancelled = Report(progress, user, page, total) == kCancel;
+    cancelled = ReportAndAskToCancel(progress, user, page, total);
   }
   for (int onPage = 0; code == EPUB_OK && !cancelled && chunks.Next(); ++onPage) {
     if (onPage == kLinesPerPage) {
@@ -81,7 +66,7 @@ int EpubManagement::ConvertText(const char* txtPath, const char* epubPath, void*
       if (code != EPUB_OK) break;
       ++page;
       onPage = 0;
-      cancelled = Report(progress, user, page, total) == kCancel;
+      cancelled = ReportAndAskToCancel(progress, user, page, total);
       if (cancelled) break;
     }
     code = epub->AddTextLineToPage(chunks.Text().c_str());
@@ -95,7 +80,7 @@ int EpubManagement::ConvertText(const char* txtPath, const char* epubPath, void*
   code = epub->EndPage();
   if (code == EPUB_OK) code = epub->GenerateEpub(epubPath);
   if (code != EPUB_OK) return code;
-  Report(progress, user, page + 1, total);
+  ReportAndAskToCancel(progress, user, page + 1, total);  // too late to cancel
   epub->ClearData();
   return EPUB_OK;
 }
