@@ -9,8 +9,14 @@ namespace {
 
 constexpr Bytes kHeadwordTag = "idx:orth";
 constexpr Bytes kHeadwordAttribute = "value";
-// How far into an entry its own headword is looked for.
-constexpr size_t kEntryReach = 1024;
+// An entry that shows its headword does so in its first words: this far into its text, and into the
+// markup around that.
+constexpr size_t kTextReach = 40;
+constexpr size_t kMarkupReach = 1024;
+
+bool isAsciiWordByte(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
 
 std::string decoded(Bytes raw, uint32_t codePage) {
   std::string text;
@@ -39,9 +45,9 @@ void addFromText(const Book& book, Bytes text, std::vector<Headword>& words) {
   }
 }
 
-// Whether the entry at headword.position shows its headword by itself.
-bool isVisible(const Headword& headword, Bytes text, uint32_t codePage) {
-  const Bytes entry = text.substr(headword.position, kEntryReach);
+// What the first bytes of an entry show.
+std::string visibleText(Bytes entry, uint32_t codePage) {
+  entry = entry.substr(0, kMarkupReach);
   std::string visible;
   Tag tag;
   size_t textBegin = 0;
@@ -49,7 +55,17 @@ bool isVisible(const Headword& headword, Bytes text, uint32_t codePage) {
     visible += entry.substr(textBegin, tag.begin - textBegin);
   }
   visible += entry.substr(textBegin);
-  return decoded(visible, codePage).find(headword.word) != std::string::npos;
+  const size_t first = std::min(visible.find_first_not_of(" \t\r\n"), visible.size());
+  return decoded(Bytes(visible).substr(first), codePage);
+}
+
+bool shows(const std::string& visible, const std::string& word) {
+  for (size_t at = visible.find(word); at < kTextReach; at = visible.find(word, at + 1)) {
+    const size_t end = at + word.size();
+    const bool begins = at == 0 || !isAsciiWordByte(visible[at - 1]);
+    if (begins && (end == visible.size() || !isAsciiWordByte(visible[end]))) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -68,8 +84,11 @@ std::vector<Headword> headwordsOf(const Book& book, Bytes text) {
     const auto last = std::find_if(first, words.end(), [first](const Headword& word) {
       return word.position != first->position;
     });
+    const size_t end = last == words.end() ? text.size() : last->position;
+    const std::string visible =
+        visibleText(text.substr(first->position, end - first->position), book.codePage());
     const bool shown = std::any_of(
-        first, last, [&](const Headword& word) { return isVisible(word, text, book.codePage()); });
+        first, last, [&visible](const Headword& word) { return shows(visible, word.word); });
     if (!shown) missing.push_back(*first);
     first = last;
   }

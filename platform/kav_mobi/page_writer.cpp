@@ -56,7 +56,8 @@ OutputFile::OutputFile(const std::string& path)
 }
 
 void OutputFile::write(std::string_view text) {
-  if (!failed_) failed_ = fwrite(text.data(), 1, text.size(), file_.get()) != text.size();
+  if (failed_ || text.empty()) return;
+  failed_ = fwrite(text.data(), 1, text.size(), file_.get()) != text.size();
 }
 
 bool OutputFile::close() {

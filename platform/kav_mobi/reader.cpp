@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstring>
+#include <utility>
 
 #include "encoding.h"
 #include "kav_mobi.h"
@@ -40,6 +40,24 @@ constexpr size_t kHtmlMarkReach = 4096;
 
 struct CloseFile {
   void operator()(FILE* file) const { (void)fclose(file); }
+};
+
+// While it lives, the header says that the text is UTF-8.
+class ClaimUtf8 {
+ public:
+  explicit ClaimUtf8(const MOBIMobiHeader* header)
+      : encoding_(header == nullptr ? nullptr : header->text_encoding) {
+    if (encoding_ != nullptr) original_ = std::exchange(*encoding_, MOBI_UTF8);
+  }
+  ~ClaimUtf8() {
+    if (encoding_ != nullptr) *encoding_ = original_;
+  }
+  ClaimUtf8(const ClaimUtf8&) = delete;
+  ClaimUtf8& operator=(const ClaimUtf8&) = delete;
+
+ private:
+  MOBIEncoding* encoding_;
+  MOBIEncoding original_ = MOBI_UTF8;
 };
 
 int resultOf(MOBI_RET code) {
@@ -141,12 +159,35 @@ int Book::unpack(uint64_t fileSize) {
   listRecords();
   hideFonts();
   if (countFragments() > kMaxFragments) return KAV_MOBI_E_DAMAGED;
+  const bool hasParts = isKf8() || mobi_is_dictionary(data());
+  const int result = hasParts ? unpackParts() : unpackText();
+  return result == KAV_MOBI_OK ? judgeText() : result;
+}
+
+// The old format needs no more than its text, and the text of a file without a MOBI header would be
+// converted on the long way.
+int Book::unpackText() {
+  size_t size = mobi_get_text_maxsize(data());
+  if (size == MOBI_NOTSET) return KAV_MOBI_E_DAMAGED;
+  text_.resize(size + 1);
+  const int result = resultOf(mobi_get_rawml(data(), text_.data(), &size));
+  text_.resize(std::min(size, text_.size()));
+  documents_.emplace_back(text_);
+  return result;
+}
+
+int Book::unpackParts() {
   raw_.reset(mobi_init_rawml(data()));
   if (!raw_) return KAV_MOBI_E_MEMORY;
-  // Without the last step of libmobi, which ends the host's libxml2 (xmlCleanupParser).
+  // Links count the bytes of the text as it is, so libmobi must not convert it.
+  const ClaimUtf8 claim(data_->mh);
+  // Nor may it take its last step, which ends the host's libxml2 (xmlCleanupParser).
   const bool isDictionary = mobi_is_dictionary(data());
   const int result = resultOf(mobi_parse_rawml_opt(raw_.get(), data(), false, isDictionary, false));
-  return result == KAV_MOBI_OK ? listDocuments() : result;
+  for (const MOBIPart* part = raw_->markup; part != nullptr; part = part->next) {
+    documents_.push_back(bytesOf(part));
+  }
+  return result;
 }
 
 void Book::listRecords() {
@@ -175,13 +216,10 @@ uint64_t Book::countFragments() const {
   return count;
 }
 
-int Book::listDocuments() {
-  uint64_t size = 0;
-  for (const MOBIPart* part = raw_->markup; part != nullptr; part = part->next) {
-    documents_.push_back(bytesOf(part));
-    size += documents_.back().size();
-  }
-  if (size == 0 || documents_.front().starts_with(kReplicaMagic)) return KAV_MOBI_E_NO_TEXT;
+int Book::judgeText() {
+  const bool isEmpty = std::all_of(documents_.begin(), documents_.end(),
+                                   [](Bytes document) { return document.empty(); });
+  if (isEmpty || documents_.front().starts_with(kReplicaMagic)) return KAV_MOBI_E_NO_TEXT;
   chooseCodePage();
   plainText_ = !mobi_exists_mobiheader(data()) && !looksLikeHtml(documents_.front());
   return KAV_MOBI_OK;

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -22,7 +23,7 @@ class Book {
 
   // What libmobi knows of the file: headers, metadata, records.
   const MOBIData* data() const { return data_.get(); }
-  // The unpacked text and its indices.
+  // The unpacked parts and their indices; null for a book in the old format that is no dictionary.
   const MOBIRawml* raw() const { return raw_.get(); }
 
   bool isKf8() const { return mobi_is_kf8(data()); }
@@ -47,15 +48,18 @@ class Book {
   Book() = default;
   int load(int file);
   int unpack(uint64_t fileSize);
+  int unpackText();
+  int unpackParts();
   void listRecords();
   void hideFonts();
   uint64_t countFragments() const;
-  int listDocuments();
+  int judgeText();
   void chooseCodePage();
 
   std::unique_ptr<MOBIData, FreeData> data_;
   std::unique_ptr<MOBIRawml, FreeRaw> raw_;
   std::vector<MOBIPdbRecord*> records_;
+  std::string text_;
   std::vector<Bytes> documents_;
   bool plainText_ = false;
   uint32_t codePage_ = MOBI_UTF8;
