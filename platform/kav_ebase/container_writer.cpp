@@ -11,10 +11,11 @@
 #include <cerrno>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "platform/kav_ebase/kav_ebase.h"
-#include "platform/kav_ebase/utf8_names.h"
 #include "platform/kav_ebase/zip64_end.h"
+#include "platform/utf8.h"
 
 namespace {
 
@@ -74,6 +75,18 @@ bool ReadFully(int descriptor, unsigned char* data, size_t size) {
     size -= static_cast<size_t>(got);
   }
   return true;
+}
+
+// A name in ASCII needs no mark, and one in another encoding must have none.
+bool NeedsUtf8Flag(std::string_view name) {
+  bool isAscii = true;
+  while (!name.empty()) {
+    const Utf8Unit unit = DecodeUtf8(name);
+    if (unit.kind != Utf8Unit::Kind::kCharacter) return false;
+    isAscii = isAscii && unit.length == 1;
+    name.remove_prefix(unit.length);
+  }
+  return !isAscii;
 }
 
 void Reserve(std::vector<unsigned char>& buffer, size_t size) {
