@@ -1,7 +1,7 @@
 // Text pages: lines are gathered into paragraphs, paragraphs into numbered pages.
 #include "builder/epub_base.h"
 #include "builder/memory.h"
-#include "fileutil/utf8.h"
+#include "platform/utf8.h"
 
 int EpubBase::StartPage() {
   ++pageNum;
