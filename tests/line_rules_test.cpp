@@ -1,9 +1,7 @@
 // The rules of plain text: which lines begin paragraphs, and what comes of them on a page.
 #include <gtest/gtest.h>
 
-#include "builder/epub_base.h"
-#include "temp_dir.h"
-#include "xml_text.h"
+#include "book_script.h"
 
 namespace {
 
@@ -112,7 +110,7 @@ TEST(LineRules, DecideAndClean) {
 
 struct PageCase {
   const char* name;
-  std::vector<std::string> lines;               // "(page)" ends a page and begins the next one
+  std::string script;                           // of the pages, see book_script.h
   std::vector<std::vector<std::string>> pages;  // the paragraphs of each
 };
 
@@ -120,91 +118,58 @@ const std::string kLong(99, 'x');
 const std::string kShort(79, 'y');
 
 const PageCase kPageCases[] = {
-    {"no line", {}, {{""}}},
-    {"one paragraph", {"Hello\n", "World\n"}, {{"Hello World "}}},
-    {"the first break writes an empty paragraph", {"  Hello\n"}, {{"", "  Hello "}}},
-    {"indented paragraphs", {"  A\n", "b\n", "  C\n", "d\n"}, {{"", "  A b ", "  C d "}}},
-    {"empty line between", {"A\n", "\n", "B\n"}, {{"A ", " ", "B "}}},
+    {"no line", "", {{""}}},
+    {"one paragraph", "line Hello\n|line World\n", {{"Hello World "}}},
+    {"the first break writes an empty paragraph", "line   Hello\n", {{"", "  Hello "}}},
+    {"indented", "line   A\n|line b\n|line   C\n|line d\n", {{"", "  A b ", "  C d "}}},
+    {"empty line between", "line A\n|line \n|line B\n", {{"A ", " ", "B "}}},
     {"a short line ends a paragraph",
-     {kLong + "\n", kShort + "\n", "z\n"},
+     "line " + kLong + "\n|line " + kShort + "\n|line z\n",
      {{kLong + " " + kShort + " ", "z "}}},
-    {"the rules begin anew on each page",
-     {kLong + "\n", "(page)", kShort + "\n", kLong},
+    {"lengths begin anew on a page",
+     "line " + kLong + "\n|end|start|line " + kShort + "\n|line " + kLong,
      {{kLong + " "}, {kShort + " " + kLong}}},
-    {"an indentation ends with its page",
-     {"  A\n", "(page)", "  B\n"},
-     {{"", "  A "}, {"", "  B "}}},
-    {"texts as they are", {"a & b &lt; <c>\n"}, {{"a & b &lt; <c> "}}},
-    {"a character over two lines",
-     {"aaaaaaaa\xE6",
-      "\xBC\xA2"
-      "bbbbbbb"},
+    {"so does indentation", "line   A\n|end|start|line   B\n", {{"", "  A "}, {"", "  B "}}},
+    {"texts as they are", "line a & b &lt; <c>\n", {{"a & b &lt; <c> "}}},
+    {"tables stand before the gathered paragraph", "line a|table|row|cell x|line b", {{"ab"}}},
+    {"cut in a paragraph",
+     "line aaaaaaaa\xE6|line \xBC\xA2"
+     "bbbbbbb",
      {{"aaaaaaaa漢bbbbbbb"}}},
-    {"a character at a paragraph break",
-     {"aaaaaaaa\xE6\xBC",
-      "\xA2"
-      "b   c\n"},
+    {"cut at a paragraph break",
+     "line aaaaaaaa\xE6\xBC|line \xA2"
+     "b   c\n",
      {{"aaaaaaaa漢", "b   c "}}},
-    {"a character at the end of a page",
-     {"a\xF0\x9F", "(page)",
-      "\x98\x80"
-      "b\n"},
+    {"cut at the end of a page",
+     "line a\xF0\x9F|end|start|line \x98\x80"
+     "b\n",
      {{"a"}, {"😀b "}}},
-    {"a character over pages without lines",
-     {"a\xF0", "(page)", "(page)",
-      "\x9F\x98\x80"
-      "b\n"},
+    {"cut before an empty page",
+     "line a\xF0|end|start|end|start|line \x9F\x98\x80"
+     "b\n",
      {{"a"}, {""}, {"😀b "}}},
-    {"a character that is never completed", {"a\xE6", "b\n"}, {{"a\uFFFDb "}}},
-    {"a character that is not completed on the next page",
-     {"a\xE6", "(page)", "b\n"},
+    {"cut and not completed", "line a\xE6|line b\n", {{"a\uFFFDb "}}},
+    {"cut and not completed on the next page",
+     "line a\xE6|end|start|line b\n",
      {{"a"}, {"\uFFFDb "}}},
-    {"a text that ends inside a character", {"  A\n", "b\xE6\xBC"}, {{"", "  A b\uFFFD"}}},
-    {"a text that ends inside a character, a page ago",
-     {"b\xE6\xBC", "(page)"},
-     {{"b\uFFFD"}, {""}}},
+    {"cut at the end", "line   A\n|line b\xE6\xBC", {{"", "  A b\uFFFD"}}},
+    {"cut at the end, a page ago", "line b\xE6\xBC|end|start", {{"b\uFFFD"}, {""}}},
 };
 
 TEST(LineRules, GatherParagraphsOnPages) {
   for (const PageCase& row : kPageCases) {
     SCOPED_TRACE(row.name);
-    const TempDir dir;
-    EpubBase book;
-    ASSERT_EQ(book.Init(dir.String().c_str(), "", ""), 0);
-    ASSERT_EQ(book.StartPage(), 0);
-    for (const std::string& line : row.lines) {
-      if (line == "(page)") {
-        ASSERT_EQ(book.EndPage(), 0);
-        ASSERT_EQ(book.StartPage(), 0);
-      } else {
-        ASSERT_EQ(book.AddTextLineToPage(line.c_str()), 0);
-      }
-    }
-    ASSERT_EQ(book.EndPage(), 0);
-    ASSERT_EQ(book.GenerateEpub((dir / "book.epub").c_str()), 0);
+    Book book;
+    EXPECT_EQ(book.Run("start|" + row.script), 0);
+    EXPECT_EQ(book.Run("end|generate book.epub"), 0);
     std::vector<std::vector<std::string>> pages;
-    for (size_t n = 1; n <= row.pages.size(); ++n) {
-      const std::string name = "epub_temp/epub/OEBPS/page-" + std::to_string(n) + ".html";
-      pages.push_back(TextsOf(ReadFile(dir / name), "p"));
-    }
+    for (size_t n = 1; n <= row.pages.size(); ++n)
+      pages.push_back(book.Paragraphs(static_cast<int>(n)));
     EXPECT_EQ(pages, row.pages);
+    if (row.script.find("table") == std::string::npos) continue;
+    const std::string page = book.Content("OEBPS/page-1.html");
+    EXPECT_LT(page.find("<td>x</td></tr></table>"), page.find("<p ")) << page;
   }
-}
-
-TEST(LineRules, TablesStandBeforeTheGatheredParagraph) {
-  const TempDir dir;
-  EpubBase book;
-  ASSERT_EQ(book.Init(dir.String().c_str(), "", ""), 0);
-  EXPECT_EQ(book.AddFormToPage("", FormTable), -1) << "no page is open";
-  ASSERT_EQ(book.StartPage(), 0);
-  book.AddTextLineToPage("gathered\n");
-  EXPECT_EQ(book.AddFormToPage("", FormTable), 0);
-  EXPECT_EQ(book.AddFormToPage("", FormRow), 0);
-  EXPECT_EQ(book.AddFormToPage("x", FormCell), 0);
-  ASSERT_EQ(book.EndPage(), 0);
-  EXPECT_EQ(book.AddFormToPage("", FormTable), -1);
-  const std::string page = ReadFile(dir / "epub_temp/epub/OEBPS/page-1.html");
-  EXPECT_NE(page.find("</table><p class=\"text\">gathered </p></body>"), std::string::npos) << page;
 }
 
 }  // namespace
