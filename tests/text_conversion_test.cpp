@@ -150,12 +150,6 @@ TEST(TextConversion, TheHostCancelsByItsAnswer) {
   }
 }
 
-struct CodeCase {
-  const char* name;
-  int expected;
-  std::function<int(Host&)> convert;
-};
-
 int Call(const char* txt, const char* epub, const char* work) {
   TEpubService* service = CreateEpubService();
   const int code = service->Txt2Epub(txt, epub, work, nullptr, nullptr, nullptr, nullptr);
@@ -176,104 +170,102 @@ std::string EveryByte() {
   return bytes;
 }
 
-// Whatever the input: a code, a book only if it is 0, else a former one untouched; nothing printed
+// Whatever comes in: a code, a book only if it is 0, else a former one untouched; nothing printed
 // and no working files left.
-TEST(TextConversion, AnyInputGivesACode) {
-  const auto with = [](std::string text) {
-    return [text = std::move(text)](Host& h) { return h.dir.Write("in.txt", text), h.Convert(); };
-  };
-  const auto call = [](const char* txt, const char* epub, const char* work) {
-    return [=](Host& h) {
-      fs::create_directory(h.dir / "work");
-      const auto below = [&h](const char* p) {
-        return p == nullptr || *p == '\0' ? "" : h.dir / p;
-      };
-      return Call(txt == nullptr ? nullptr : below(txt).c_str(),
-                  epub == nullptr ? nullptr : below(epub).c_str(),
-                  work == nullptr ? nullptr : below(work).c_str());
-    };
-  };
-  const auto asNobody = [](const char* ownedDir) {
-    return [=](Host& h) {
-      fs::create_directory(h.dir / "work");
-      chmod(h.dir.String().c_str(), 0755);
-      if (ownedDir == "work"s) chmod(h.input.c_str(), 0600);
-      const int code = AsNobody(h.dir / ownedDir, [&] { return h.Convert(); });
-      return code;
-    };
-  };
-  const CodeCase cases[] = {
-      {"null text path", 411, call(nullptr, "book.epub", "work")},
-      {"empty text path", 411, call("", "book.epub", "work")},
-      {"null output", 411, call("in.txt", nullptr, "work")},
-      {"empty output", 411, call("in.txt", "", "work")},
-      {"null work directory", 411, call("in.txt", "book.epub", nullptr)},
-      {"missing work directory", 411, call("in.txt", "book.epub", "no")},
-      {"output directory missing", 412, call("in.txt", "no/book.epub", "work")},
-      {"output directory before text", 412, call("no.txt", "no/book.epub", "work")},
-      {"text missing", 404, call("no.txt", "book.epub", "work")},
-      {"text is a directory", 404, call("work", "book.epub", "work")},
-      {"work directory is a file", 413, call("in.txt", "book.epub", "in.txt")},
-      {"output is a directory", 504, call("in.txt", "work", "work")},
-      {"no progress callback", 0, call("in.txt", "book.epub", "work")},
-      {"FIFO", 404,
-       [&](Host& h) {
-         mkfifo((h.dir / "fifo").c_str(), 0600);
-         return call("fifo", "book.epub", "work")(h);
-       }},
-      {"unreadable text", 404, asNobody("work")},
-      {"work directory without rights", 413, asNobody("")},
-      {"full disk for the book", 505,
-       [](Host& h) {
-         h.dir.Write("in.txt", RandomBytes(200'000));
-         return OnSmallDisk(h.dir / "disk", "size=64k", [&h] {
-           h.output = h.dir.Write("disk/book.epub", "former");
-           const int code = h.Convert();
-           const auto left = std::distance(fs::directory_iterator(h.dir / "disk"), {});
-           return ReadFile(h.output) == "former" && left == 1 ? code : -1;
-         });
-       }},
-      {"full disk for the work", 413,
-       [](Host& h) {
-         h.dir.Write("in.txt", RandomBytes(200'000));
-         return OnSmallDisk(h.dir / "work", "size=64k", [&h] {
-           const int code = h.Convert();
-           return h.IsWorkDirEmpty() ? code : -1;
-         });
-       }},
-      {"no room for the DTD", 404,
-       [](Host& h) {
-         return OnSmallDisk(h.dir / "work", "nr_inodes=7", [&h] { return h.Convert(); });
-       }},
-      {"random bytes", 0, with(RandomBytes(300'000))},
-      {"a line of 10 MB", 0, with(std::string(10'000'000, 'x'))},
-      {"only NULs", 407, with(std::string(1000, '\0'))},
-      {"every byte", 0, with(EveryByte() + Repeat("\x01\x02\x03\n", 100))},
-      {"empty", 0, with("")},
-      {"a line feed", 0, with("\n")},
-      {"UTF-16", 0, with("\xFF\xFEh\0i\0\n\0!\0"s)},
-      {"a line of only NULs is an empty line", 407, with("Hello\n\0"s)},
-  };
-  for (const CodeCase& row : cases) {
-    for (const bool hasFormer : {true, false}) {
-      SCOPED_TRACE(row.name);
-      Host host("Hello\n");
-      if (hasFormer) host.dir.Write("book.epub", "former");
-      testing::internal::CaptureStderr();
-      testing::internal::CaptureStdout();
-      const int code = row.convert(host);
-      EXPECT_EQ(testing::internal::GetCapturedStderr() + testing::internal::GetCapturedStdout(),
-                "");
-      if (code == kNotPermitted) {
-        std::cout << "not permitted here, not tested: " << row.name << '\n';
-        continue;
-      }
-      EXPECT_EQ(code, row.expected);
-      EXPECT_TRUE(host.IsWorkDirEmpty());
-      const std::string book = ReadFile(host.dir / "book.epub");
-      EXPECT_EQ(book.substr(0, 4), row.expected == 0 ? "PK\3\4" : hasFormer ? "form" : "");
-      EXPECT_EQ(fs::exists(host.dir / "book.epub"), row.expected == 0 || hasFormer);
+void ExpectCode(const char* name, int expected, const std::function<int(Host&)>& convert) {
+  for (const bool hasFormer : {true, false}) {
+    SCOPED_TRACE(name);
+    Host host("Hello\n");
+    fs::create_directory(host.dir / "work");
+    if (hasFormer) host.dir.Write("book.epub", "former");
+    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
+    const int code = convert(host);
+    EXPECT_EQ(testing::internal::GetCapturedStderr() + testing::internal::GetCapturedStdout(), "");
+    if (code == kNotPermitted) {
+      std::cout << "not permitted here, not tested: " << name << '\n';
+      continue;
     }
+    EXPECT_EQ(code, expected);
+    EXPECT_TRUE(host.IsWorkDirEmpty());
+    const std::string book = ReadFile(host.dir / "book.epub");
+    EXPECT_EQ(book.substr(0, 4), expected == 0 ? "PK\3\4" : hasFormer ? "form" : "");
+    EXPECT_EQ(fs::exists(host.dir / "book.epub"), expected == 0 || hasFormer);
+  }
+}
+
+TEST(TextConversion, AnyPathGivesACode) {
+  const struct {
+    const char *txt, *epub, *work;
+    int expected;
+  } cases[] = {{nullptr, "book.epub", "work", 411},     {"", "book.epub", "work", 411},
+               {"in.txt", nullptr, "work", 411},        {"in.txt", "", "work", 411},
+               {"in.txt", "book.epub", nullptr, 411},   {"in.txt", "book.epub", "no", 411},
+               {"in.txt", "no/book.epub", "work", 412}, {"no.txt", "no/book.epub", "work", 412},
+               {"no.txt", "book.epub", "work", 404},    {"work", "book.epub", "work", 404},
+               {"fifo", "book.epub", "work", 404},      {"in.txt", "book.epub", "in.txt", 413},
+               {"in.txt", "work", "work", 504},         {"in.txt", "book.epub", "work", 0}};
+  for (const auto& row : cases) {
+    const std::string name = std::string("row ") + std::to_string(&row - cases);
+    ExpectCode(name.c_str(), row.expected, [&](Host& h) {
+      mkfifo((h.dir / "fifo").c_str(), 0600);
+      const auto path = [&](const char* p) { return p == nullptr || *p == '\0' ? "" : h.dir / p; };
+      return Call(row.txt == nullptr ? nullptr : path(row.txt).c_str(),
+                  row.epub == nullptr ? nullptr : path(row.epub).c_str(),
+                  row.work == nullptr ? nullptr : path(row.work).c_str());
+    });
+  }
+}
+
+TEST(TextConversion, AnyTextGivesACode) {
+  const struct {
+    const char* name;
+    std::string text;
+    int expected;
+  } cases[] = {
+      {"random bytes", RandomBytes(300'000), 0},
+      {"a line of 10 MB", std::string(10'000'000, 'x'), 0},
+      {"every byte", EveryByte() + Repeat("\x01\x02\x03\n", 100), 0},
+      {"empty", "", 0},
+      {"a line feed", "\n", 0},
+      {"UTF-16", "\xFF\xFEh\0i\0\n\0!\0"s, 0},
+      {"only NULs", std::string(1000, '\0'), 407},
+      {"a line of only NULs is an empty line", "Hello\n\0"s, 407},
+  };
+  for (const auto& row : cases) {
+    ExpectCode(row.name, row.expected,
+               [&](Host& h) { return h.dir.Write("in.txt", row.text), h.Convert(); });
+  }
+}
+
+TEST(TextConversion, AnyLackOfRightsOrRoomGivesACode) {
+  ExpectCode("unreadable text", 404, [](Host& h) {
+    chmod(h.dir.String().c_str(), 0755);
+    chmod(h.input.c_str(), 0600);
+    return AsNobody(h.dir / "work", [&] { return h.Convert(); });
+  });
+  ExpectCode("no rights in the work directory", 413,
+             [](Host& h) { return AsNobody(h.dir.String(), [&] { return h.Convert(); }); });
+  ExpectCode("full disk for the book", 505, [](Host& h) {
+    h.dir.Write("in.txt", RandomBytes(200'000));
+    return OnSmallDisk(h.dir / "disk", "size=64k", [&h] {
+      h.output = h.dir.Write("disk/book.epub", "former");
+      const int code = h.Convert();
+      const auto left = std::distance(fs::directory_iterator(h.dir / "disk"), {});
+      return ReadFile(h.output) == "former" && left == 1 ? code : -1;
+    });
+  });
+  for (const auto& [disk, expected] : {std::pair{"size=64k", 413},
+                                       {"nr_inodes=7", 404},
+                                       {"nr_inodes=9", 406},
+                                       {"nr_inodes=3", 413}}) {
+    ExpectCode(disk, expected, [disk = disk](Host& h) {
+      h.dir.Write("in.txt", RandomBytes(200'000));
+      return OnSmallDisk(h.dir / "work", disk, [&h] {
+        const int code = h.Convert();
+        return h.IsWorkDirEmpty() ? code : -1;
+      });
+    });
   }
 }
 
