@@ -74,7 +74,8 @@ const TextCase kTextCases[] = {
     {"2, 3 and 4 bytes", "é漢😀", "é漢😀", ""},
     {"not characters", "a\xEF\xBF\xBE\xEF\xBF\xBFz", "az", ""},
     {"lone bytes", "a\x80\xC3z\xFF", "a\uFFFD\uFFFDz\uFFFD", ""},
-    {"overlong", "\xC0\xAF", "\uFFFD\uFFFD", ""},
+    {"overlong", "\xC0\xAF\xE0\x9F\xBF", "\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD", ""},
+    {"overlong, 4 bytes", "\xF0\x8F\xBF\xBF", "\uFFFD\uFFFD\uFFFD\uFFFD", ""},
     {"surrogate", "\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD", ""},
     {"beyond Unicode", "\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD", ""},
     {"cut characters", "\xF0\x9F\x98z\xE6\xBC", "\uFFFDz\uFFFD", ""},
@@ -122,6 +123,7 @@ TEST(Document, BuildsElementsInOrder) {
   ASSERT_EQ(base.InitForOpf(), 0U);
   EXPECT_EQ(Saved(base), "");
   EXPECT_EQ(base.AddXMLNode(nullptr, "old", nullptr), 0U);
+  EXPECT_EQ(base.AddTextToNode("old", "gone with it"), 0U);
   Attributes attributes(
       {{"z", "1"}, {"xmlns", "u"}, {"xmlns:p", "v"}, {"a", ""}, {"xml:lang", "en"}, {"z", "2"}});
   EXPECT_EQ(base.AddXMLNode(nullptr, "package", attributes.Head()), 0U) << "replaces the root";

@@ -284,6 +284,17 @@ TEST(TextConversion, TheManagerChecksInItsOwnOrder) {
   EXPECT_TRUE(fs::exists(dir / "work/epub_temp"));
   EXPECT_EQ(management.ClearData(), 0);
   EXPECT_TRUE(fs::is_empty(dir / "work"));
+  // Cancelled, failed or written: nothing stays behind, whoever clears up afterwards.
+  const std::string nul = dir.Write("nul.txt", std::string(1, '\0'));
+  const auto cancel = [](void*, int, int) { return -2; };
+  for (const auto& [path, progress, code] : {std::tuple{text.c_str(), ProgressCallback{cancel}, 0},
+                                             {nul.c_str(), ProgressCallback{}, 407},
+                                             {text.c_str(), ProgressCallback{}, 0}}) {
+    EpubManagement each;
+    each.Init((dir / "work").c_str(), "", "");
+    EXPECT_EQ(each.TXT2Epub(path, (dir / "x").c_str(), nullptr, progress), code);
+    EXPECT_TRUE(fs::is_empty(dir / "work"));
+  }
   EpubManagement missing;
   EXPECT_EQ(missing.Init((dir / "no").c_str(), nullptr, nullptr), 0);
   EXPECT_EQ(missing.TXT2Epub(text.c_str(), (dir / "x").c_str(), nullptr, nullptr), 402);
