@@ -37,7 +37,7 @@ inline int InChild(const std::function<int()>& operation) {
 // Runs it as a user without rights, who owns the directory itself but nothing in it.
 inline int AsNobody(const std::string& directory, const std::function<int()>& operation) {
   return InChild([&] {
-    if (chown(directory.c_str(), kNobody, kNobody) != 0 || setgid(kNobody) != 0 ||
+    if (geteuid() != 0 || chown(directory.c_str(), kNobody, kNobody) != 0 || setgid(kNobody) != 0 ||
         setuid(kNobody) != 0) {
       return kNotPermitted;
     }
