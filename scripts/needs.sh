@@ -30,3 +30,7 @@ need_for_building() {
     libdeflate-dev libminizip-dev libmobi-dev libcli11-dev nlohmann-json3-dev libpng-dev \
     libuchardet-dev
 }
+
+need_for_packaging() {
+  need "what the packaging needs" dpkg-dev file gzip
+}
