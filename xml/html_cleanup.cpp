@@ -108,6 +108,15 @@ void RemoveNamelessAttributes(xmlNode* node) {
   }
 }
 
+// The references to all ids in a tree.
+std::unordered_set<std::string> FragmentsBelow(xmlNode* top) {
+  std::unordered_set<std::string> fragments;
+  for (xmlNode* node = top; node != nullptr; node = NextElement(node)) {
+    if (const auto id = AttributeOf(node, "id")) fragments.insert("#" + *id);
+  }
+  return fragments;
+}
+
 // The repair leaves elements, and may leave attributes, without a name, which no XML file can hold.
 void RemoveNameless(xmlNode* top) {
   std::vector<xmlNode*> ancestors;
@@ -192,16 +201,33 @@ int XMLBase::Repair(xmlDtd* dtd, xmlNode* body) {
   return EPUB_OK;
 }
 
+// A link stays when its id was found in the walk and is still there: links that are neutralised take
+// their own ids along, which leaves others without a target.
 void XMLBase::NeutralizeDeadFragments(const std::unordered_set<xmlNode*>& deleted) {
+  std::unordered_map<std::string, std::vector<xmlNode*>> linksTo;
   for (; !anchorLinks.empty(); anchorLinks.pop_back()) {
     xmlNode* link = anchorLinks.back();
     if (deleted.count(link) != 0) continue;
-    const xmlAttr* attribute = FindAttribute(link, Xml("href"));
-    if (attribute == nullptr) continue;
-    xmlChar* value = xmlNodeListGetString(link->doc, attribute->children, 1);
-    const std::string href = value == nullptr ? "" : reinterpret_cast<const char*>(value);
-    xmlFree(value);
-    if (!IsLiveFragment(href)) Neutralize(link);
+    const auto href = AttributeOf(link, "href");
+    if (!href) continue;
+    if (IsLiveFragment(*href)) {
+      linksTo[*href].push_back(link);
+    } else {
+      Neutralize(link);
+    }
+  }
+  const std::unordered_set<std::string> targets = FragmentsBelow(root);
+  std::vector<std::string> dead;
+  for (const auto& [href, links] : linksTo) {
+    if (targets.count(href) == 0) dead.push_back(href);
+  }
+  while (!dead.empty()) {
+    const std::vector<xmlNode*> links = std::move(linksTo[dead.back()]);
+    dead.pop_back();
+    for (xmlNode* link : links) {
+      if (const auto id = AttributeOf(link, "id")) dead.push_back("#" + *id);
+      Neutralize(link);
+    }
   }
 }
 

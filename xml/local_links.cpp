@@ -12,20 +12,6 @@
 #include "xml/repair_state.h"
 #include "xml/xml_base.h"
 
-namespace {
-
-// The next element in the document's order.
-xmlNode* NextElement(xmlNode* node) {
-  xmlNode* next = xmlFirstElementChild(node);
-  while (next == nullptr && node != nullptr) {
-    next = xmlNextElementSibling(node);
-    node = node->parent;
-  }
-  return next;
-}
-
-}  // namespace
-
 void XMLBase::SetImport(std::function<bool(const std::string& path)> isLocal, DtdCache* cache) {
   isLocalFile = std::move(isLocal);
   dtdCache = cache;

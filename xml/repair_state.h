@@ -4,6 +4,7 @@
 
 #include <libxml/parser.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -39,6 +40,12 @@ inline const xmlChar* Xml(const char* text) {
 inline std::string_view NameOf(const xmlNode* node) {
   return node->name == nullptr ? "" : reinterpret_cast<const char*>(node->name);
 }
+
+// The element after this one in the document's order; null after the last one.
+xmlNode* NextElement(xmlNode* node);
+
+// The value of an attribute, if the element has it itself.
+std::optional<std::string> AttributeOf(const xmlNode* node, const char* name);
 
 // The attribute itself, never the default of a DTD; null when there is none.
 xmlAttr* FindAttribute(const xmlNode* node, const xmlChar* name);

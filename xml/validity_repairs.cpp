@@ -6,7 +6,6 @@
 #include <cstdarg>
 #include <exception>
 #include <iterator>
-#include <new>
 
 #include "xml/name_lists.h"
 #include "xml/repair_state.h"
@@ -14,7 +13,6 @@
 
 namespace {
 
-constexpr char kMarkerStyle[] = "color:#0000ff;";  // blue, as links are
 constexpr int kNameBufferSize = 50;
 
 // The first child of that name, of whatever type.
@@ -139,40 +137,6 @@ void RepairLastError(TRepairState& state) {
 }
 
 }  // namespace
-
-xmlAttr* FindAttribute(const xmlNode* node, const xmlChar* name) {
-  xmlAttr* attr = node->properties;
-  while (attr != nullptr && xmlStrEqual(attr->name, name) == 0) attr = attr->next;
-  return attr;
-}
-
-void RemoveAttributes(xmlNode* node) {
-  xmlFreePropList(node->properties);
-  node->properties = nullptr;
-}
-
-void Rename(xmlNode* node, const char* name) {
-  RemoveAttributes(node);
-  xmlNodeSetName(node, Xml(name));
-}
-
-void Neutralize(xmlNode* node) {
-  Rename(node, "span");
-  xmlNewProp(node, Xml("style"), Xml(kMarkerStyle));
-}
-
-void ClearContent(TRepairState& state, xmlNode* node) {
-  if (node->children == nullptr || node->type != XML_ELEMENT_NODE) return;
-  state.cleared.push_back(nullptr);
-  xmlNode* holder = xmlNewDocNode(node->doc, nullptr, Xml("cleared"), nullptr);
-  if (holder == nullptr) throw std::bad_alloc();
-  state.cleared.back() = holder;
-  std::swap(holder->children, node->children);
-  std::swap(holder->last, node->last);
-  for (xmlNode* child = holder->children; child != nullptr; child = child->next) {
-    child->parent = holder;
-  }
-}
 
 void XMLBase::PrintError(void* ctx, const char* /*msg*/, ...) {
   auto* state = static_cast<TRepairState*>(ctx);

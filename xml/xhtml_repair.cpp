@@ -3,7 +3,6 @@
 
 #include <libxml/uri.h>
 
-#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -14,14 +13,6 @@ namespace {
 
 constexpr std::string_view kRemoteScheme = "http://";
 constexpr std::string_view kScriptScheme = "javascript:";
-
-std::optional<std::string> AttributeOf(xmlNode* node, const char* name) {
-  xmlChar* value = xmlGetProp(node, Xml(name));
-  if (value == nullptr) return std::nullopt;
-  std::string text = reinterpret_cast<const char*>(value);
-  xmlFree(value);
-  return text;
-}
 
 bool Contains(std::string_view text, std::string_view part) {
   return text.find(part) != std::string_view::npos;
