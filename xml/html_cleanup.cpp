@@ -170,6 +170,8 @@ int XMLBase::TakeOverBody(const char* htmlPath, const char* title, xmlNode*& bod
   if (html == nullptr || xmlAddChild(html, GenerateHeadNode(title)) == nullptr) incomplete = true;
   const xmlNode* sourceBody = FindNode(sourceRoot, "body");
   if (html == nullptr || sourceBody == nullptr) return EPUB_E_NOT_FOUND;
+  // A page has few names, and each element would own a copy of its own.
+  if (doc->dict == nullptr) doc->dict = xmlDictCreate();
   body = xmlDocCopyNode(const_cast<xmlNode*>(sourceBody), doc, 1);
   if (body == nullptr) return EPUB_E_OPEN;
   xmlAddChild(html, body);
