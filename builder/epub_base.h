@@ -73,6 +73,20 @@ class KAV_EPUB_API EpubBase {
   int AddImageToEpub(const char* imagePath);
   int AddImageToPage(const char* imagePath);
 
+  // Imports an HTML file as the next numbered page, cleaned up to XHTML 1.0 Strict, with the local
+  // pages and files that can be reached from it; these keep their base names, or get the next free
+  // ones. Each file is imported once in a call. What lies outside the directory of the file counts
+  // as missing. EPUB_E_OPEN when the file cannot be read; EPUB_E_NOT_FOUND when it has no body;
+  // EPUB_E_MISSING without the DTD in the working directory; EPUB_E_NO_PAGE when Init failed.
+  // Failures of other files than the first are ignored.
+  int AddHTHLToEpub(const char* htmlPath);
+
+  // The same with the path of the page file to write; what can be reached is written beside it.
+  int GenerateNewHtml(const char* srcPath, const char* destPath);
+
+  // Lets imports follow references into this directory too, and below; null takes that back.
+  void SetImportRoot(const char* directory);
+
   // Appends rules to the style sheet of the book as they are; a null text appends nothing.
   int AppendPropToCSS(const char* text);
 
@@ -87,6 +101,8 @@ class KAV_EPUB_API EpubBase {
  private:
   // What a builder remembers beyond the book's own state.
   struct Memory;
+
+  class HtmlImport;
 
   // Writes the gathered paragraph to the open page.
   KAV_EPUB_LOCAL int FlushParagraph();

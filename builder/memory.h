@@ -5,11 +5,18 @@
 #include <memory>
 #include <string>
 
+#include "builder/entry_names.h"
 #include "builder/epub_base.h"
+#include "xml/dtd_cache.h"
 
 struct EpubBase::Memory {
   // A write has failed: the book on disk is not whole and must not be packed.
   bool isIncomplete = false;
+
+  // Names of imported files; the directory beyond their own to which imports may go.
+  EntryNames names;
+  std::string importRoot;
+  DtdCache dtds;
 
   // Bytes at the end of the text so far that begin a character; the next line may complete it.
   std::string tornCharacter;

@@ -73,6 +73,12 @@ int GenerateEpub(const TEpubData* data, const char* epubPath) {
   return WithBuilder(data, [=](EpubBase& epub) { return epub.GenerateEpub(epubPath); });
 }
 
+int AddHtmlToEpub(const TEpubData* data, const char* htmlPath) {
+  if (KavIsFileOrDirExists(htmlPath) == 0) return EPUB_E_ARGUMENT;
+  if (data == nullptr || data->epub == nullptr) return EPUB_E_ARGUMENT;
+  return WithBuilder(data, [=](EpubBase& epub) { return epub.AddHTHLToEpub(htmlPath); });
+}
+
 // Runs one conversion with its own builder and removes its working files, whatever comes of it.
 template <typename Conversion>
 int Convert(const char* workDir, Conversion conversion) {
@@ -96,6 +102,13 @@ int Txt2Epub(const char* txtPath, const char* epubPath, const char* workDir, con
   });
 }
 
+int Mobi2Epub(const char* mobiPath, const char* epubPath, const char* workDir, void* user,
+              ProgressCallback progress) {
+  return Convert(workDir, [&](EpubManagement& management) {
+    return management.Mobi2Epub(mobiPath, epubPath, user, progress);
+  });
+}
+
 }  // namespace
 
 TEpubService* CreateEpubService(void) {
@@ -115,7 +128,9 @@ TEpubService* CreateEpubService(void) {
   record->AddImageToPage = AddImageToPage;
   record->AddImageToEpub = AddImageToEpub;
   record->GenerateEpub = GenerateEpub;
+  record->AddHtmlToEpub = AddHtmlToEpub;
   record->Txt2Epub = Txt2Epub;
+  record->Mobi2Epub = Mobi2Epub;
   return record;
 }
 

@@ -16,10 +16,12 @@
 #include <libxml/xpath.h>
 
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "../fileutil/export.h"
@@ -40,6 +42,9 @@ struct XmlAttribute {
 
 // The record of a running HTML clean-up.
 struct TRepairState;
+
+class DtdCache;
+class XhtmlRepair;
 
 // The XHTML 1.0 Strict DTD without its character entities, followed by null.
 KAV_EPUB_API extern const char* const kXhtml1StrictDtd[2];
@@ -103,15 +108,95 @@ class KAV_EPUB_API XMLBase {
   // Deletes a node with all below it. Always EPUB_OK.
   std::uint32_t DelNode(xmlNode* node);
 
+  // Replaces a pattern, from the end of the text to its beginning; what is put in is not searched
+  // again, but an occurrence before it may run into it. length characters go at each occurrence.
+  // Changes and returns text.
+  static std::string& ReplaceString(std::string& text, const char* pattern, int length,
+                                    const char* replacement);
+
+  // Decodes the URL escapes of blanks and of the characters !#$&'()*+,/:;=?@[]; no others. Changes
+  // and returns text.
+  static std::string& PercentEncoding(std::string& text);
+
+  // Takes a foreign HTML file into the document, made by Init: a new head with the title, and the
+  // file's body as XHTML 1.0 Strict. Local files that the page refers to are looked for in
+  // sourceDir and handed out by GetXhtmlExternSource. EPUB_E_NO_DOCUMENT without a document;
+  // EPUB_E_OPEN when the file cannot be read or parsed; EPUB_E_NOT_FOUND when it has no root element
+  // or body; EPUB_E_MISSING when there is no DTD at dtdPath; EPUB_E_VALIDATION when memory runs out.
+  int HtmlProcess(const char* htmlPath, const char* sourceDir, const char* title,
+                  const char* dtdPath);
+
+  // The path of a local file that the page refers to, relative to its directory, each once, the
+  // last one found first: a new string for the caller to free(). Null when there are no more.
+  char* GetXhtmlExternSource();
+
+  // Validate a document, or a node with all below it, against the DTD and repair what fails. 1 when
+  // all was valid, else 0. What has to go is deleted at the end of HtmlProcess only.
+  int xhtmlValidateDtd(xmlValidCtxt* ctxt, xmlDoc* doc, xmlDtd* dtd);
+  int xhtmlValidateElement(xmlValidCtxt* ctxt, xmlDoc* doc, xmlNode* node);
+
+  // The handlers of the validation: the error handler repairs the node of libxml2's last error; ctx
+  // is the record of the running clean-up.
+  static void PrintError(void* ctx, const char* msg, ...);
+  static void PrintWarning(void* ctx, xmlError* error);
+
+  // Rewrites the HTML of a MOBI book in place: an img with a "recindex" of k gets images[k] as its
+  // source, or goes when there is none; the first "image" element becomes an img with images[0];
+  // nested "html" elements go. Without images nothing is done. EPUB_E_MISSING when the file does
+  // not exist; EPUB_E_OPEN when it cannot be parsed; EPUB_E_MOBI_HTML when it cannot be written.
+  static int MobiHtmlProcess(const char* htmlPath, const char* encoding,
+                             std::vector<std::string>& images);
+
+  // For HtmlProcess: decides which paths are local files, in place of "every regular file", and
+  // keeps the DTD between pages.
+  KAV_EPUB_LOCAL void SetImport(std::function<bool(const std::string& path)> isLocal,
+                                DtdCache* cache);
+
+  // Points the links and pictures of the page to what its local files are called in the book: by
+  // the order in which GetXhtmlExternSource hands them out, all of which must still be there.
+  KAV_EPUB_LOCAL void PointLinks(const std::vector<std::string>& references);
+
+  // Turns the links of a saved page to any of the references into marked text. False when the file
+  // could not be read or, if it has such links, written again.
+  KAV_EPUB_LOCAL static bool NeutralizeLinks(const std::string& path,
+                                             const std::unordered_set<std::string>& references);
+
  private:
+  friend class XhtmlRepair;
+
   KAV_EPUB_LOCAL std::uint32_t AppendElement(const char* parentPath, const char* name,
                                              xmlNode*& element);
   KAV_EPUB_LOCAL xmlNode* FindByRule(const char* path);
   KAV_EPUB_LOCAL xmlNode* FindBesideLast(const std::string& name);
   KAV_EPUB_LOCAL void ForgetBelow(const xmlNode* node);
 
+  KAV_EPUB_LOCAL bool IsLocalFile(const std::string& path) const;
+  KAV_EPUB_LOCAL void MarkLink(xmlNode* node);
+  KAV_EPUB_LOCAL int TakeOverBody(const char* htmlPath, const char* title, xmlNode*& body);
+  KAV_EPUB_LOCAL int Repair(xmlDtd* dtd, xmlNode* body);
+  KAV_EPUB_LOCAL void NeutralizeDeadFragments(const std::unordered_set<xmlNode*>& deleted);
+  KAV_EPUB_LOCAL bool IsLiveFragment(const std::string& href) const;
+
   xmlDoc* doc = nullptr;
   xmlNode* root = nullptr;
+  // The directory part of the last local reference.
+  std::string resourceDir;
+  // The attribute whose value is being validated.
+  xmlAttr* currentAttr = nullptr;
+  // The local files that the page refers to, and the links that hold a "#".
+  std::vector<std::string> externSources;
+  std::vector<xmlNode*> anchorLinks;
+  TRepairState* repairState = nullptr;
+  // The directory of the HTML file.
+  std::string baseDir;
+  // The ids of the page, as "|#first|#second|", the same as an index (true for an id, false for
+  // what follows a "#" in one), and their elements.
+  std::string idList = "|";
+  std::unordered_map<std::string, bool> knownIds;
+  std::unordered_set<const xmlNode*> idOwners;
+  std::int32_t inBody = 0;
+  std::function<bool(const std::string& path)> isLocalFile;
+  DtdCache* dtdCache = nullptr;
   xmlNode* lastFound = nullptr;
   // The newest element of each name that was looked up and not added since, as a full search from
   // the root finds it: a book of n pages looks up the same few elements n times.

@@ -1,0 +1,82 @@
+// Drives libxml2's HTML parser so that it loses nothing and its cost grows with the input only.
+#include "xml/html_parser.h"
+
+#include <libxml/HTMLparser.h>
+#include <libxml/SAX2.h>
+#include <libxml/parser.h>
+
+#include <climits>
+#include <mutex>
+
+#include "xml/attribute_limit.h"
+#include "xml/error_silence.h"
+
+namespace {
+
+// libxml2 gives up on a document at 256 open elements.
+constexpr int kDeepestElement = 250;
+// An end tag is searched among all names that are open.
+constexpr int kMostOpenNames = 1000;
+
+struct FreeParser {
+  void operator()(htmlParserCtxt* parser) const { htmlFreeParserCtxt(parser); }
+};
+
+// The elements that are open for the parser and closed in the tree; kept in the parser's _private.
+int& Flattened(htmlParserCtxt* parser) {
+  return *static_cast<int*>(parser->_private);
+}
+
+// The parser takes the enclosing element of the newest one for closed.
+void ForgetEnclosingName(htmlParserCtxt* parser) {
+  parser->nameTab[parser->nameNr - 2] = parser->nameTab[parser->nameNr - 1];
+  --parser->nameNr;
+  --Flattened(parser);
+}
+
+void StartElement(void* context, const xmlChar* name, const xmlChar** attributes) {
+  auto* parser = static_cast<htmlParserCtxt*>(context);
+  xmlSAX2StartElement(context, name, attributes);
+  if (parser->nodeNr <= kDeepestElement) return;
+  xmlSAX2EndElement(context, name);
+  ++Flattened(parser);
+  if (parser->nameNr > kMostOpenNames) ForgetEnclosingName(parser);
+}
+
+void EndElement(void* context, const xmlChar* name) {
+  auto* parser = static_cast<htmlParserCtxt*>(context);
+  if (Flattened(parser) > 0) {
+    --Flattened(parser);
+  } else {
+    xmlSAX2EndElement(context, name);
+  }
+}
+
+// Texts may be huge, nesting may not; libxml2 has one option for both.
+void Characters(void* context, const xmlChar* text, int length) {
+  auto* parser = static_cast<htmlParserCtxt*>(context);
+  const int options = parser->options;
+  parser->options |= XML_PARSE_HUGE;
+  xmlSAX2Characters(context, text, length);
+  parser->options = options;
+}
+
+}  // namespace
+
+XmlDocument ParseHtml(const std::string& html, const char* encoding, int options) {
+  static std::once_flag once;
+  std::call_once(once, xmlInitParser);  // libxml2 must be set up once before threads use it
+  const ErrorSilence silence;
+  const std::string limited = LimitAttributes(html);
+  const std::string& source = limited.empty() ? html : limited;
+  const std::unique_ptr<htmlParserCtxt, FreeParser> parser(htmlNewParserCtxt());
+  if (parser == nullptr || source.size() > INT_MAX) return nullptr;
+  int flattened = 0;
+  parser->_private = &flattened;
+  parser->sax->startElement = StartElement;
+  parser->sax->endElement = EndElement;
+  parser->sax->characters = Characters;
+  return XmlDocument(htmlCtxtReadMemory(parser.get(), source.data(),
+                                        static_cast<int>(source.size()), nullptr, encoding,
+                                        options));
+}

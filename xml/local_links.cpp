@@ -1,0 +1,68 @@
+// The local files of a page: which they are, and what the page calls them in the book.
+#include <libxml/parser.h>
+
+#include <climits>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "fileutil/read_file.h"
+#include "platform/kav_tool/kav_tool.h"
+#include "xml/error_silence.h"
+#include "xml/repair_state.h"
+#include "xml/xml_base.h"
+
+void XMLBase::SetImport(std::function<bool(const std::string& path)> isLocal, DtdCache* cache) {
+  isLocalFile = std::move(isLocal);
+  dtdCache = cache;
+}
+
+bool XMLBase::IsLocalFile(const std::string& path) const {
+  const std::string full = baseDir + "/" + path;
+  return isLocalFile ? isLocalFile(full) : KavIsFileExists(full.c_str()) != 0;
+}
+
+char* XMLBase::GetXhtmlExternSource() {
+  if (externSources.empty()) return nullptr;
+  char* path = strdup(externSources.back().c_str());
+  externSources.pop_back();
+  return path;
+}
+
+// A node that goes later takes its mark along; a list of nodes would have to be kept true.
+void XMLBase::MarkLink(xmlNode* node) {
+  node->_private = reinterpret_cast<void*>(externSources.size());
+}
+
+void XMLBase::PointLinks(const std::vector<std::string>& references) {
+  for (xmlNode* node = root; node != nullptr; node = NextElement(node)) {
+    const auto mark = reinterpret_cast<std::uintptr_t>(node->_private);
+    node->_private = nullptr;
+    if (mark == 0 || mark > references.size()) continue;
+    const xmlChar* attribute = Xml(NameOf(node) == "img" ? "src" : "href");
+    if (FindAttribute(node, attribute) == nullptr) continue;
+    const std::string& reference = references[references.size() - mark];
+    if (xmlSetProp(node, attribute, Xml(reference.c_str())) == nullptr) incomplete = true;
+  }
+}
+
+bool XMLBase::NeutralizeLinks(const std::string& path,
+                              const std::unordered_set<std::string>& references) {
+  const ErrorSilence silence;
+  const auto text = ReadRegularFile(path.c_str());
+  if (!text || text->size() > INT_MAX) return false;
+  XMLBase page;
+  page.doc = xmlReadMemory(text->data(), static_cast<int>(text->size()), nullptr, nullptr,
+                           XML_PARSE_HUGE | XML_PARSE_NONET);
+  if (page.doc == nullptr) return false;
+  page.root = xmlDocGetRootElement(page.doc);
+  bool hasChanged = false;
+  for (xmlNode* node = page.root; node != nullptr; node = NextElement(node)) {
+    const xmlAttr* href = NameOf(node) == "a" ? FindAttribute(node, Xml("href")) : nullptr;
+    if (href == nullptr || href->children == nullptr) continue;
+    if (references.count(reinterpret_cast<const char*>(href->children->content)) == 0) continue;
+    Neutralize(node);
+    hasChanged = true;
+  }
+  return !hasChanged || page.SaveFile(path.c_str()) == EPUB_OK;
+}
