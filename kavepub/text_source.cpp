@@ -69,8 +69,8 @@ class Decoding {
         replaceErrors(replaces),
         unit(UnitOf(encodingName)),
         converter(encodingName) {
-    // A suffix such as "//IGNORE" would hide errors.
-    if (!converter.Exists() || encoding.find('/') != std::string::npos) {
+    // A suffix such as "//IGNORE" would hide errors; an empty name means the language of the user.
+    if (!converter.Exists() || encoding.empty() || encoding.find('/') != std::string::npos) {
       throw Failure(text, "the encoding \"" + encoding +
                               "\" is not known; `iconv -l` lists the names that are");
     }
