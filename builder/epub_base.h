@@ -100,9 +100,9 @@ class KAV_EPUB_API EpubBase {
 
  private:
   // What a builder remembers beyond the book's own state.
-  struct Memory;
+  struct KAV_EPUB_LOCAL Memory;
 
-  class HtmlImport;
+  class KAV_EPUB_LOCAL HtmlImport;
 
   // Writes the gathered paragraph to the open page.
   KAV_EPUB_LOCAL int FlushParagraph();
