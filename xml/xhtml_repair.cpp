@@ -108,8 +108,8 @@ XhtmlRepair::Step XhtmlRepair::Queue(xmlNode* node) {
 
 XhtmlRepair::Step XhtmlRepair::QueueHeadElement(xmlNode* node) {
   if (NameOf(node) == "body") page.inBody = 1;
-  const bool isMisplaced = page.inBody != 0 && node->name != nullptr &&
-                           HoldsWhole(kHeadOnlyNames, NameOf(node));
+  const bool isMisplaced =
+      page.inBody != 0 && node->name != nullptr && HoldsWhole(kHeadOnlyNames, NameOf(node));
   return isMisplaced ? Queue(node) : Step::kNext;
 }
 
