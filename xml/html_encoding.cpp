@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -132,7 +133,8 @@ using Converter = std::unique_ptr<void, CloseConverter>;
 
 Converter ConverterFrom(const char* encoding) {
   void* converter = iconv_open("UTF-8", encoding);
-  return Converter(converter == iconv_t(-1) ? nullptr : converter);
+  const bool isUnknown = reinterpret_cast<std::intptr_t>(converter) == -1;
+  return Converter(isUnknown ? nullptr : converter);
 }
 
 Converter ConverterFromDeclared(std::string_view declared) {

@@ -30,7 +30,7 @@ std::vector<xmlNode*> NodesNamed(xmlDoc* doc, const char* xpath) {
   xmlXPathObject* selected = XMLBase::GetNodeSet(doc, Xml(xpath));
   if (selected == nullptr) return {};
   const xmlNodeSet* set = selected->nodesetval;
-  const std::vector<xmlNode*> nodes(set->nodeTab, set->nodeTab + set->nodeNr);
+  std::vector<xmlNode*> nodes(set->nodeTab, set->nodeTab + set->nodeNr);
   xmlXPathFreeObject(selected);
   return nodes;
 }

@@ -22,7 +22,7 @@ bool Contains(std::string_view text, std::string_view part) {
 std::string DecodeEscapes(const std::string& reference) {
   if (Contains(reference, "%00")) return {};
   char* decoded = xmlURIUnescapeString(reference.c_str(), 0, nullptr);
-  const std::string path = decoded == nullptr ? "" : decoded;
+  std::string path = decoded == nullptr ? "" : decoded;
   xmlFree(decoded);
   return path;
 }

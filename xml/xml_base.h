@@ -16,6 +16,7 @@
 #include <libxml/xpath.h>
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <initializer_list>
 #include <memory>
@@ -196,6 +197,8 @@ class KAV_EPUB_API XMLBase {
   std::unordered_map<std::string, bool> knownIds;
   std::unordered_set<const xmlNode*> idOwners;
   std::int32_t inBody = 0;
+  // For the elements that refer to local files: the how-manieth file it was.
+  std::deque<size_t> linkMarks;
   std::function<bool(const std::string& path)> isLocalFile;
   DtdCache* dtdCache = nullptr;
   xmlNode* lastFound = nullptr;
