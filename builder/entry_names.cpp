@@ -5,7 +5,7 @@
 #include <iterator>
 #include <string_view>
 
-#include "fileutil/utf8.h"
+#include "platform/utf8.h"
 
 namespace {
 

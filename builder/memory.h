@@ -20,9 +20,11 @@ struct EpubBase::Memory {
 
   // Bytes at the end of the text so far that begin a character; the next line may complete it.
   std::string tornCharacter;
-  // The page that ended there, kept until it is known whether it did: its file name and document.
+  // The page that ended there, kept until it is known whether it did: its file name, its document
+  // and its last paragraph with those bytes.
   std::string tornPagePath;
   std::unique_ptr<XMLFile> tornPage;
+  std::string tornParagraph;
 };
 
 // The file name of a numbered page; text, picture and imported pages share the numbers.

@@ -4,10 +4,10 @@
 #include "platform/kav_ebase/kav_ebase.h"
 #include "platform/kav_tool/kav_tool.h"
 
-// The text ended inside a character: what there is of it shows at the end of the last page.
+// The text ended inside a character: what there is of it shows at the end of its paragraph.
 void EpubBase::SettleTornCharacter() {
   if (memory->tornPage == nullptr) return;
-  memory->tornPage->AddTextLineToHtml(memory->tornCharacter.c_str());
+  memory->tornPage->SetLastTextLine(memory->tornParagraph.c_str());
   if (memory->tornPage->SaveHtml(memory->tornPagePath.c_str()) != EPUB_OK) {
     memory->isIncomplete = true;
   }

@@ -1,7 +1,7 @@
 // Text pages: lines are gathered into paragraphs, paragraphs into numbered pages.
 #include "builder/epub_base.h"
 #include "builder/memory.h"
-#include "fileutil/utf8.h"
+#include "platform/utf8.h"
 
 int EpubBase::StartPage() {
   ++pageNum;
@@ -57,11 +57,14 @@ int EpubBase::EndPage() {
   if (pageFile == nullptr || opfFile == nullptr || ncxFile == nullptr) return EPUB_E_NO_PAGE;
   const std::string name = PageName(pageNum);
   const std::string path = bookDir + "/OEBPS/" + name;
+  std::string paragraph = paraText;
   if (const int code = FlushParagraph(); code != EPUB_OK) return code;
   if (pageFile->SaveHtml(path.c_str()) != EPUB_OK) memory->isIncomplete = true;
   if (!memory->tornCharacter.empty() && memory->tornPage == nullptr) {
     memory->tornPage = std::move(pageFile);
     memory->tornPagePath = path;
+    // After a picture the bytes belong to a paragraph before it, which has been written.
+    memory->tornParagraph = paragraph.empty() ? memory->tornCharacter : std::move(paragraph);
   }
   pageFile.reset();
 

@@ -7,33 +7,30 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
+#include <utility>
 
 namespace {
 
 constexpr size_t kLongestChunk = 254;
 
 // A conversion reads its text twice, which only a regular file allows; opening a pipe would wait.
-int OpenRegularFile(const char* path) {
-  const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (descriptor < 0) return -1;
+UniqueFd OpenRegularFile(const char* path) {
+  UniqueFd descriptor(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status = {};
-  if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) return descriptor;
-  close(descriptor);
-  return -1;
+  const bool isRegular =
+      descriptor && fstat(descriptor.Get(), &status) == 0 && S_ISREG(status.st_mode);
+  return isRegular ? std::move(descriptor) : UniqueFd();
 }
 
 }  // namespace
 
 TextChunks::TextChunks(const char* path) : descriptor(OpenRegularFile(path)) {}
 
-TextChunks::~TextChunks() {
-  if (IsOpen()) close(descriptor);
-}
-
 bool TextChunks::Fill() {
   ssize_t count = -1;
   do {
-    count = read(descriptor, buffer.data(), buffer.size());
+    count = read(descriptor.Get(), buffer.data(), buffer.size());
   } while (count < 0 && errno == EINTR);
   failed = count < 0;
   if (count > 0) unread = {buffer.data(), static_cast<size_t>(count)};

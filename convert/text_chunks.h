@@ -6,17 +6,16 @@
 #include <string>
 #include <string_view>
 
+#include "platform/unique_fd.h"
+
 inline constexpr int kLinesPerPage = 60;
 
 // Reads a regular file in chunks that end after a line feed or after 254 bytes.
 class TextChunks {
  public:
   explicit TextChunks(const char* path);
-  ~TextChunks();
-  TextChunks(const TextChunks&) = delete;
-  TextChunks& operator=(const TextChunks&) = delete;
 
-  bool IsOpen() const { return descriptor >= 0; }
+  bool IsOpen() const { return static_cast<bool>(descriptor); }
 
   // Moves to the next chunk; false at the end of the file, and when it cannot be read.
   bool Next();
@@ -30,7 +29,7 @@ class TextChunks {
  private:
   bool Fill();
 
-  int descriptor;
+  UniqueFd descriptor;
   bool failed = false;
   std::array<char, 1 << 16> buffer;
   std::string_view unread;

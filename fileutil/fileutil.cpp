@@ -20,34 +20,20 @@
 #include "fileutil/output_file.h"
 #include "fileutil/result_codes.h"
 #include "platform/kav_tool/kav_tool.h"
+#include "platform/unique_fd.h"
 
 namespace {
 
 constexpr size_t kCopyChunk = 4096;
 
-class InputFile {
- public:
-  explicit InputFile(const char* path) : descriptor(open(path, O_RDONLY | O_CLOEXEC)) {}
-  ~InputFile() {
-    if (IsOpen()) close(descriptor);
-  }
-  InputFile(const InputFile&) = delete;
-  InputFile& operator=(const InputFile&) = delete;
-
-  bool IsOpen() const { return descriptor >= 0; }
-
-  // The number of bytes read, 0 at the end, negative on failure.
-  ssize_t Read(char* buffer, size_t size) {
-    ssize_t count = -1;
-    do {
-      count = read(descriptor, buffer, size);
-    } while (count < 0 && errno == EINTR);
-    return count;
-  }
-
- private:
-  int descriptor;
-};
+// The number of bytes read, 0 at the end, negative on failure.
+ssize_t ReadChunk(int descriptor, char* buffer, size_t size) {
+  ssize_t count = -1;
+  do {
+    count = read(descriptor, buffer, size);
+  } while (count < 0 && errno == EINTR);
+  return count;
+}
 
 bool IsGiven(const char* src, const char* dst) {
   return KavIsStrNullOrEmpty(src) == 0 && KavIsStrNullOrEmpty(dst) == 0;
@@ -161,14 +147,14 @@ CopyOutcome CopyFileReporting(const char* src, const char* dst) {
   // Opening the target empties it, which would lose the source when both are one file.
   if (IsSameFile(src, target.c_str())) return {EPUB_OK, true};
 
-  InputFile input(src);
-  if (!input.IsOpen()) return {EPUB_E_OPEN, false};
+  const UniqueFd input(open(src, O_RDONLY | O_CLOEXEC));
+  if (!input) return {EPUB_E_OPEN, false};
   OutputFile output(target);
   if (!output.IsOpen()) return {EPUB_E_OPEN, false};
   std::array<char, kCopyChunk> chunk;
-  ssize_t count = input.Read(chunk.data(), chunk.size());
+  ssize_t count = ReadChunk(input.Get(), chunk.data(), chunk.size());
   while (count > 0 && output.Write({chunk.data(), static_cast<size_t>(count)})) {
-    count = input.Read(chunk.data(), chunk.size());
+    count = ReadChunk(input.Get(), chunk.data(), chunk.size());
   }
   return {EPUB_OK, output.Close() && count == 0};
 }

@@ -24,13 +24,9 @@ int OpenForWriting(const std::string& path, OutputFile::Mode mode) {
 OutputFile::OutputFile(const std::string& path, Mode mode)
     : descriptor(OpenForWriting(path, mode)) {}
 
-OutputFile::~OutputFile() {
-  Close();
-}
-
 bool OutputFile::Write(std::string_view bytes) {
   while (!failed && !bytes.empty()) {
-    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    const ssize_t written = write(descriptor.Get(), bytes.data(), bytes.size());
     if (written > 0) {
       bytes.remove_prefix(static_cast<size_t>(written));
     } else if (errno != EINTR) {
@@ -43,7 +39,6 @@ bool OutputFile::Write(std::string_view bytes) {
 bool OutputFile::Close() {
   if (!IsOpen()) return false;
   // A close that is interrupted has closed the descriptor all the same (Linux).
-  const bool closed = close(descriptor) == 0 || errno == EINTR;
-  descriptor = -1;
+  const bool closed = close(descriptor.Release()) == 0 || errno == EINTR;
   return closed && !failed;
 }

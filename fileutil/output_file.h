@@ -5,16 +5,15 @@
 #include <string>
 #include <string_view>
 
+#include "platform/unique_fd.h"
+
 class OutputFile {
  public:
   enum class Mode { kTruncate, kAppend };
 
   explicit OutputFile(const std::string& path, Mode mode = Mode::kTruncate);
-  ~OutputFile();
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
 
-  bool IsOpen() const { return descriptor >= 0; }
+  bool IsOpen() const { return static_cast<bool>(descriptor); }
 
   // Writes all bytes; false as soon as one write of this file has failed.
   bool Write(std::string_view bytes);
@@ -23,7 +22,7 @@ class OutputFile {
   bool Close();
 
  private:
-  int descriptor;
+  UniqueFd descriptor;
   bool failed = false;
 };
 

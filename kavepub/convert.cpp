@@ -1,47 +1,133 @@
-// Carries out one order: checks what it names, builds the book in a private directory, packs it.
+// Carries out one order: builds the book in a private directory and packs it.
 #include "kavepub/convert.h"
 
-#include "kavepub/cover.h"
+#include "builder/epub_base.h"
 #include "kavepub/failure.h"
+#include "kavepub/html_metadata.h"
 #include "kavepub/interruption.h"
-#include "kavepub/progress_bar.h"
+#include "kavepub/pictures.h"
 #include "kavepub/service.h"
 #include "kavepub/text_book.h"
 #include "kavepub/work_dir.h"
 
 namespace {
 
-std::filesystem::path OutputOf(const BookOrder& order) {
-  if (!order.output.empty()) return order.output;
-  std::filesystem::path output = order.input;
-  return output.replace_extension(".epub");
-}
+// A book in the making, by the engine's record.
+class Build {
+ public:
+  Build(const BookOrder& ordered, const BookOptions& chosen, Progress& shown)
+      : order(ordered),
+        options(chosen),
+        progress(shown),
+        workDir(chosen.workDir),
+        service(NewService()),
+        shelf(workDir.Path()) {}
 
-void RequireDirectoryOf(const std::filesystem::path& output) {
-  const std::filesystem::path directory =
-      output.has_parent_path() ? output.parent_path() : std::filesystem::path(".");
-  if (!std::filesystem::is_directory(directory)) {
-    throw Failure(output, "its directory does not exist; make it first");
+  std::string Run() {
+    switch (order.kind) {
+      case BookKind::kText:
+        return MakeOfText();
+      case BookKind::kHtml:
+        return MakeOfHtml();
+      case BookKind::kPictures:
+        return MakeOfPictures();
+      case BookKind::kMobi:
+        return MakeOfMobi();
+    }
+    return {};
   }
-}
+
+ private:
+  void Begin(const std::string& title, const std::string& author) {
+    Require(service->InitEpub(service->data, workDir.Path().c_str(),
+                              options.title.value_or(title).c_str(),
+                              options.author.value_or(author).c_str()),
+            workDir.Path());
+    if (options.cover.empty()) return;
+    const std::filesystem::path cover = shelf.Place(options.cover);
+    Require(service->data->epub->AddCoverImageToEpub(cover.c_str()), options.cover);
+  }
+
+  void Pack() {
+    StopIfInterrupted();
+    Require(service->GenerateEpub(service->data, order.output.c_str()), order.output);
+  }
+
+  // Shows that one more of the inputs is done.
+  void ShowDone(size_t done) {
+    progress.Show(static_cast<double>(done) / static_cast<double>(order.inputs.size()));
+    StopIfInterrupted();
+  }
+
+  std::string MakeOfText() {
+    const std::filesystem::path& input = order.inputs.front();
+    const TextSource source = PrepareText(input, options.decoding, workDir.Path());
+    const bool isLineMode = options.paragraphs == ParagraphMode::kAuto
+                                ? LinesAreParagraphs(source.file)
+                                : options.paragraphs == ParagraphMode::kLine;
+    Begin(input.stem().string(), "");
+    const auto addText = isLineMode ? AddTextOfParagraphs : AddWrappedText;
+    addText(*service, source.file, progress);
+    Pack();
+    return source.encoding + (isLineMode ? ", one paragraph a line" : ", wrapped lines");
+  }
+
+  std::string MakeOfHtml() {
+    const HtmlMetadata metadata = ReadHtmlMetadata(order.inputs.front());
+    Begin(metadata.title.empty() ? order.inputs.front().stem().string() : metadata.title,
+          metadata.author);
+    for (size_t done = 0; done < order.inputs.size(); ++done) {
+      const std::filesystem::path& page = order.inputs[done];
+      // The engine looks for the files beside a page in its directory, and in "/" without one.
+      const std::filesystem::path placed = page.has_parent_path() ? page : "." / page;
+      Require(service->AddHtmlToEpub(service->data, placed.c_str()), page);
+      ShowDone(done + 1);
+    }
+    Pack();
+    return {};
+  }
+
+  std::string MakeOfPictures() {
+    Begin(order.output.stem().string(), "");
+    for (size_t done = 0; done < order.inputs.size(); ++done) {
+      const std::filesystem::path picture = shelf.Place(order.inputs[done]);
+      Require(service->AddImageToEpub(service->data, picture.c_str()), order.inputs[done]);
+      ShowDone(done + 1);
+    }
+    Pack();
+    return std::to_string(order.inputs.size()) + " pictures";
+  }
+
+  // The book brings its own title, author and cover; the engine does all in one call.
+  std::string MakeOfMobi() {
+    const std::filesystem::path& input = order.inputs.front();
+    Require(service->Mobi2Epub(input.c_str(), order.output.c_str(), workDir.Path().c_str(), this,
+                               OnMobiProgress),
+            input);
+    if (!isMobiDone) throw Interrupted();
+    return {};
+  }
+
+  static int OnMobiProgress(void* user, int done, int total) {
+    constexpr int kCancel = -2;
+    auto* build = static_cast<Build*>(user);
+    build->isMobiDone = done == total;
+    build->progress.Show(static_cast<double>(done) / total);
+    return WasInterrupted() ? kCancel : 0;
+  }
+
+  const BookOrder& order;
+  const BookOptions& options;
+  Progress& progress;
+  const WorkDir workDir;
+  const Service service;
+  PictureShelf shelf;
+  bool isMobiDone = false;
+};
 
 }  // namespace
 
-std::filesystem::path ConvertBook(const BookOrder& order) {
-  RequireReadable(order.input);
-  const std::filesystem::path output = OutputOf(order);
-  RequireDirectoryOf(output);
-
-  const WorkDir workDir;
-  const Service service = NewService();
-  ProgressBar progress(order.input.filename().string());
-  const std::string title = order.title.value_or(order.input.stem().string());
-  Require(
-      service->InitEpub(service->data, workDir.Path().c_str(), title.c_str(), order.author.c_str()),
-      workDir.Path());
-  if (!order.cover.empty()) AddCover(*service, order.cover, workDir.Path());
-  AddTextPages(*service, order.input, progress);
-  StopIfInterrupted();
-  Require(service->GenerateEpub(service->data, output.c_str()), output);
-  return output;
+std::string ConvertBook(const BookOrder& order, const BookOptions& options, Progress& progress) {
+  if (!order.refusal.empty()) throw Failure(order.refusal);
+  return Build(order, options, progress).Run();
 }

@@ -9,6 +9,7 @@
 // One line that names the file, the reason and the next step.
 class Failure : public std::runtime_error {
  public:
+  explicit Failure(const std::string& line) : std::runtime_error(line) {}
   Failure(const std::filesystem::path& file, const std::string& reason)
       : std::runtime_error(file.string() + ": " + reason) {}
 };

@@ -2,32 +2,118 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <map>
 #include <string>
+#include <thread>
 
-#include "kavepub/convert.h"
+#include "kavepub/commands.h"
 #include "kavepub/failure.h"
 #include "kavepub/interruption.h"
 
 namespace {
 
-enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2, kInterrupted = 130 };
-
-constexpr char kDescription[] = R"(Makes EPUB books.
+constexpr char kDescription[] = R"(Makes EPUB books of texts, HTML, MOBI books and pictures.
 
 Examples:
   kavepub convert novel.txt                     makes novel.epub beside it
-  kavepub convert novel.txt -o books/novel.epub
-  kavepub convert novel.txt --title "The Novel" --author "A. Writer" --cover front.jpg
+  kavepub convert novel.txt -o books/novel.epub --title "The Novel" --author "A. Writer"
+  kavepub convert article.html                  with all pages and pictures it links to
+  kavepub convert old.mobi                      keeps title, author and cover
+  kavepub convert a.jpg b.jpg -o album.epub     a picture a page
+  kavepub convert library/ -o books/            all below library, again only what has changed
+  kavepub info novel.epub
+  kavepub preview novel.epub                    draws the first pages into novel.png
 )";
 
-constexpr char kFooter[] = R"(
-Exit codes: 0 all done, 1 a conversion failed, 2 wrong usage, 130 interrupted.)";
+constexpr char kFooter[] =
+    "Exit codes: 0 all done, 1 a book failed, 2 wrong usage, 130 interrupted.";
 
-int Convert(const BookOrder& order) {
+const std::map<std::string, ParagraphMode> kParagraphModes = {
+    {"auto", ParagraphMode::kAuto},
+    {"line", ParagraphMode::kLine},
+    {"wrapped", ParagraphMode::kWrapped},
+};
+const std::map<std::string, bool> kErrorModes = {{"strict", false}, {"replace", true}};
+
+void AddConvert(CLI::App& app, ConvertArguments& arguments) {
+  CLI::App& convert = *app.add_subcommand("convert", "Make books");
+  Selection& selection = arguments.selection;
+  BookOptions& options = arguments.options;
+  const auto option = [&](const char* name, auto& value, const char* type, const char* text) {
+    return convert.add_option(name, value, text)->type_name(type);
+  };
+  option("INPUT", selection.inputs, "",
+         "Texts, HTML pages, MOBI books, pictures, or folders of them")
+      ->required();
+  option("-o,--output", selection.output, "PATH",
+         "The book, or a directory for the books (default: beside the input)");
+  option("--title", options.title, "TEXT", "Title (default: the document's, or its file name)");
+  option("--author", options.author, "TEXT", "Author (default: the document's)");
+  option("--cover", options.cover, "FILE", "Picture for the cover: JPEG, PNG or GIF");
+  option("--encoding", options.decoding.encoding, "NAME",
+         "Encoding of the texts, as `iconv -l` lists them (default: auto)");
+  option("--encoding-errors", options.decoding.replaceErrors, "MODE",
+         "Bytes that cannot be decoded: strict (fail, the default) or replace")
+      ->transform(CLI::CheckedTransformer(kErrorModes).description(""));
+  option("--paragraphs", options.paragraphs, "MODE",
+         "A line of a text is: line (a paragraph), wrapped (a part of one), auto (the default)")
+      ->transform(CLI::CheckedTransformer(kParagraphModes).description(""));
+  convert.add_flag("--separate", selection.separate,
+                   "A book of each HTML page or picture instead of one of all");
+  option("--work-dir", options.workDir, "DIR",
+         "Directory for working files (default: $TMPDIR or /tmp)");
+  option("-j,--jobs", arguments.jobs, "N", "Books made at once (default: one a processor)")
+      ->check(CLI::Range(1, 1024).description(""));
+  convert.add_flag("-f,--force", options.force, "Replace books that exist");
+  convert.add_flag("-n,--dry-run", arguments.dryRun, "Only tell what would be made");
+  convert.add_flag("-q,--quiet", arguments.quiet, "Tell failures only");
+  convert.add_flag("--json", arguments.json, "Tell each book as one line of JSON");
+}
+
+void AddInfo(CLI::App& app, InfoArguments& arguments) {
+  CLI::App* info = app.add_subcommand("info", "Tell title, author, pages, pictures and size");
+  info->add_option("BOOK", arguments.books, "EPUB or MOBI books")->type_name("")->required();
+  info->add_flag("--json", arguments.json, "One line of JSON for each book");
+}
+
+void AddPreview(CLI::App& app, PreviewArguments& arguments) {
+  CLI::App* preview = app.add_subcommand("preview", "Draw the first pages of a book on one sheet");
+  preview->add_option("BOOK", arguments.book, "An EPUB book")->type_name("")->required();
+  preview
+      ->add_option("-o,--output", arguments.output,
+                   "The sheet, a PNG picture (default: BOOK with .png)")
+      ->type_name("FILE");
+}
+
+int Run(int argc, char** argv) {
+  CLI::App app(kDescription, "kavepub");
+  app.footer(kFooter);
+  app.set_version_flag("--version", "kavepub " KAVEPUB_VERSION);
+  app.require_subcommand(1);
+  app.get_formatter()->column_width(28);
+  ConvertArguments convert;
+  convert.jobs = std::max(1U, std::thread::hardware_concurrency());
+  InfoArguments info;
+  PreviewArguments preview;
+  AddConvert(app, convert);
+  AddInfo(app, info);
+  AddPreview(app, preview);
   try {
-    const std::filesystem::path book = ConvertBook(order);
-    std::printf("%s\n", book.c_str());
-    return kDone;
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kDone : kUsage;
+  }
+  CatchInterruptions();
+  if (app.got_subcommand("convert")) return RunConvert(convert);
+  if (app.got_subcommand("info")) return RunInfo(info);
+  return RunPreview(preview);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
   } catch (const Interrupted& interruption) {
     std::fprintf(stderr, "kavepub: %s\n", interruption.what());
     return kInterrupted;
@@ -35,31 +121,4 @@ int Convert(const BookOrder& order) {
     std::fprintf(stderr, "kavepub: %s\n", failure.what());
     return kFailed;
   }
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-  CLI::App app(kDescription);
-  app.footer(kFooter);
-  app.set_version_flag("--version", "kavepub " KAVEPUB_VERSION);
-  app.require_subcommand(1);
-
-  BookOrder order;
-  std::string title;
-  CLI::App* convert = app.add_subcommand("convert", "Turn a plain text (UTF-8) into a book");
-  convert->add_option("INPUT", order.input, "The text")->required();
-  convert->add_option("-o,--output", order.output, "The book (default: INPUT with .epub)");
-  CLI::Option* titleOption =
-      convert->add_option("--title", title, "Title of the book (default: the name of INPUT)");
-  convert->add_option("--author", order.author, "Author of the book");
-  convert->add_option("--cover", order.cover, "Picture for the cover: JPEG, PNG or GIF");
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kDone : kUsage;
-  }
-  if (titleOption->count() > 0) order.title = title;
-  CatchInterruptions();
-  return Convert(order);
 }

@@ -4,12 +4,15 @@
 
 #include <filesystem>
 
-#include "kavepub/progress_bar.h"
+#include "kavepub/progress.h"
 #include "service/epub_service.h"
 
-// Adds all pages of a text in UTF-8 to the book that `service` has begun, with the lines, pages and
-// paragraphs of the engine's own text conversion. Throws a Failure, or Interrupted.
-void AddTextPages(const TEpubService& service, const std::filesystem::path& text,
-                  ProgressBar& progress);
+// Add all pages of a text in UTF-8 to the book that `service` has begun. A wrapped text gets the
+// lines, pages and paragraphs of the engine's own text conversion; otherwise each line that is not
+// blank becomes a paragraph. They throw a Failure, or Interrupted.
+void AddWrappedText(const TEpubService& service, const std::filesystem::path& text,
+                    Progress& progress);
+void AddTextOfParagraphs(const TEpubService& service, const std::filesystem::path& text,
+                         Progress& progress);
 
 #endif

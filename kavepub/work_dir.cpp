@@ -8,14 +8,14 @@
 #include "kavepub/failure.h"
 #include "platform/kav_tool/kav_tool.h"
 
-WorkDir::WorkDir() {
+WorkDir::WorkDir(std::filesystem::path parent) {
   std::error_code error;
-  const std::filesystem::path parent = std::filesystem::temp_directory_path(error);
+  if (parent.empty()) parent = std::filesystem::temp_directory_path(error);
   std::string name = (parent / "kavepub-XXXXXX").string();
   if (error || mkdtemp(name.data()) == nullptr) {
     const std::error_code reason = error ? error : std::error_code(errno, std::generic_category());
     throw Failure(parent, "no working directory can be made here: " + reason.message() +
-                              "; set $TMPDIR to a directory that is writable");
+                              "; name a writable directory with --work-dir");
   }
   path = name;
 }

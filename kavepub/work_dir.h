@@ -6,8 +6,9 @@
 
 class WorkDir {
  public:
-  // Makes a new directory in the system's directory for temporary files; throws a Failure.
-  WorkDir();
+  // Makes a new directory in parent, or in the system's directory for temporary files when parent
+  // is empty; throws a Failure.
+  explicit WorkDir(std::filesystem::path parent = {});
   ~WorkDir();
   WorkDir(const WorkDir&) = delete;
   WorkDir& operator=(const WorkDir&) = delete;

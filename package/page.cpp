@@ -31,6 +31,11 @@ std::uint32_t XMLFile::AddTextLineToHtml(const char* text) {
   return EPUB_OK;
 }
 
+std::uint32_t XMLFile::SetLastTextLine(const char* text) {
+  if (pageDoc == nullptr) return EPUB_E_NO_PAGE;
+  return pageDoc->AddTextToNode("p", text);
+}
+
 std::uint32_t XMLFile::AddImageToHtml(const char* src) {
   if (pageDoc == nullptr) return EPUB_E_NO_PAGE;
   pageDoc->AddElement("body", "div", {{"class", "div1"}});

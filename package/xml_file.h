@@ -73,6 +73,8 @@ class KAV_EPUB_API XMLFile {
 
   // Appends a paragraph, even an empty one.
   std::uint32_t AddTextLineToHtml(const char* text);
+  // Replaces the text of the last paragraph.
+  KAV_EPUB_LOCAL std::uint32_t SetLastTextLine(const char* text);
 
   // Appends a block with the picture at src.
   std::uint32_t AddImageToHtml(const char* src);

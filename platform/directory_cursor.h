@@ -26,9 +26,6 @@ class DirectoryCursor {
   // The directory it stands in.
   int Fd() const { return current.Get(); }
 
-  // How many levels below the start it stands.
-  size_t Depth() const { return way.size() - 1; }
-
   // Calls visit(const dirent&) for all entries but "." and "..". False when reading failed.
   template <typename Visitor>
   bool ForEachEntry(Visitor visit) const;

@@ -22,6 +22,10 @@ class UniqueFd {
   }
 
   int Get() const { return fd; }
+
+  // Hands the descriptor to the caller.
+  int Release() { return std::exchange(fd, -1); }
+
   explicit operator bool() const { return fd >= 0; }
 
  private:

@@ -102,6 +102,13 @@ int Txt2Epub(const char* txtPath, const char* epubPath, const char* workDir, con
   });
 }
 
+int Mobi2Epub(const char* mobiPath, const char* epubPath, const char* workDir, void* user,
+              ProgressCallback progress) {
+  return Convert(workDir, [&](EpubManagement& management) {
+    return management.Mobi2Epub(mobiPath, epubPath, user, progress);
+  });
+}
+
 }  // namespace
 
 TEpubService* CreateEpubService(void) {
@@ -123,6 +130,7 @@ TEpubService* CreateEpubService(void) {
   record->GenerateEpub = GenerateEpub;
   record->AddHtmlToEpub = AddHtmlToEpub;
   record->Txt2Epub = Txt2Epub;
+  record->Mobi2Epub = Mobi2Epub;
   return record;
 }
 

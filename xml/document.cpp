@@ -47,8 +47,10 @@ void FreeDocument(xmlDoc*& doc) {
   doc = nullptr;
 }
 
+// libxml2 alone would let a name pass that ends in bytes which are not UTF-8.
 bool IsXmlName(const char* name) {
-  return KavIsStrNullOrEmpty(name) == 0 && xmlValidateNameValue(Xml(name)) != 0;
+  return KavIsStrNullOrEmpty(name) == 0 && xmlCheckUTF8(Xml(name)) != 0 &&
+         xmlValidateNameValue(Xml(name)) != 0;
 }
 
 // A name that XML does not know is passed over; a second attribute of one name would not be
@@ -67,6 +69,11 @@ bool SetText(xmlNode* element, const std::string& text) {
 
 xmlNode* AppendNew(xmlNode* parent, const char* name) {
   return xmlAddChild(parent, xmlNewDocNode(parent->doc, nullptr, Xml(name), nullptr));
+}
+
+bool MayHoldNodes(const xmlNode* node) {
+  return node->type == XML_ELEMENT_NODE || node->type == XML_DOCUMENT_NODE ||
+         node->type == XML_HTML_DOCUMENT_NODE;
 }
 
 int WriteToFile(void* file, const char* bytes, int count) {
@@ -204,16 +211,23 @@ xmlNode* XMLBase::GenerateHeadNode(const char* title) {
   return nullptr;
 }
 
+// Without recursion, because a tree that a host has built can be deeper than the stack.
 std::uint32_t XMLBase::DelCommentNode(xmlNode* first) {
   if (first == nullptr) return EPUB_E_NOT_FOUND;
+  const xmlNode* top = first->parent;
   for (xmlNode* node = first; node != nullptr;) {
-    xmlNode* next = node->next;
-    const bool isComment = xmlStrEqual(node->name, Xml("comment")) != 0;
-    if (node->type == XML_CDATA_SECTION_NODE || (isComment && node->type == XML_COMMENT_NODE)) {
+    const bool isNamedComment = xmlStrEqual(node->name, Xml("comment")) != 0;
+    if (!isNamedComment && MayHoldNodes(node) && node->children != nullptr) {
+      node = node->children;
+      continue;
+    }
+    const xmlNode* last = node;
+    while (last->next == nullptr && last->parent != top) last = last->parent;
+    xmlNode* next = last->next;
+    if (node->type == XML_CDATA_SECTION_NODE ||
+        (isNamedComment && node->type == XML_COMMENT_NODE)) {
       xmlUnlinkNode(node);
       xmlFreeNode(node);
-    } else if (!isComment && node->type == XML_ELEMENT_NODE && node->children != nullptr) {
-      DelCommentNode(node->children);
     }
     node = next;
   }

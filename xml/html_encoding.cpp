@@ -10,7 +10,7 @@
 #include <memory>
 #include <optional>
 
-#include "fileutil/utf8.h"
+#include "platform/utf8.h"
 #include "xml/text_gate.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <charconv>
 #include <cstdint>
 
-#include "fileutil/utf8.h"
+#include "platform/utf8.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <libxml/chvalid.h>
 
-#include "fileutil/utf8.h"
+#include "platform/utf8.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The XHTML 1.0 Strict DTD against which imported pages are validated.
 //
-// Made in 2026 from the W3C's DTD of 1 August 2002: without its comments, its character entities and
-// its line breaks; the parser reads this text from a file and never needs the network. The W3C
+// Made in 2026 from the W3C's DTD of 1 August 2002: without its comments, its character entities
+// and its line breaks; the parser reads this text from a file and never needs the network. The W3C
 // Software Notice and License (in THIRD-PARTY-NOTICES) applies to it. The original's notice:
 //
 //   Extensible HTML version 1.0 Strict DTD

@@ -32,8 +32,8 @@ std::optional<std::string> FollowLinks(std::string path) {
   for (int links = 0; links <= kMostLinks; ++links) {
     const ssize_t length = readlink(path.c_str(), target.data(), target.size());
     if (length < 0) return path;
-    const std::string next(target.data(), static_cast<size_t>(length));
-    path = next.starts_with('/') ? next : DirectoryPart(path) + next;
+    path = target[0] == '/' ? std::string() : DirectoryPart(path);
+    path.append(target.data(), static_cast<size_t>(length));
   }
   return std::nullopt;
 }

@@ -10,10 +10,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <new>
+#include <string>
 #include <string_view>
 
 #include "platform/kav_ebase/kav_ebase.h"
-#include "platform/kav_ebase/utf8_names.h"
+#include "platform/kav_ebase/zip64_end.h"
+#include "platform/utf8.h"
 
 namespace {
 
@@ -26,6 +28,9 @@ constexpr size_t kChunkSize = size_t{1} << 20;
 
 // Above this a file's sizes need 64 bits; 16 MiB are left for deflating that makes it larger.
 constexpr uint64_t kLargestPlainFile = 0xFF000000;
+
+// From here on minizip itself ends the container with ZIP64.
+constexpr uint64_t kMostPlainOffset = 0xFFFFFFFF;
 
 constexpr uLong kFixedTime = 0x00210000;  // 1980-01-01 00:00, the first a container can express
 constexpr uLong kMadeByUnix20 = 3U << 8 | 20;
@@ -72,6 +77,18 @@ bool ReadFully(int descriptor, unsigned char* data, size_t size) {
   return true;
 }
 
+// A name in ASCII needs no mark, and one in another encoding must have none.
+bool NeedsUtf8Flag(std::string_view name) {
+  bool isAscii = true;
+  while (!name.empty()) {
+    const Utf8Unit unit = DecodeUtf8(name);
+    if (unit.kind != Utf8Unit::Kind::kCharacter) return false;
+    isAscii = isAscii && unit.length == 1;
+    name.remove_prefix(unit.length);
+  }
+  return !isAscii;
+}
+
 void Reserve(std::vector<unsigned char>& buffer, size_t size) {
   if (buffer.size() < size) buffer.resize(size);
 }
@@ -96,15 +113,26 @@ ContainerWriter::~ContainerWriter() {
 }
 
 int ContainerWriter::Add(const char* name, const BookFile& file, Packing packing) {
+  ++entries;
   return file.size <= kLargestWholeFile ? AddWhole(name, file, packing)
                                         : AddInChunks(name, file, packing);
 }
 
 int ContainerWriter::Finish() {
+  const uint64_t directoryStart = output.Position();
   const int closed = zipClose(zip, nullptr);
   zip = nullptr;
+  if (entries > kMostPlainEntries && directoryStart < kMostPlainOffset) CorrectEnd(directoryStart);
   output.Flush();
   return Checked(closed);
+}
+
+// minizip ends a container with ZIP64 only when it is large, not when its entries are many.
+void ContainerWriter::CorrectEnd(uint64_t directoryStart) {
+  const uint64_t directoryEnd = output.Position() - kPlainEndSize;
+  const std::string end = Zip64End(entries, directoryStart, directoryEnd - directoryStart);
+  output.Seek(directoryEnd);
+  output.Write(end.data(), end.size());
 }
 
 int ContainerWriter::AddWhole(const char* name, const BookFile& file, Packing packing) {

@@ -5,6 +5,7 @@
 #include <libdeflate.h>
 #include <minizip/zip.h>
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -39,9 +40,11 @@ class ContainerWriter {
   int WriteData(const void* data, size_t size);
   int Checked(int zipResult) const;
   size_t DeflateContent(size_t size);
+  void CorrectEnd(uint64_t directoryStart);
 
   OutputBuffer output;
   zipFile zip = nullptr;
+  uint64_t entries = 0;
   std::unique_ptr<libdeflate_compressor, FreeCompressor> compressor;
   std::vector<unsigned char> content;  // both kept from file to file
   std::vector<unsigned char> deflated;

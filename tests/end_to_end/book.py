@@ -119,10 +119,11 @@ class ToolTest(unittest.TestCase):
         return done
 
     def convert(self, *arguments):
-        """Converts and returns the book; the tool must say nothing but its path."""
-        done = self.kavepub("convert", *arguments)
-        self.assertEqual((done.returncode, done.stderr), (0, ""))
-        return Book(self.dir / done.stdout.rstrip("\n"))
+        """Converts, replacing what is there, and returns the book."""
+        done = self.kavepub("convert", "--json", "--force", *arguments)
+        self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
+        self.report = json.loads(done.stdout)
+        return Book(self.dir / self.report["output"])
 
 
 def main():

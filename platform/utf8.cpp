@@ -1,5 +1,5 @@
 // The table of well-formed UTF-8 byte sequences (Unicode 15, table 3-7) and its use.
-#include "fileutil/utf8.h"
+#include "platform/utf8.h"
 
 #include <algorithm>
 #include <string>

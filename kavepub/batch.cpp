@@ -1,0 +1,100 @@
+// Hands orders to threads and outcomes to the reporter.
+#include "kavepub/batch.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <exception>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <thread>
+
+#include "kavepub/book_info.h"
+#include "kavepub/convert.h"
+#include "kavepub/failure.h"
+#include "kavepub/interruption.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool IsNewerThanInputs(const BookOrder& order) {
+  const fs::file_time_type made = fs::last_write_time(order.output);
+  return std::all_of(order.inputs.begin(), order.inputs.end(),
+                     [&](const fs::path& input) { return fs::last_write_time(input) <= made; });
+}
+
+// Whether the book is there already and may stay; throws a Failure when it may not be replaced.
+bool IsUpToDate(const BookOrder& order, const BookOptions& options, Existing existing) {
+  std::error_code error;
+  if (options.force || !fs::exists(order.output, error)) return false;
+  if (existing == Existing::kKeepIfNewer && IsMadeByKavepub(order.output)) {
+    return IsNewerThanInputs(order);
+  }
+  throw Failure(order.output,
+                existing == Existing::kRefuse
+                    ? "exists already; use --force to replace it or -o to name another"
+                    : "exists already and is not a book of this tool; use --force to "
+                      "replace it");
+}
+
+// A batch makes the directories it needs; of a single book a missing one is more likely a slip.
+void RequireDirectoryOf(const fs::path& output, Existing existing) {
+  if (!output.has_parent_path()) return;
+  std::error_code error;
+  if (existing == Existing::kKeepIfNewer) fs::create_directories(output.parent_path(), error);
+  if (!fs::is_directory(output.parent_path(), error)) {
+    throw Failure(output, "its directory does not exist; make it first");
+  }
+}
+
+Outcome Make(const BookOrder& order, const BookOptions& options, Existing existing,
+             Progress& progress) {
+  using Status = Outcome::Status;
+  try {
+    StopIfInterrupted();
+    if (!order.refusal.empty()) throw Failure(order.refusal);
+    if (IsUpToDate(order, options, existing)) return {Status::kUpToDate, {}};
+    RequireDirectoryOf(order.output, existing);
+    return {Status::kDone, ConvertBook(order, options, progress)};
+  } catch (const Interrupted& interruption) {
+    return {Status::kInterrupted, interruption.what()};
+  } catch (const std::exception& failure) {
+    return {Status::kFailed, failure.what()};
+  }
+}
+
+}  // namespace
+
+void MakeBooks(const std::vector<BookOrder>& orders, const BookOptions& options, Existing existing,
+               unsigned jobs, Reporter& reporter) {
+  std::atomic<size_t> next = 0;
+  std::mutex reporting;
+  const auto work = [&] {
+    for (size_t i = next++; i < orders.size() && !WasInterrupted(); i = next++) {
+      const auto start = std::chrono::steady_clock::now();
+      std::unique_ptr<Progress> progress;
+      {
+        const std::scoped_lock lock(reporting);
+        progress = reporter.NewProgress(orders[i]);
+      }
+      Outcome outcome = Make(orders[i], options, existing, *progress);
+      outcome.seconds =
+          std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+      const std::scoped_lock lock(reporting);
+      progress.reset();
+      reporter.Finished(orders[i], outcome);
+    }
+  };
+  std::vector<std::jthread> threads;
+  const size_t wanted = std::min<size_t>(jobs, orders.size());
+  for (size_t i = 1; i < wanted; ++i) threads.emplace_back(work);
+  work();
+}
+
+const char* NameOf(Outcome::Status status) {
+  constexpr const char* kNames[] = {"done", "up to date", "failed", "interrupted"};
+  return kNames[static_cast<size_t>(status)];
+}

@@ -1,0 +1,26 @@
+// Wraps iconv.
+#include "kavepub/converter.h"
+
+#include <array>
+#include <cerrno>
+
+Converter::Converter(const std::string& encoding) : handle(iconv_open("UTF-8", encoding.c_str())) {}
+
+Converter::~Converter() {
+  if (Exists()) iconv_close(handle);
+}
+
+bool Converter::Decode(std::string_view& input, std::string& out) {
+  std::array<char, 1 << 16> buffer;
+  for (;;) {
+    char* from = const_cast<char*>(input.data());  // iconv does not write there
+    size_t fromLeft = input.size();
+    char* to = buffer.data();
+    size_t toLeft = buffer.size();
+    const bool done = iconv(handle, &from, &fromLeft, &to, &toLeft) != static_cast<size_t>(-1);
+    const int error = done ? 0 : errno;
+    out.append(buffer.data(), buffer.size() - toLeft);
+    input.remove_prefix(input.size() - fromLeft);
+    if (error != E2BIG) return error == 0 || error == EINVAL;
+  }
+}

@@ -1,0 +1,29 @@
+// A conversion of text to UTF-8 by iconv, piece by piece.
+#ifndef KAVEPUB_CONVERTER_H
+#define KAVEPUB_CONVERTER_H
+
+#include <iconv.h>
+
+#include <string>
+#include <string_view>
+
+class Converter {
+ public:
+  explicit Converter(const std::string& encoding);
+  ~Converter();
+  Converter(const Converter&) = delete;
+  Converter& operator=(const Converter&) = delete;
+
+  // False when there is no such encoding; nothing else may be called then.
+  bool Exists() const { return handle != iconv_t(-1); }
+
+  // Decodes as much of input as it can, removes that from input and appends it to out. False when
+  // it stopped at bytes that the encoding does not have, true at the end or inside a last
+  // character.
+  bool Decode(std::string_view& input, std::string& out);
+
+ private:
+  iconv_t handle;
+};
+
+#endif

@@ -1,0 +1,20 @@
+// The package document of an EPUB file.
+#ifndef KAVEPUB_EPUB_PACKAGE_H
+#define KAVEPUB_EPUB_PACKAGE_H
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+
+struct EpubPackage {
+  std::string identifier;
+  std::string title;
+  std::string author;
+  std::size_t pages = 0;
+  std::size_t pictures = 0;
+};
+
+// Throws a Failure when the file is no EPUB, or damaged.
+EpubPackage ReadEpubPackage(const std::filesystem::path& book);
+
+#endif

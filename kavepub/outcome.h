@@ -1,0 +1,17 @@
+// What became of an order.
+#ifndef KAVEPUB_OUTCOME_H
+#define KAVEPUB_OUTCOME_H
+
+#include <string>
+
+struct Outcome {
+  enum class Status { kDone, kUpToDate, kFailed, kInterrupted };
+
+  Status status = Status::kDone;
+  std::string message;  // a remark on a book that was made, the reason of a failure
+  double seconds = 0;
+};
+
+const char* NameOf(Outcome::Status status);
+
+#endif

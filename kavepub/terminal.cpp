@@ -1,0 +1,67 @@
+// Draws on the terminal with the few control sequences that all of them know.
+#include "kavepub/terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+constexpr int kBarWidth = 30;
+constexpr char kWipe[] = "\r\x1b[K";
+constexpr char kGreen[] = "\x1b[32m";
+constexpr char kPlain[] = "\x1b[0m";
+
+bool IsTerminal() {
+  const char* terminal = std::getenv("TERM");
+  return isatty(STDERR_FILENO) != 0 && terminal != nullptr && std::string(terminal) != "dumb";
+}
+
+bool UsesColour() {
+  const char* noColour = std::getenv("NO_COLOR");
+  return noColour == nullptr || *noColour == '\0';
+}
+
+}  // namespace
+
+LiveLine::LiveLine() : isShown(IsTerminal()) {}
+
+LiveLine::~LiveLine() {
+  Wipe();
+}
+
+void LiveLine::Draw(const std::string& text) {
+  if (!isShown) return;
+  std::fprintf(stderr, "%s%s", kWipe, text.c_str());
+  isDirty = true;
+}
+
+void LiveLine::Wipe() {
+  if (isDirty) std::fputs(kWipe, stderr);
+  isDirty = false;
+}
+
+std::string Bar(double share) {
+  const int percentage = std::clamp(static_cast<int>(share * 100), 0, 100);
+  const auto filled = static_cast<size_t>(percentage * kBarWidth / 100);
+  const std::string bar = std::string(filled, '#') + std::string(kBarWidth - filled, '.');
+  std::array<char, 16> number;
+  std::snprintf(number.data(), number.size(), " %3d%%", percentage);
+  return "[" + (UsesColour() ? kGreen + bar + kPlain : bar) + "]" + number.data();
+}
+
+std::string Clock(double seconds) {
+  const long whole = std::max(0L, static_cast<long>(seconds + 0.5));
+  std::array<char, 32> text;
+  if (whole >= 3600) {
+    std::snprintf(text.data(), text.size(), "%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60,
+                  whole % 60);
+  } else {
+    std::snprintf(text.data(), text.size(), "%ld:%02ld", whole / 60, whole % 60);
+  }
+  return text.data();
+}

@@ -1,0 +1,24 @@
+// What a book says about itself: title, authors, cover.
+#ifndef KAV_MOBI_METADATA_H
+#define KAV_MOBI_METADATA_H
+
+#include <string>
+#include <vector>
+
+#include "reader.h"
+
+namespace kav_mobi {
+
+std::string titleOf(const Book& book);
+std::string authorsOf(const Book& book);
+
+// The resources that may be the cover, best first.
+std::vector<size_t> coverCandidates(const Book& book);
+
+// The number in a reference such as "kindle:embed:000A?mime=image/jpeg", whose digits are 0-9 and
+// A-V; 0 when text does not begin with prefix and a digit.
+size_t kindleNumber(Bytes text, Bytes prefix);
+
+}  // namespace kav_mobi
+
+#endif

@@ -1,0 +1,154 @@
+// The C interface: the record's layout, its safety, the life of the builder behind it, threads.
+#include "service/epub_service.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <thread>
+
+#include "builder/epub_base.h"
+#include "temp_dir.h"
+#include "xml_text.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct FreeService {
+  void operator()(TEpubService* service) const { FreeEpubService(service); }
+};
+using Service = std::unique_ptr<TEpubService, FreeService>;
+
+TEST(Service, TheRecordIsTwelvePointers) {
+  const std::pair<const char*, size_t> fields[] = {
+      {"data", offsetof(TEpubService, data)},
+      {"InitEpub", offsetof(TEpubService, InitEpub)},
+      {"ClearUp", offsetof(TEpubService, ClearUp)},
+      {"StartPage", offsetof(TEpubService, StartPage)},
+      {"EndPage", offsetof(TEpubService, EndPage)},
+      {"AddTextLineToPage", offsetof(TEpubService, AddTextLineToPage)},
+      {"AddImageToPage", offsetof(TEpubService, AddImageToPage)},
+      {"AddImageToEpub", offsetof(TEpubService, AddImageToEpub)},
+      {"GenerateEpub", offsetof(TEpubService, GenerateEpub)},
+      {"AddHtmlToEpub", offsetof(TEpubService, AddHtmlToEpub)},
+      {"Txt2Epub", offsetof(TEpubService, Txt2Epub)},
+      {"Mobi2Epub", offsetof(TEpubService, Mobi2Epub)}};
+  size_t offset = 0;
+  for (const auto& [name, actual] : fields) {
+    EXPECT_EQ(actual, offset) << name;
+    offset += sizeof(void*);
+  }
+  EXPECT_EQ(sizeof(TEpubService), offset);
+  EXPECT_EQ(sizeof(TEpubData), sizeof(void*));
+}
+
+TEST(Service, WithoutABuilderEveryEntryRefuses) {
+  const TempDir dir;
+  const std::string picture = dir.Write("a.png", "x");
+  const std::string output = dir / "book.epub";
+  const Service service(CreateEpubService());
+  ASSERT_NE(service->data, nullptr);
+  EXPECT_EQ(service->data->epub, nullptr);
+  for (TEpubData* data : {static_cast<TEpubData*>(nullptr), service->data}) {
+    EXPECT_EQ(service->StartPage(data), 410);
+    EXPECT_EQ(service->EndPage(data), 410);
+    EXPECT_EQ(service->AddTextLineToPage(data, "x"), 410);
+    EXPECT_EQ(service->AddTextLineToPage(data, nullptr), 410);
+    EXPECT_EQ(service->AddImageToPage(data, picture.c_str()), 410);
+    EXPECT_EQ(service->AddImageToEpub(data, picture.c_str()), 410);
+    EXPECT_EQ(service->GenerateEpub(data, output.c_str()), 410);
+    service->ClearUp(data);
+  }
+  EXPECT_EQ(service->InitEpub(nullptr, dir.String().c_str(), "", ""), 410);
+  FreeEpubService(nullptr);
+}
+
+TEST(Service, PassesTheBuildersCodesOn) {
+  const TempDir dir;
+  const Service service(CreateEpubService());
+  TEpubData* data = service->data;
+  EXPECT_EQ(service->InitEpub(data, (dir / "no").c_str(), "", ""), 402);
+  EXPECT_NE(data->epub, nullptr) << "the builder stays";
+  EXPECT_EQ(service->GenerateEpub(data, (dir / "x").c_str()), 409);
+  service->ClearUp(data);
+  EXPECT_EQ(data->epub, nullptr);
+  EXPECT_EQ(service->InitEpub(data, nullptr, nullptr, nullptr), 402);
+  service->ClearUp(data);
+  EXPECT_EQ(service->InitEpub(data, dir.String().c_str(), nullptr, nullptr), 0);
+  const std::string picture = dir.Write("a.png", "x");
+  EXPECT_EQ(service->AddTextLineToPage(data, nullptr), 407);
+  EXPECT_EQ(service->AddTextLineToPage(data, "\n"), 408);
+  EXPECT_EQ(service->AddImageToPage(data, nullptr), 402);
+  EXPECT_EQ(service->AddImageToPage(data, picture.c_str()), 409);
+  EXPECT_EQ(service->EndPage(data), 409);
+  EXPECT_EQ(service->GenerateEpub(data, nullptr), 411);
+}
+
+TEST(Service, ReleasesTheBuilderWithItsFiles) {
+  const TempDir dir;
+  Service service(CreateEpubService());
+  TEpubData* data = service->data;
+  const auto begin = [&] { EXPECT_EQ(service->InitEpub(data, dir.String().c_str(), "T", "A"), 0); };
+  begin();
+  EXPECT_EQ(service->StartPage(data), 0);
+  EXPECT_TRUE(fs::exists(dir / "epub_temp"));
+  service->ClearUp(data);
+  EXPECT_FALSE(fs::exists(dir / "epub_temp"));
+  EXPECT_EQ(data->epub, nullptr);
+  EXPECT_EQ(service->StartPage(data), 410);
+  service->ClearUp(data);
+
+  begin();
+  const std::unique_ptr<EpubBase> replaced(data->epub);
+  begin();
+  EXPECT_NE(data->epub, replaced.get()) << "the host's to release";
+  service.reset();
+  EXPECT_FALSE(fs::exists(dir / "epub_temp"));
+}
+
+TEST(Service, TheNoticeIsOneLineAndTheCallers) {
+  char* first = GetEpubCopyright();
+  char* second = GetEpubCopyright();
+  ASSERT_NE(first, nullptr);
+  EXPECT_NE(first, second);
+  EXPECT_STREQ(first, second);
+  EXPECT_NE(*first, '\0');
+  EXPECT_EQ(std::string(first).find('\n'), std::string::npos);
+  free(first);
+  free(second);
+}
+
+// Builds books page by page and converts texts, again and again, in one directory of its own.
+void BuildBooks(const TempDir& dir, char letter) {
+  const std::string text(40, letter);
+  const std::string input = dir.Write("in.txt", text + " &eacute; \xE6\xBC\n");
+  const std::string output = dir / "book.epub";
+  const Service service(CreateEpubService());
+  for (int round = 0; round < 10; ++round) {
+    ASSERT_EQ(service->InitEpub(service->data, dir.String().c_str(), text.c_str(), "&"), 0);
+    for (int page = 0; page < 5; ++page) {
+      ASSERT_EQ(service->StartPage(service->data), 0);
+      ASSERT_EQ(service->AddTextLineToPage(service->data, (text + "\xFF\n").c_str()), 0);
+      ASSERT_EQ(service->EndPage(service->data), 0);
+    }
+    ASSERT_EQ(service->GenerateEpub(service->data, output.c_str()), 0);
+    const std::string oebps = dir / "epub_temp/epub/OEBPS/";
+    ASSERT_EQ(TextsOf(ReadFile(oebps + "page-5.html"), "p")[0], text + "\uFFFD ");
+    ASSERT_EQ(TextsOf(ReadFile(oebps + "content.opf"), "title")[0], text);
+    service->ClearUp(service->data);
+    ASSERT_EQ(service->Txt2Epub(input.c_str(), output.c_str(), dir.String().c_str(), "", "",
+                                nullptr, nullptr),
+              0);
+  }
+}
+
+TEST(Service, BuildsDifferentBooksOnDifferentThreads) {
+  const TempDir dirs[4];
+  std::vector<std::thread> threads;
+  for (size_t i = 0; i < std::size(dirs); ++i) {
+    threads.emplace_back(BuildBooks, std::cref(dirs[i]), static_cast<char>('a' + i));
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace

@@ -1,0 +1,396 @@
+// Whole-file conversion of plain text: pages, progress, codes, bad input, and what is left behind.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <numeric>
+#include <random>
+
+#include "child_process.h"
+#include "convert/epub_management.h"
+#include "service/epub_service.h"
+#include "temp_dir.h"
+#include "xml_text.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::string_literals;
+
+using Calls = std::vector<std::pair<int, int>>;
+
+std::string Repeat(const std::string& text, int times) {
+  std::string all;
+  for (int i = 0; i < times; ++i) all += text;
+  return all;
+}
+
+// A host with a directory for its book, whose pages it reads at the last call, when the book has
+// been written and the working files are still there.
+struct Host {
+  explicit Host(const std::string& text = "") { input = dir.Write("in.txt", text); }
+
+  int Convert() {
+    fs::create_directory(dir / "work");
+    TEpubService* service = CreateEpubService();
+    const int code = service->Txt2Epub(input.c_str(), output.c_str(), (dir / "work").c_str(),
+                                       "Title", "Author", this, &Host::Progress);
+    FreeEpubService(service);
+    return code;
+  }
+
+  static int Progress(void* user, int done, int total) {
+    Host& host = *static_cast<Host*>(user);
+    host.calls.emplace_back(done, total);
+    if (done == total) host.ReadPages();
+    return done == host.answeredCall ? host.answer : 0;
+  }
+
+  void ReadPages() {
+    const std::string oebps = dir / "work/epub_temp/epub/OEBPS/";
+    for (int n = 1; fs::exists(oebps + "page-" + std::to_string(n) + ".html"); ++n) {
+      pages.push_back(TextsOf(ReadFile(oebps + "page-" + std::to_string(n) + ".html"), "p"));
+    }
+    opf = ReadFile(oebps + "content.opf");
+  }
+
+  // The text of all pages, joined in their order.
+  std::string Text() const {
+    std::string text;
+    for (const auto& page : pages) {
+      for (const std::string& paragraph : page) text += paragraph;
+    }
+    return text;
+  }
+
+  bool IsWorkDirEmpty() const { return fs::is_empty(dir / "work"); }
+
+  TempDir dir;
+  std::string input;
+  std::string output = dir / "book.epub";
+  int answeredCall = -1;
+  int answer = 0;
+  Calls calls;
+  std::vector<std::vector<std::string>> pages;
+  std::string opf;
+};
+
+struct PageCountCase {
+  const char* name;
+  std::string text;
+  int pages;
+};
+
+TEST(TextConversion, CountsPagesAndReportsEach) {
+  const PageCountCase cases[] = {
+      {"empty", "", 0},
+      {"one byte", "x", 1},
+      {"60 lines", Repeat("x\n", 60), 1},
+      {"60 lines, the last without line feed", Repeat("x\n", 59) + "x", 1},
+      {"61 lines", Repeat("x\n", 61), 2},
+      {"60 lines and one without line feed", Repeat("x\n", 60) + "x", 2},
+      {"121 empty lines", Repeat("\n", 121), 3},
+      {"253 bytes and a line feed are one chunk", Repeat(std::string(253, 'x') + "\n", 60), 1},
+      {"254 bytes and a line feed are two", Repeat(std::string(254, 'x') + "\n", 60), 2},
+      {"60 full chunks in one line", std::string(60 * 254, 'x'), 1},
+      {"one byte more", std::string(60 * 254 + 1, 'x'), 2},
+      {"600 characters are three lines", Repeat(std::string(600, 'x') + "\n", 20), 1},
+      {"NULs count as read", Repeat("a\0b\n"s, 61), 2},
+  };
+  for (const PageCountCase& row : cases) {
+    SCOPED_TRACE(row.name);
+    Host host(row.text);
+    EXPECT_EQ(GetPageNumForTXT(host.input.c_str()), row.pages);
+    EXPECT_EQ(host.Convert(), 0);
+    Calls expected;
+    for (int page = 1; page <= row.pages + 1; ++page) expected.emplace_back(page, row.pages + 1);
+    EXPECT_EQ(host.calls, expected);
+    EXPECT_EQ(host.pages.size(), static_cast<size_t>(std::max(row.pages, 1)));
+    EXPECT_TRUE(host.IsWorkDirEmpty());
+    EXPECT_EQ(ReadFile(host.output).substr(30, 28), "mimetypeapplication/epub+zip");
+  }
+  for (const char* none : {"", "/nonexistent", "/tmp", "/dev/full"}) {
+    EXPECT_EQ(GetPageNumForTXT(none), 0) << none;
+  }
+  EXPECT_EQ(GetPageNumForTXT(nullptr), 0);
+}
+
+TEST(TextConversion, KeepsNoTitleAndNoAuthor) {
+  Host host("text");
+  EXPECT_EQ(host.Convert(), 0);
+  EXPECT_NE(host.opf.find("<dc:title/><dc:creator/>"), std::string::npos) << host.opf;
+}
+
+struct AnswerCase {
+  const char* name;
+  int call, answer;
+  Calls calls;
+  bool isWritten;
+};
+
+TEST(TextConversion, TheHostCancelsByItsAnswer) {
+  const Calls all = {{1, 4}, {2, 4}, {3, 4}, {4, 4}};
+  const AnswerCase cases[] = {
+      {"the first call", 1, -2, {{1, 4}}, false},
+      {"the second call", 2, -2, {{1, 4}, {2, 4}}, false},
+      {"the last call is too late", 4, -2, all, true},
+      {"another number", 1, -1, all, true},
+      {"another number later", 3, 2, all, true},
+  };
+  for (const AnswerCase& row : cases) {
+    SCOPED_TRACE(row.name);
+    Host host(Repeat("x\n", 170));
+    host.dir.Write("book.epub", "former");
+    host.answeredCall = row.call;
+    host.answer = row.answer;
+    EXPECT_EQ(host.Convert(), 0);
+    EXPECT_EQ(host.calls, row.calls);
+    EXPECT_EQ(ReadFile(host.output) != "former", row.isWritten);
+    EXPECT_TRUE(host.IsWorkDirEmpty());
+  }
+}
+
+int Call(const char* txt, const char* epub, const char* work) {
+  TEpubService* service = CreateEpubService();
+  const int code = service->Txt2Epub(txt, epub, work, nullptr, nullptr, nullptr, nullptr);
+  FreeEpubService(service);
+  return code;
+}
+
+std::string RandomBytes(size_t count) {
+  std::mt19937 random(7);
+  std::string bytes(count, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(random());
+  return bytes;
+}
+
+std::string EveryByte() {
+  std::string bytes(256, '\0');
+  std::iota(bytes.begin(), bytes.end(), '\0');
+  return bytes;
+}
+
+// Whatever comes in: a code, a book only if it is 0, else a former one untouched; nothing printed
+// and no working files left.
+void ExpectCode(const char* name, int expected, const std::function<int(Host&)>& convert) {
+  for (const bool hasFormer : {true, false}) {
+    SCOPED_TRACE(name);
+    Host host("Hello\n");
+    fs::create_directory(host.dir / "work");
+    if (hasFormer) host.dir.Write("book.epub", "former");
+    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
+    const int code = convert(host);
+    EXPECT_EQ(testing::internal::GetCapturedStderr() + testing::internal::GetCapturedStdout(), "");
+    if (code == kNotPermitted) {
+      std::cout << "not permitted here, not tested: " << name << '\n';
+      continue;
+    }
+    EXPECT_EQ(code, expected);
+    EXPECT_TRUE(host.IsWorkDirEmpty());
+    const std::string book = ReadFile(host.dir / "book.epub");
+    EXPECT_EQ(book.substr(0, 4), expected == 0 ? "PK\3\4" : hasFormer ? "form" : "");
+    EXPECT_EQ(fs::exists(host.dir / "book.epub"), expected == 0 || hasFormer);
+  }
+}
+
+TEST(TextConversion, AnyPathGivesACode) {
+  const struct {
+    const char *txt, *epub, *work;
+    int expected;
+  } cases[] = {{nullptr, "book.epub", "work", 411},     {"", "book.epub", "work", 411},
+               {"in.txt", nullptr, "work", 411},        {"in.txt", "", "work", 411},
+               {"in.txt", "book.epub", nullptr, 411},   {"in.txt", "book.epub", "no", 411},
+               {"in.txt", "no/book.epub", "work", 412}, {"no.txt", "no/book.epub", "work", 412},
+               {"no.txt", "book.epub", "work", 404},    {"work", "book.epub", "work", 404},
+               {"fifo", "book.epub", "work", 404},      {"in.txt", "book.epub", "in.txt", 413},
+               {"in.txt", "work", "work", 504},         {"in.txt", "book.epub", "work", 0}};
+  for (const auto& row : cases) {
+    const std::string name = std::string("row ") + std::to_string(&row - cases);
+    ExpectCode(name.c_str(), row.expected, [&](Host& h) {
+      mkfifo((h.dir / "fifo").c_str(), 0600);
+      const auto path = [&](const char* p) { return p == nullptr || *p == '\0' ? "" : h.dir / p; };
+      return Call(row.txt == nullptr ? nullptr : path(row.txt).c_str(),
+                  row.epub == nullptr ? nullptr : path(row.epub).c_str(),
+                  row.work == nullptr ? nullptr : path(row.work).c_str());
+    });
+  }
+}
+
+TEST(TextConversion, AnyTextGivesACode) {
+  const struct {
+    const char* name;
+    std::string text;
+    int expected;
+  } cases[] = {
+      {"random bytes", RandomBytes(300'000), 0},
+      {"a line of 10 MB", std::string(10'000'000, 'x'), 0},
+      {"every byte", EveryByte() + Repeat("\x01\x02\x03\n", 100), 0},
+      {"empty", "", 0},
+      {"a line feed", "\n", 0},
+      {"UTF-16", "\xFF\xFEh\0i\0\n\0!\0"s, 0},
+      {"only NULs", std::string(1000, '\0'), 407},
+      {"a line of only NULs is an empty line", "Hello\n\0"s, 407},
+  };
+  for (const auto& row : cases) {
+    ExpectCode(row.name, row.expected,
+               [&](Host& h) { return h.dir.Write("in.txt", row.text), h.Convert(); });
+  }
+}
+
+TEST(TextConversion, AnyLackOfRightsOrRoomGivesACode) {
+  ExpectCode("unreadable text", 404, [](Host& h) {
+    chmod(h.dir.String().c_str(), 0755);
+    chmod(h.input.c_str(), 0600);
+    return AsNobody(h.dir / "work", [&] { return h.Convert(); });
+  });
+  ExpectCode("no rights in the work directory", 413,
+             [](Host& h) { return AsNobody(h.dir.String(), [&] { return h.Convert(); }); });
+  ExpectCode("full disk for the book", 505, [](Host& h) {
+    h.dir.Write("in.txt", RandomBytes(200'000));
+    return OnSmallDisk(h.dir / "disk", "size=64k", [&h] {
+      h.output = h.dir.Write("disk/book.epub", "former");
+      const int code = h.Convert();
+      const auto left = std::distance(fs::directory_iterator(h.dir / "disk"), {});
+      return ReadFile(h.output) == "former" && left == 1 ? code : -1;
+    });
+  });
+  for (const auto& [disk, expected] : {std::pair{"size=64k", 413},
+                                       {"nr_inodes=7", 404},
+                                       {"nr_inodes=9", 406},
+                                       {"nr_inodes=3", 413}}) {
+    ExpectCode(disk, expected, [disk = disk](Host& h) {
+      h.dir.Write("in.txt", RandomBytes(200'000));
+      return OnSmallDisk(h.dir / "work", disk, [&h] {
+        const int code = h.Convert();
+        return h.IsWorkDirEmpty() ? code : -1;
+      });
+    });
+  }
+}
+
+TEST(TextConversion, TheManagerChecksInItsOwnOrder) {
+  const TempDir dir;
+  const std::string text = dir.Write("in.txt", "x");
+  const std::string stale = dir.Write("work/process_tmp/stale", "");
+  EpubManagement management;
+  EXPECT_EQ(management.Init((dir / "work").c_str(), "T", "A"), 0);
+  EXPECT_FALSE(fs::exists(dir / "work/process_tmp"));
+  EXPECT_EQ(management.TXT2Epub("", "/no/x", nullptr, nullptr), 411);
+  EXPECT_EQ(management.TXT2Epub("x", nullptr, nullptr, nullptr), 411);
+  EXPECT_EQ(management.TXT2Epub("x", (dir / "no/x").c_str(), nullptr, nullptr), 412);
+  EXPECT_TRUE(fs::is_empty(dir / "work"));
+  EXPECT_EQ(management.TXT2Epub("/no", (dir / "x").c_str(), nullptr, nullptr), 404);
+  EXPECT_TRUE(fs::exists(dir / "work/epub_temp"));
+  EXPECT_EQ(management.ClearData(), 0);
+  EXPECT_TRUE(fs::is_empty(dir / "work"));
+  // Cancelled, failed or written: nothing stays behind, whoever clears up afterwards.
+  const std::string nul = dir.Write("nul.txt", std::string(1, '\0'));
+  const auto cancel = [](void*, int, int) { return -2; };
+  for (const auto& [path, progress, code] : {std::tuple{text.c_str(), ProgressCallback{cancel}, 0},
+                                             {nul.c_str(), ProgressCallback{}, 407},
+                                             {text.c_str(), ProgressCallback{}, 0}}) {
+    EpubManagement each;
+    each.Init((dir / "work").c_str(), "", "");
+    EXPECT_EQ(each.TXT2Epub(path, (dir / "x").c_str(), nullptr, progress), code);
+    EXPECT_TRUE(fs::is_empty(dir / "work"));
+  }
+  EpubManagement missing;
+  EXPECT_EQ(missing.Init((dir / "no").c_str(), nullptr, nullptr), 0);
+  EXPECT_EQ(missing.TXT2Epub(text.c_str(), (dir / "x").c_str(), nullptr, nullptr), 402);
+}
+
+// What the text of all pages is to be: blanks for what is listed, without what XML forbids.
+std::string Shown(const std::string& text) {
+  std::string shown;
+  for (const char c : text) {
+    if (c == '\n' || c == '\f' || c == '\x18') {
+      shown += ' ';
+    } else if (static_cast<unsigned char>(c) >= ' ' || c == '\t' || c == '\r') {
+      shown += c;
+    }
+  }
+  return shown;
+}
+
+void ExpectWholeText(const std::string& text, size_t minPages) {
+  Host host(text);
+  ASSERT_EQ(host.Convert(), 0);
+  ASSERT_GE(host.pages.size(), minPages);
+  // Not EXPECT_EQ, which takes long to print how texts of this size differ.
+  EXPECT_TRUE(host.Text() == Shown(text));
+}
+
+// Chunks and pages end inside characters of every length at every offset, with and without
+// paragraphs that begin there.
+TEST(TextConversion, TearsNoCharacter) {
+  for (const char* character : {"é", "漢", "😀"}) {
+    for (size_t offset = 0; offset < 4; ++offset) {
+      SCOPED_TRACE(character + std::to_string(offset));
+      const std::string start(offset, 'a');
+      std::string plain = start;
+      std::string gaps = start;
+      std::string indented = start;
+      while (plain.size() < 3 * 60 * 254) plain += character;
+      // Each chunk has a wide gap, so each begins a paragraph.
+      while (gaps.size() < 3 * 60 * 254) gaps += Repeat(character, 45) + "    " + character;
+      // Lines of two chunks, the first one indented.
+      for (int line = 0; line < 200; ++line) {
+        indented += "  " + Repeat(character, 100 + line % 7) + Repeat(character, 60) + "\n";
+      }
+      ExpectWholeText(plain, 3);
+      ExpectWholeText(gaps, 3);
+      ExpectWholeText(indented, 3);
+    }
+  }
+}
+
+TEST(TextConversion, KeepsRandomTextWhole) {
+  const std::string pieces[] = {"a",
+                                "é",
+                                "漢",
+                                "😀",
+                                " ",
+                                "    ",
+                                "\n",
+                                "&",
+                                "\x18",
+                                "<",
+                                "\f",
+                                "\r",
+                                "&amp;",
+                                "\t",
+                                "\uF06E",
+                                "•",
+                                "漢漢漢漢漢漢漢漢",
+                                "aaaaaaaaaaaaaaaaaaaa",
+                                "\x01",
+                                "]]>"};
+  for (unsigned seed = 0; seed < 6; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    std::string text;
+    // Fewer and fewer line feeds.
+    while (text.size() < 60'000) {
+      const std::string& piece = pieces[random() % std::size(pieces)];
+      if (piece != "\n" || random() % (seed * 20 + 1) == 0) text += piece;
+    }
+    ExpectWholeText(text, 2);
+  }
+}
+
+TEST(TextConversion, ShowsACutCharacterOnce) {
+  const std::string text = "aé漢😀";
+  const std::pair<size_t, const char*> cuts[] = {{2, "a\uFFFD"},    {4, "aé\uFFFD"},
+                                                 {5, "aé\uFFFD"},   {7, "aé漢\uFFFD"},
+                                                 {8, "aé漢\uFFFD"}, {9, "aé漢\uFFFD"}};
+  for (const auto& [length, shown] : cuts) {
+    for (const char* before : {"", "  indented\n"}) {
+      Host host(before + text.substr(0, length));
+      EXPECT_EQ(host.Convert(), 0);
+      EXPECT_EQ(host.Text(), Shown(before) + shown) << length;
+    }
+  }
+}
+
+}  // namespace
