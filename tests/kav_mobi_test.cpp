@@ -555,6 +555,7 @@ const ResultCase kResultCases[] = {
     {"EncryptedTheOldWay", patched("cp1252.mobi", 12, 1, 2), KAV_MOBI_E_ENCRYPTED},
     {"NoTextRecords", patched("old.mobi", 8, 0, 2), KAV_MOBI_E_NO_TEXT},
     {"ClaimsGigabytesOfText", patched("old.mobi", 4, 0xF0000000, 4), KAV_MOBI_E_DAMAGED},
+    {"HuffmanBomb", ReadFile(kFixtures / "bomb.mobi"), KAV_MOBI_E_DAMAGED},
     {"ClaimsManyRecords", patched("old.mobi", 8, 0xFFFF, 2), KAV_MOBI_E_DAMAGED},
 };
 INSTANTIATE_TEST_SUITE_P(Cases, ResultCases, testing::ValuesIn(kResultCases), nameOf<ResultCase>);

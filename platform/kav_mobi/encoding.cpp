@@ -71,8 +71,11 @@ void appendUtf8(std::string_view raw, std::string& text) {
   text.append(raw.substr(copied));
 }
 
-iconv_t openConverter(uint32_t codePage) {
-  return iconv_open("UTF-8", ("CP" + std::to_string(codePage)).c_str());
+// None where the system lacks the conversion: the text is then read as UTF-8, as far as it goes.
+std::optional<iconv_t> openConverter(uint32_t codePage) {
+  iconv_t const converter = iconv_open("UTF-8", ("CP" + std::to_string(codePage)).c_str());
+  if (reinterpret_cast<intptr_t>(converter) == -1) return std::nullopt;
+  return converter;
 }
 
 }  // namespace
@@ -97,14 +100,12 @@ bool isUtf8(std::string_view text) {
   return true;
 }
 
-// iconv's own failure value, which serves as "no conversion needed" here.
-const iconv_t TextDecoder::kNone = reinterpret_cast<iconv_t>(-1);
-
-TextDecoder::TextDecoder(uint32_t codePage)
-    : converter_(codePage == MOBI_UTF8 ? kNone : openConverter(codePage)) {}
+TextDecoder::TextDecoder(uint32_t codePage) {
+  if (codePage != MOBI_UTF8) converter_ = openConverter(codePage);
+}
 
 TextDecoder::~TextDecoder() {
-  if (converter_ != kNone) (void)iconv_close(converter_);
+  if (converter_) (void)iconv_close(*converter_);
 }
 
 bool TextDecoder::knows(uint32_t codePage) {
@@ -129,7 +130,7 @@ void TextDecoder::appendConverted(std::string_view raw, std::string& text) {
   while (left > 0) {
     char* out = buffer.data();
     size_t space = buffer.size();
-    const bool stopped = iconv(converter_, &in, &left, &out, &space) == static_cast<size_t>(-1);
+    const bool stopped = iconv(*converter_, &in, &left, &out, &space) == static_cast<size_t>(-1);
     const int reason = errno;
     converted.append(buffer.data(), buffer.size() - space);
     if (stopped && reason != E2BIG) {

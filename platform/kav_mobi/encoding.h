@@ -5,6 +5,7 @@
 #include <iconv.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -31,13 +32,12 @@ class TextDecoder {
   // than tab and line ends are dropped.
   void append(std::string_view raw, std::string& text);
 
-  bool isUtf8() const { return converter_ == kNone; }
+  bool isUtf8() const { return !converter_; }
 
  private:
-  static const iconv_t kNone;
   void appendConverted(std::string_view raw, std::string& text);
 
-  iconv_t converter_;
+  std::optional<iconv_t> converter_;
 };
 
 }  // namespace kav_mobi

@@ -10,7 +10,9 @@
 #include <cstdio>
 #include <utility>
 
+#include "bytes.h"
 #include "encoding.h"
+#include "huffman_check.h"
 #include "kav_mobi.h"
 
 namespace kav_mobi {
@@ -88,14 +90,6 @@ Bytes bytesOf(const MOBIPart* part) {
   return {reinterpret_cast<const char*>(part->data), part->size};
 }
 
-uint64_t bigEndian32(Bytes bytes, size_t offset) {
-  uint64_t value = 0;
-  for (size_t i = offset; i < offset + 4 && i < bytes.size(); ++i) {
-    value = (value << 8) | static_cast<unsigned char>(bytes[i]);
-  }
-  return value;
-}
-
 bool isBookType(int file) {
   std::array<char, kDatabaseHeaderSize> header{};
   if (pread(file, header.data(), header.size(), 0) != ssize_t{kDatabaseHeaderSize}) return false;
@@ -158,10 +152,25 @@ int Book::unpack(uint64_t fileSize) {
 
   listRecords();
   hideFonts();
-  if (countFragments() > kMaxFragments) return KAV_MOBI_E_DAMAGED;
+  if (countFragments() > kMaxFragments || !unpacksInTime(huffmanRecords())) {
+    return KAV_MOBI_E_DAMAGED;
+  }
   const bool hasParts = isKf8() || mobi_is_dictionary(data());
   const int result = hasParts ? unpackParts() : unpackText();
   return result == KAV_MOBI_OK ? judgeText() : result;
+}
+
+// The code table and the phrases of a Huffman coded text; none for another.
+std::vector<Bytes> Book::huffmanRecords() const {
+  std::vector<Bytes> found;
+  const MOBIMobiHeader* header = data_->mh;
+  if (data_->rh->compression_type != MOBI_COMPRESSION_HUFFCDIC || header == nullptr) return found;
+  if (header->huff_rec_index == nullptr || header->huff_rec_count == nullptr) return found;
+  const uint64_t first = *header->huff_rec_index + mobi_get_kf8offset(data());
+  for (uint64_t i = first; i < records_.size() && i < first + *header->huff_rec_count; ++i) {
+    found.push_back(bytesOf(records_[i]));
+  }
+  return found;
 }
 
 // The old format needs no more than its text, and the text of a file without a MOBI header would be

@@ -53,6 +53,7 @@ class Book {
   void listRecords();
   void hideFonts();
   uint64_t countFragments() const;
+  std::vector<Bytes> huffmanRecords() const;
   int judgeText();
   void chooseCodePage();
 
