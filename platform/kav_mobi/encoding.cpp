@@ -73,7 +73,7 @@ void appendUtf8(std::string_view raw, std::string& text) {
 
 // None where the system lacks the conversion: the text is then read as UTF-8, as far as it goes.
 std::optional<iconv_t> openConverter(uint32_t codePage) {
-  iconv_t const converter = iconv_open("UTF-8", ("CP" + std::to_string(codePage)).c_str());
+  iconv_t converter = iconv_open("UTF-8", ("CP" + std::to_string(codePage)).c_str());
   if (reinterpret_cast<intptr_t>(converter) == -1) return std::nullopt;
   return converter;
 }
