@@ -8,16 +8,16 @@
 
 namespace kav_mobi {
 
-inline uint64_t byteAt(std::string_view bytes, size_t at) {
+inline uint64_t ByteAt(std::string_view bytes, size_t at) {
   return at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0;
 }
 
-inline uint64_t bigEndian16(std::string_view bytes, size_t at) {
-  return byteAt(bytes, at) << 8 | byteAt(bytes, at + 1);
+inline uint64_t BigEndian16(std::string_view bytes, size_t at) {
+  return ByteAt(bytes, at) << 8 | ByteAt(bytes, at + 1);
 }
 
-inline uint64_t bigEndian32(std::string_view bytes, size_t at) {
-  return bigEndian16(bytes, at) << 16 | bigEndian16(bytes, at + 2);
+inline uint64_t BigEndian32(std::string_view bytes, size_t at) {
+  return BigEndian16(bytes, at) << 16 | BigEndian16(bytes, at + 2);
 }
 
 }  // namespace kav_mobi

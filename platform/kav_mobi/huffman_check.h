@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "reader.h"
+#include "platform/kav_mobi/reader.h"
 
 namespace kav_mobi {
 
@@ -12,7 +12,7 @@ namespace kav_mobi {
 // anew each time they occur; a few that hold each other a hundred times, and nothing else, would
 // keep it busy for years. `records` are the code table and the phrase records after it. False when
 // a phrase takes far more work than it is long, or contains itself.
-bool unpacksInTime(const std::vector<Bytes>& records);
+bool UnpacksInTime(const std::vector<Bytes>& records);
 
 }  // namespace kav_mobi
 
