@@ -196,8 +196,8 @@ class BookPage {
   void WritePicture(const Element& element, size_t at) {
     const std::string& file = pictures.NameOf(markup.PictureNumber(current));
     if (file.empty()) {
-      const Bytes drawing = markup.Drawing(current);
-      // Each drawing once, so that the page cannot outgrow the book.
+      // Each drawing once and none inside of another, so that the page cannot outgrow the book.
+      const Bytes drawing = inDrawing ? Bytes() : markup.Drawing(current);
       if (!drawing.empty() && drawings.insert(drawing.data()).second) WriteDrawing(drawing, at);
       return;
     }
@@ -209,6 +209,7 @@ class BookPage {
 
   // The pictures and the text that a drawing (SVG) is made of; its lines cannot be shown.
   void WriteDrawing(Bytes drawing, size_t at) {
+    inDrawing = true;
     Tag tag;
     size_t textBegin = 0;
     TagScanner scanner(drawing);
@@ -218,6 +219,7 @@ class BookPage {
       textBegin = tag.end;
     }
     writer.Text(drawing.substr(textBegin));
+    inDrawing = false;
   }
 
   static Bytes Shortened(Bytes value) { return value.size() > kLongestValue ? Bytes() : value; }
@@ -234,7 +236,7 @@ class BookPage {
       }
     }
     const Bytes lang = current.Get("lang");
-    Append(written, "lang", lang.empty() ? current.Get("xml:lang") : lang);
+    Append(written, "lang", Shortened(lang.empty() ? current.Get("xml:lang") : lang));
     std::string styles = ImpliedStyle(element, current);
     if (!style.empty()) styles += (styles.empty() ? "" : "; ") + std::string(style);
     Append(written, "style", styles);
@@ -287,6 +289,7 @@ class BookPage {
   PageWriter writer;
   Attributes current;  // of the tag at hand
   std::unordered_set<const char*> drawings;
+  bool inDrawing = false;
   size_t nextPlace = 0;
   size_t nextHeadword = 0;
 };

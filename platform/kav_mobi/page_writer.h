@@ -23,7 +23,7 @@ class OutputFile {
 
  private:
   struct CloseFile {
-    void operator()(FILE* file) const { (void)fclose(file); }
+    void operator()(FILE* owned) const { (void)fclose(owned); }
   };
   std::unique_ptr<FILE, CloseFile> file;
   bool failed;

@@ -41,10 +41,10 @@ class Book {
 
  private:
   struct FreeData {
-    void operator()(MOBIData* data) const { mobi_free(data); }
+    void operator()(MOBIData* owned) const { mobi_free(owned); }
   };
   struct FreeRaw {
-    void operator()(MOBIRawml* raw) const { mobi_free_rawml(raw); }
+    void operator()(MOBIRawml* owned) const { mobi_free_rawml(owned); }
   };
 
   Book() = default;

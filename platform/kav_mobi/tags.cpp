@@ -2,6 +2,7 @@
 #include "platform/kav_mobi/tags.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 namespace kav_mobi {
@@ -33,8 +34,9 @@ size_t SkipBlanks(Bytes text, size_t at) {
 
 // The position of the last such byte; 0 when there is none.
 size_t LastOf(Bytes text, char c) {
-  const size_t at = text.rfind(c);
-  return at == Bytes::npos ? 0 : at;
+  if (text.empty()) return 0;
+  const void* const found = memrchr(text.data(), c, text.size());
+  return found == nullptr ? 0 : static_cast<size_t>(static_cast<const char*>(found) - text.data());
 }
 
 }  // namespace
