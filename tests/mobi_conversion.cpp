@@ -45,7 +45,9 @@ struct Case {
   SubstituteMobi told = {};
 };
 
-void PrintTo(const Case& row, std::ostream* out) { *out << row.name; }
+void PrintTo(const Case& row, std::ostream* out) {
+  *out << row.name;
+}
 
 class MobiConversion : public testing::TestWithParam<Case> {
  protected:
