@@ -3,8 +3,11 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 
-Converter::Converter(const std::string& encoding) : handle(iconv_open("UTF-8", encoding.c_str())) {}
+Converter::Converter(const std::string& encoding)
+    : handle(iconv_open("UTF-8", encoding.c_str())),
+      exists(reinterpret_cast<std::intptr_t>(handle) != -1) {}
 
 Converter::~Converter() {
   if (Exists()) iconv_close(handle);

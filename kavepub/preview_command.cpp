@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -23,9 +24,9 @@ constexpr char kResolution[] = "60";
 
 // Runs mutool without its chatter. Its exit code; throws a Failure when there is no such program.
 int RunMutool(std::vector<std::string> arguments) {
-  std::vector<char*> argv;
-  for (std::string& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
+  std::vector<char*> argv(arguments.size() + 1, nullptr);
+  std::transform(arguments.begin(), arguments.end(), argv.begin(),
+                 [](std::string& argument) { return argument.data(); });
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
