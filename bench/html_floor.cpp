@@ -101,7 +101,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "Usage: html_floor HTML [ROUNDS]\n");
     return 2;
   }
-  const int rounds = argc > 2 ? std::atoi(argv[2]) : 5;
+  const int rounds = argc > 2 ? static_cast<int>(std::strtol(argv[2], nullptr, 10)) : 5;
   std::string name = (fs::temp_directory_path() / "html-floor-XXXXXX").string();
   const fs::path dir = mkdtemp(name.data());
   if (!Import(argv[1], dir)) std::abort();

@@ -369,7 +369,8 @@ TEST(Import, RunsOnManyThreads) {
   std::string body;
   for (int i = 0; i < 300; ++i) {
     const std::string id = std::to_string(i);
-    body += "<p id=i" + id + " align=left><font>x</font><a href=#i" + id + ">y</a><map><img></map>";
+    body.append("<p id=i").append(id).append(" align=left><font>x</font><a href=#i").append(id);
+    body += ">y</a><map><img></map>";
   }
   const std::string html = dir.Write("x.html", body);
   Names results(4);

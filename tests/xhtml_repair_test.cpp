@@ -336,7 +336,7 @@ INSTANTIATE_TEST_SUITE_P(
         Hostile{"NameStartsWithADot", "<p><.x .y=1>z</.x></p>"},
         Hostile{"ColonNames", "<:a :b=\"1\"><a:b c:=\"2\">x</a:b>"},
         Hostile{"QuotesInTag", "<p \"foo='bar\" =\"x\" '=>y</p>"},
-        Hostile{"NulInAttribute", std::string("<p title=\"a\0b\" cl\0ass=c>x", 26)},
+        Hostile{"NulInAttribute", std::string("<p title=\"a\0b\" cl\0ass=c>x", 25)},
         Hostile{"Unclosed", "<p><b><i title=\"x"}, Hostile{"UnclosedComment", "<p>x<!-- y"},
         Hostile{"LoneAmpersands", "<p title=\"a&b&\">&;&#;&#x;&amp</p>"},
         Hostile{"CdataEnd", "<p>]]&gt; ]]></p>"},
