@@ -1,4 +1,4 @@
-// What unpacking the phrases of a Huffman code would cost, found by unpacking each of them once.
+// What unpacking a Huffman coded text would cost, found by looking at each of its codes once.
 #include "platform/kav_mobi/huffman_check.h"
 
 #include <algorithm>
@@ -9,14 +9,20 @@
 namespace kav_mobi {
 namespace {
 
-constexpr size_t kCacheOffset = 8;  // in the code table: where its two tables begin
+constexpr Bytes kTableMagic = "HUFF";
+constexpr size_t kCacheOffset = 8;  // where in the code table the places of its two tables stand
 constexpr size_t kBaseOffset = 12;
-constexpr size_t kPhraseCountOffset = 8;  // in a phrase record
-constexpr size_t kIndexBitsOffset = 12;
-constexpr size_t kPhraseTable = 16;
-constexpr uint64_t kPlainMark = 0x8000;
-constexpr uint64_t kFinalMark = 0x80;
+constexpr size_t kCacheEntries = 256;
 constexpr size_t kLongestCode = 32;
+
+constexpr Bytes kPhrasesMagic = "CDIC";
+constexpr size_t kPhraseCountOffset = 8;
+constexpr size_t kIndexBitsOffset = 12;
+constexpr size_t kPhrasePlaces = 16;  // the places of the phrases, counted from here
+constexpr size_t kMostIndexBits = 16;
+
+constexpr uint64_t kPlainMark = 0x8000;
+constexpr uint32_t kFinalMark = 0x80;
 
 // Limits no writer comes near: steps for each byte that a phrase unpacks to, phrases inside of
 // phrases (where libmobi gives up as well), and looks at each byte of the phrase records.
@@ -26,134 +32,164 @@ constexpr uint64_t kMaxLooks = 64;
 
 enum class State : uint8_t { kUnknown, kBusy, kKnown };
 
+// Steps to unpack something, and bytes that come of it.
+struct Cost {
+  uint64_t work = 1;
+  uint64_t length = 0;
+
+  bool IsSensible() const { return work <= kMaxWorkPerByte * (length + 1); }
+};
+
 struct Phrase {
   Bytes bytes;
   bool isPlain = true;
   State state = State::kUnknown;
-  uint64_t work = 1;
-  uint64_t length = 0;
+  Cost cost = {};
 };
 
-// The next code of a sequence of bits: its length, 0 when there is none, and the phrase it means.
+// The code at the front of some bits: its length, 0 when there is none, and the phrase it means.
 struct Code {
   size_t length = 0;
   size_t phrase = 0;
 };
 
+// The arithmetic is libmobi's, that of 32 bits, so that broken tables mean the same to both.
 class CodeTable {
  public:
-  explicit CodeTable(Bytes record) {
+  // False when the tables are not where they should be.
+  bool Read(Bytes record) {
     const size_t cacheAt = BigEndian32(record, kCacheOffset);
     const size_t baseAt = BigEndian32(record, kBaseOffset);
-    for (size_t i = 0; i < cache.size(); ++i) cache[i] = BigEndian32(record, cacheAt + 4 * i);
+    if (!record.starts_with(kTableMagic) || cacheAt + 4 * kCacheEntries > record.size() ||
+        baseAt + 8 * kLongestCode > record.size()) {
+      return false;
+    }
+    for (size_t i = 0; i < kCacheEntries; ++i) cache[i] = Number(record, cacheAt + 4 * i);
     for (size_t length = 1; length <= kLongestCode; ++length) {
       const size_t at = baseAt + 8 * (length - 1);
-      smallest[length] = BigEndian32(record, at) << (kLongestCode - length);
-      largest[length] = UpTo(BigEndian32(record, at + 4), length);
-    }
-  }
-
-  // The code at the front of 32 bits.
-  Code Decode(uint64_t window) const {
-    const uint64_t entry = cache[window >> 24];
-    size_t length = entry & 0x1F;
-    uint64_t last = 0;
-    if (length == 0) return {};
-    if ((entry & kFinalMark) != 0) {
-      last = UpTo(entry >> 8, length);
-    } else {
-      while (length <= kLongestCode && window < smallest[length]) ++length;
-      if (length > kLongestCode) return {};
-      last = largest[length];
-    }
-    return {length, (last - window) >> (kLongestCode - length)};
-  }
-
- private:
-  // The largest 32 bits that begin with this code.
-  static uint64_t UpTo(uint64_t code, size_t length) {
-    return ((code + 1) << (kLongestCode - length)) - 1;
-  }
-
-  std::array<uint64_t, 256> cache{};
-  std::array<uint64_t, kLongestCode + 1> smallest{};
-  std::array<uint64_t, kLongestCode + 1> largest{};
-};
-
-class Phrases {
- public:
-  explicit Phrases(const std::vector<Bytes>& records) : codes(records.front()) {
-    for (size_t i = 1; i < records.size(); ++i) {
-      Add(records[i]);
-      looksLeft += kMaxLooks * records[i].size();
-    }
-  }
-
-  bool AreCheap() {
-    for (Phrase& phrase : phrases) {
-      if (!Measure(phrase, 0)) return false;
+      smallest[length] = Number(record, at) << (kLongestCode - length);
+      largest[length] = LargestOf(Number(record, at + 4), length);
     }
     return true;
   }
 
- private:
-  void Add(Bytes record) {
-    const size_t all = BigEndian32(record, kPhraseCountOffset);
-    const size_t bits = std::min<size_t>(BigEndian32(record, kIndexBitsOffset), kLongestCode);
-    const size_t left = all - std::min(all, phrases.size());
-    const size_t count = std::min({left, size_t{1} << bits, record.size() / 2});
-    for (size_t i = 0; i < count; ++i) {
-      const size_t at = kPhraseTable + BigEndian16(record, kPhraseTable + 2 * i);
-      const uint64_t length = BigEndian16(record, at);
-      Phrase phrase;
-      if (at + 2 < record.size()) phrase.bytes = record.substr(at + 2, length & ~kPlainMark);
-      phrase.isPlain = (length & kPlainMark) != 0;
-      phrases.push_back(phrase);
+  Code Decode(uint32_t bits) const {
+    const uint32_t entry = cache[bits >> 24];
+    size_t length = entry & 0x1F;
+    if (length == 0) return {};
+    const bool isFinal = (entry & kFinalMark) != 0;
+    while (!isFinal && bits < smallest[length]) {
+      if (++length > kLongestCode) return {};
     }
+    const uint32_t last = isFinal ? LargestOf(entry >> 8, length) : largest[length];
+    return {length, (last - bits) >> (kLongestCode - length)};
   }
 
-  // Finds work and length of a phrase; false when they are out of proportion.
+ private:
+  static uint32_t Number(Bytes record, size_t at) {
+    return static_cast<uint32_t>(BigEndian32(record, at));
+  }
+
+  // The largest number that begins with this code.
+  static uint32_t LargestOf(uint32_t code, size_t length) {
+    return ((code + 1) << (kLongestCode - length)) - 1;
+  }
+
+  std::array<uint32_t, kCacheEntries> cache{};
+  std::array<uint32_t, kLongestCode + 1> smallest{};
+  std::array<uint32_t, kLongestCode + 1> largest{};
+};
+
+class HuffmanCode {
+ public:
+  bool Read(const std::vector<Bytes>& records) {
+    if (records.empty() || !table.Read(records.front())) return false;
+    for (size_t i = 1; i < records.size(); ++i) {
+      if (!AddPhrases(records[i], i == 1)) return false;
+      looksLeft += kMaxLooks * records[i].size();
+    }
+    return true;
+  }
+
+  bool IsSensible(Bytes packed) {
+    Cost cost;
+    looksLeft += packed.size();
+    return Measure(packed, 0, cost) &&
+           cost.work <= kMaxWorkPerByte * (cost.length + packed.size() + 1);
+  }
+
+ private:
+  // Every record but the last has as many phrases as its share of the index bits can tell apart.
+  bool AddPhrases(Bytes record, bool isFirst) {
+    const size_t count = BigEndian32(record, kPhraseCountOffset);
+    const size_t bits = BigEndian32(record, kIndexBitsOffset);
+    if (!record.starts_with(kPhrasesMagic) || bits > kMostIndexBits) return false;
+    if (!isFirst && (count != phraseCount || bits != indexBits || phrases.size() % share != 0)) {
+      return false;
+    }
+    phraseCount = count;
+    indexBits = bits;
+    share = size_t{1} << bits;
+    const size_t here = std::min(count - std::min(count, phrases.size()), share);
+    if (kPhrasePlaces + 2 * here > record.size()) return false;
+    for (size_t i = 0; i < here; ++i) {
+      const size_t at = kPhrasePlaces + BigEndian16(record, kPhrasePlaces + 2 * i);
+      const uint64_t length = BigEndian16(record, at);
+      if (at + 2 + (length & ~kPlainMark) > record.size()) return false;
+      const Bytes bytes = record.substr(at + 2, length & ~kPlainMark);
+      phrases.push_back({.bytes = bytes, .isPlain = (length & kPlainMark) != 0});
+    }
+    return true;
+  }
+
   bool Measure(Phrase& phrase, size_t depth) {
     if (phrase.state == State::kKnown) return true;
     if (phrase.state == State::kBusy || depth > kMaxDepth) return false;
     phrase.state = State::kBusy;
     if (phrase.isPlain) {
-      phrase.length = phrase.bytes.size();
-    } else if (!MeasurePacked(phrase, depth)) {
+      phrase.cost.length = phrase.bytes.size();
+    } else if (!Measure(phrase.bytes, depth, phrase.cost) || !phrase.cost.IsSensible()) {
       return false;
     }
     phrase.state = State::kKnown;
-    return phrase.work <= kMaxWorkPerByte * (phrase.length + 1);
+    return true;
   }
 
-  bool MeasurePacked(Phrase& phrase, size_t depth) {
-    if (phrase.bytes.size() > looksLeft) return false;
-    looksLeft -= phrase.bytes.size();
-    const size_t end = 8 * phrase.bytes.size();
+  bool Measure(Bytes packed, size_t depth, Cost& cost) {
+    if (packed.size() > looksLeft) return false;
+    looksLeft -= packed.size();
+    const size_t end = 8 * packed.size();
     for (size_t at = 0; at < end;) {
-      const uint64_t ahead =
-          BigEndian32(phrase.bytes, at / 8) << 8 | ByteAt(phrase.bytes, at / 8 + 4);
-      const Code code = codes.Decode((ahead >> (8 - at % 8)) & 0xFFFFFFFF);
+      const uint64_t ahead = BigEndian32(packed, at / 8) << 8 | ByteAt(packed, at / 8 + 4);
+      const Code code = table.Decode(static_cast<uint32_t>(ahead >> (8 - at % 8)));
+      if (code.length == 0) return false;
       at += code.length;
-      // What libmobi itself will find to be wrong ends here.
-      if (code.length == 0 || at > end || code.phrase >= phrases.size()) break;
-      Phrase& inner = phrases[code.phrase];
-      if (!Measure(inner, depth + 1)) return false;
-      phrase.work += inner.work;
-      phrase.length += inner.length;
+      // The last byte is filled up with the beginning of a code.
+      if (at > end) return true;
+      if (code.phrase >= phrases.size()) return false;
+      Phrase& phrase = phrases[code.phrase];
+      if (!Measure(phrase, depth + 1)) return false;
+      cost.work += phrase.cost.work;
+      cost.length += phrase.cost.length;
     }
     return true;
   }
 
-  CodeTable codes;
+  CodeTable table;
   std::vector<Phrase> phrases;
+  size_t phraseCount = 0;
+  size_t indexBits = 0;
+  size_t share = 1;  // of phrases for a record
   uint64_t looksLeft = 0;
 };
 
 }  // namespace
 
-bool UnpacksInTime(const std::vector<Bytes>& records) {
-  return records.empty() || Phrases(records).AreCheap();
+bool UnpacksInTime(const std::vector<Bytes>& code, const std::vector<Bytes>& texts) {
+  HuffmanCode huffman;
+  return huffman.Read(code) && std::all_of(texts.begin(), texts.end(), [&huffman](Bytes text) {
+           return huffman.IsSensible(text);
+         });
 }
 
 }  // namespace kav_mobi

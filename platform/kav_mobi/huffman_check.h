@@ -10,9 +10,10 @@ namespace kav_mobi {
 
 // The phrases of the book's code may be packed themselves, in other phrases. libmobi unpacks them
 // anew each time they occur; a few that hold each other a hundred times, and nothing else, would
-// keep it busy for years. `records` are the code table and the phrase records after it. False when
-// a phrase takes far more work than it is long, or contains itself.
-bool UnpacksInTime(const std::vector<Bytes>& records);
+// keep it busy for years, and codes without bits for ever. `code` is the code table and the phrase
+// records after it, `texts` the packed text records. False when anything takes far more work than
+// it is long, when a phrase contains itself, or when the code contradicts itself.
+bool UnpacksInTime(const std::vector<Bytes>& code, const std::vector<Bytes>& texts);
 
 }  // namespace kav_mobi
 

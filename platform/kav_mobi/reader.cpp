@@ -150,7 +150,7 @@ int Book::Unpack(uint64_t fileSize) {
 
   ListRecords();
   HideFonts();
-  if (CountFragments() > kMaxFragments || !UnpacksInTime(HuffmanRecords())) {
+  if (CountFragments() > kMaxFragments || !UnpacksInTime()) {
     return KAV_MOBI_E_DAMAGED;
   }
   const bool hasParts = IsKf8() || mobi_is_dictionary(Data());
@@ -158,17 +158,28 @@ int Book::Unpack(uint64_t fileSize) {
   return result == KAV_MOBI_OK ? JudgeText() : result;
 }
 
-// The code table and the phrases of a Huffman coded text; none for another.
-std::vector<Bytes> Book::HuffmanRecords() const {
-  std::vector<Bytes> found;
+bool Book::UnpacksInTime() const {
+  if (data->rh->compression_type != MOBI_COMPRESSION_HUFFCDIC) return true;
   const MOBIMobiHeader* header = data->mh;
-  if (data->rh->compression_type != MOBI_COMPRESSION_HUFFCDIC || header == nullptr) return found;
-  if (header->huff_rec_index == nullptr || header->huff_rec_count == nullptr) return found;
-  const uint64_t first = *header->huff_rec_index + mobi_get_kf8offset(Data());
-  for (uint64_t i = first; i < records.size() && i < first + *header->huff_rec_count; ++i) {
-    found.push_back(BytesOf(records[i]));
+  if (header == nullptr || header->huff_rec_index == nullptr || header->huff_rec_count == nullptr) {
+    return false;
   }
-  return found;
+  const size_t offset = mobi_get_kf8offset(Data());
+  const uint64_t codeBegin = *header->huff_rec_index + offset;
+  std::vector<Bytes> code;
+  for (uint64_t i = codeBegin; i < codeBegin + *header->huff_rec_count && i < records.size(); ++i) {
+    code.push_back(BytesOf(records[i]));
+  }
+  const uint16_t flags = header->extra_flags == nullptr ? uint16_t{0} : *header->extra_flags;
+  std::vector<Bytes> texts;
+  for (size_t i = offset + 1; i <= offset + data->rh->text_record_count && i < records.size();
+       ++i) {
+    const Bytes record = BytesOf(records[i]);
+    const size_t extra = mobi_get_record_extrasize(records[i], flags);
+    if (extra == MOBI_NOTSET || extra > record.size()) return false;
+    texts.push_back(record.substr(0, record.size() - extra));
+  }
+  return kav_mobi::UnpacksInTime(code, texts);
 }
 
 // The old format needs no more than its text, and the text of a file without a MOBI header would be

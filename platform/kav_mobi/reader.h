@@ -55,7 +55,7 @@ class Book {
   void ListRecords();
   void HideFonts();
   uint64_t CountFragments() const;
-  std::vector<Bytes> HuffmanRecords() const;
+  bool UnpacksInTime() const;
   int JudgeText();
   void ChooseCodePage();
 
