@@ -89,6 +89,7 @@ class Sites(ToolTest):
     def test_debian_reference(self):
         self.check(DEBIAN, "Debian Reference", WITHOUT_COVER)
 
+    @unittest.skipIf(IS_SANITIZED, "takes minutes; the other site runs the same code")
     def test_python_documentation(self):
         # One page offers a program for download, which is no type that an EPUB 2 book knows.
         self.check(PYTHON, "3.11.2 Documentation", WITHOUT_COVER | {"RSC-010"})
