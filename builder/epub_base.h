@@ -102,7 +102,7 @@ class KAV_EPUB_API EpubBase {
   // What a builder remembers beyond the book's own state.
   struct Memory;
 
-  class HtmlImport;
+  class KAV_EPUB_LOCAL HtmlImport;
 
   // Writes the gathered paragraph to the open page.
   KAV_EPUB_LOCAL int FlushParagraph();

@@ -76,7 +76,6 @@ XmlDocument ParseHtml(const std::string& html, const char* encoding, int options
   parser->sax->startElement = StartElement;
   parser->sax->endElement = EndElement;
   parser->sax->characters = Characters;
-  return XmlDocument(htmlCtxtReadMemory(parser.get(), source.data(),
-                                        static_cast<int>(source.size()), nullptr, encoding,
-                                        options));
+  return XmlDocument(htmlCtxtReadMemory(
+      parser.get(), source.data(), static_cast<int>(source.size()), nullptr, encoding, options));
 }
