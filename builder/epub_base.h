@@ -101,7 +101,7 @@ class KAV_EPUB_API EpubBase {
 
  private:
   // What a builder remembers beyond the book's own state.
-  struct Memory;
+  struct KAV_EPUB_LOCAL Memory;
 
   class KAV_EPUB_LOCAL HtmlImport;
 

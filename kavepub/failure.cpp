@@ -11,6 +11,7 @@
 
 #include "fileutil/result_codes.h"
 #include "platform/kav_ebase/kav_ebase.h"
+#include "platform/kav_mobi/kav_mobi.h"
 
 namespace {
 
@@ -29,6 +30,13 @@ constexpr struct {
      "cannot be made; check that its directory is writable and no directory or "
      "device has its name"},
     {KAV_EBASE_E_WRITE, "cannot be written; check the room on its disk"},
+    {KAV_MOBI_E_OPEN, "cannot be read; check its permissions"},
+    {KAV_MOBI_E_NOT_MOBI, "is no MOBI book; check that it is whole and not renamed"},
+    {KAV_MOBI_E_DAMAGED, "is damaged; download or copy it again"},
+    {KAV_MOBI_E_ENCRYPTED, "is locked to a reader or device (DRM) and cannot be converted"},
+    {KAV_MOBI_E_NO_TEXT, "holds no text to make a book of"},
+    {KAV_MOBI_E_WRITE, "cannot be unpacked; check the room in $TMPDIR"},
+    {KAV_MOBI_E_MEMORY, "is too large for the memory; close other programs and try again"},
     {KAV_EBASE_E_MEMORY, "memory ran out; close other programs and try again"},
 };
 

@@ -314,6 +314,15 @@ TEST(Import, HasCodesForTheTopPage) {
   EXPECT_EQ(EpubBase().AddHTHLToEpub((site.dir / "site/index.html").c_str()), 409);
 }
 
+TEST(Import, IsNotPackedWhenAPageCouldNotBeWritten) {
+  Site site;
+  site.Write("index.html", "<p>x</p>");
+  fs::create_directory(site.PathOf("page-1.html"));
+  EXPECT_EQ(site.Import(), 0);
+  EXPECT_EQ(site.book.GenerateEpub((site.dir / "book.epub").c_str()), 413);
+  EXPECT_FALSE(fs::exists(site.dir / "book.epub"));
+}
+
 TEST(Import, FindsTheDtdUnderAnyPath) {
   const TempDir dir;
   for (const std::string name : {"a b", "a%20b", "caf\xC3\xA9", "\xE9&\"'"}) {
