@@ -20,6 +20,7 @@
 // The fragments of the default style sheet, ended by "###".
 KAV_EPUB_API extern const char* const kCssRes[23];
 
+// One book in the making.
 class KAV_EPUB_API EpubBase {
  public:
   EpubBase();

@@ -18,6 +18,7 @@ class EpubBase;
 // 254 bytes long. 0 for an empty file and for one that cannot be read.
 KAV_EPUB_API int GetPageNumForTXT(const char* txtPath);
 
+// One conversion of a whole file.
 class KAV_EPUB_API EpubManagement {
  public:
   EpubManagement();

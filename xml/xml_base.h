@@ -50,6 +50,7 @@ class XhtmlRepair;
 // The XHTML 1.0 Strict DTD without its character entities, followed by null.
 KAV_EPUB_API extern const char* const kXhtml1StrictDtd[2];
 
+// One XML document.
 class KAV_EPUB_API XMLBase {
  public:
   XMLBase();
