@@ -47,7 +47,7 @@ inline std::set<std::string> FilesBelow(const std::string& directory) {
   std::set<std::string> files;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
     const std::string path = entry.path().lexically_relative(directory);
-    files.insert(entry.is_directory() && !entry.is_symlink() ? path + "/" : path);
+    files.insert(std::filesystem::is_directory(entry.symlink_status()) ? path + "/" : path);
   }
   return files;
 }
