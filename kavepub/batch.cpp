@@ -20,18 +20,35 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool IsNewerThanInputs(const BookOrder& order) {
-  const fs::file_time_type made = fs::last_write_time(order.output);
-  return std::all_of(order.inputs.begin(), order.inputs.end(),
-                     [&](const fs::path& input) { return fs::last_write_time(input) <= made; });
+// The time of the last change of any source of a book.
+fs::file_time_type TimeOfSources(const BookOrder& order) {
+  fs::file_time_type latest = fs::file_time_type::min();
+  for (const fs::path& input : order.inputs) latest = std::max(latest, fs::last_write_time(input));
+  if (order.site.empty()) return latest;
+  // A page that is gone shows in the time of its directory.
+  latest = std::max(latest, fs::last_write_time(order.site));
+  std::error_code error;
+  for (fs::recursive_directory_iterator entry(order.site, error), end; !error && entry != end;
+       entry.increment(error)) {
+    const fs::file_time_type changed = entry->last_write_time(error);
+    if (!error) latest = std::max(latest, changed);
+    error.clear();  // a link that leads nowhere is no source
+  }
+  return latest;
 }
 
 // Whether the book is there already and may stay; throws a Failure when it may not be replaced.
 bool IsUpToDate(const BookOrder& order, const BookOptions& options, Existing existing) {
   std::error_code error;
-  if (options.force || !fs::exists(order.output, error)) return false;
+  if (!fs::exists(order.output, error)) return false;
+  for (const fs::path& input : order.inputs) {
+    if (fs::equivalent(input, order.output, error)) {
+      throw Failure(order.output, "is the source of this book; use -o to name another place");
+    }
+  }
+  if (options.force) return false;
   if (existing == Existing::kKeepIfNewer && IsMadeByKavepub(order.output)) {
-    return IsNewerThanInputs(order);
+    return TimeOfSources(order) <= fs::last_write_time(order.output);
   }
   throw Failure(order.output,
                 existing == Existing::kRefuse
@@ -41,11 +58,16 @@ bool IsUpToDate(const BookOrder& order, const BookOptions& options, Existing exi
 }
 
 // A batch makes the directories it needs; of a single book a missing one is more likely a slip.
-void RequireDirectoryOf(const fs::path& output, Existing existing) {
+void RequireDirectoryOf(const fs::path& output, const BookOptions& options, Existing existing) {
   if (!output.has_parent_path()) return;
   std::error_code error;
-  if (existing == Existing::kKeepIfNewer) fs::create_directories(output.parent_path(), error);
-  if (!fs::is_directory(output.parent_path(), error)) {
+  if (existing == Existing::kKeepIfNewer) {
+    if (!options.dryRun) fs::create_directories(output.parent_path(), error);
+    if (error) {
+      throw Failure(output, "its directory cannot be made (" + error.message() +
+                                "); use -o to name another place");
+    }
+  } else if (!fs::is_directory(output.parent_path(), error)) {
     throw Failure(output, "its directory does not exist; make it first");
   }
 }
@@ -57,12 +79,23 @@ Outcome Make(const BookOrder& order, const BookOptions& options, Existing existi
     StopIfInterrupted();
     if (!order.refusal.empty()) throw Failure(order.refusal);
     if (IsUpToDate(order, options, existing)) return {Status::kUpToDate, {}};
-    RequireDirectoryOf(order.output, existing);
+    RequireDirectoryOf(order.output, options, existing);
+    if (options.dryRun) return {Status::kPlanned, {}};
     return {Status::kDone, ConvertBook(order, options, progress)};
   } catch (const Interrupted& interruption) {
     return {Status::kInterrupted, interruption.what()};
   } catch (const std::exception& failure) {
-    return {Status::kFailed, failure.what()};
+    return {Status::kFailed, Explain(failure)};
+  }
+}
+
+// Starts a thread if the system has one left.
+bool Start(std::vector<std::jthread>& threads, const auto& work) {
+  try {
+    threads.emplace_back(work);
+    return true;
+  } catch (const std::system_error&) {
+    return false;
   }
 }
 
@@ -90,11 +123,11 @@ void MakeBooks(const std::vector<BookOrder>& orders, const BookOptions& options,
   };
   std::vector<std::jthread> threads;
   const size_t wanted = std::min<size_t>(jobs, orders.size());
-  for (size_t i = 1; i < wanted; ++i) threads.emplace_back(work);
+  while (threads.size() + 1 < wanted && Start(threads, work)) continue;
   work();
 }
 
 const char* NameOf(Outcome::Status status) {
-  constexpr const char* kNames[] = {"done", "up to date", "failed", "interrupted"};
+  constexpr const char* kNames[] = {"done", "planned", "up to date", "failed", "interrupted"};
   return kNames[static_cast<size_t>(status)];
 }

@@ -18,6 +18,7 @@ const char* NameOf(BookKind kind);
 struct BookOrder {
   BookKind kind = BookKind::kText;
   std::vector<std::filesystem::path> inputs;  // one text or MOBI book; pages or pictures in order
+  std::filesystem::path site;                 // the folder that a site fills; empty for all others
   std::filesystem::path output;
   std::string refusal;  // why it cannot be made, known beforehand; empty when it can
 };
@@ -31,6 +32,7 @@ struct BookOptions {
   ParagraphMode paragraphs = ParagraphMode::kAuto;
   std::filesystem::path workDir;  // where working directories are made; empty: the system's place
   bool force = false;             // replace books that exist
+  bool dryRun = false;            // make nothing
 };
 
 #endif

@@ -15,7 +15,6 @@ struct ConvertArguments {
   Selection selection;
   BookOptions options;
   unsigned jobs = 1;
-  bool dryRun = false;
   bool quiet = false;
   bool json = false;
 };
@@ -30,6 +29,7 @@ int RunInfo(const InfoArguments& arguments);
 struct PreviewArguments {
   std::filesystem::path book;
   std::filesystem::path output;  // empty: beside the book, with the extension ".png"
+  bool force = false;            // replace a picture that is there
 };
 int RunPreview(const PreviewArguments& arguments);
 

@@ -23,28 +23,22 @@ void Check(const std::vector<BookOrder>& orders, const BookOptions& options) {
   if (!isNamed) return;
   for (const BookOrder& order : orders) {
     if (order.kind == BookKind::kMobi) {
-      throw Failure(order.inputs.front(),
-                    "a MOBI book brings its own title, author and cover; leave out --title, "
-                    "--author and --cover");
+      throw WrongUsage(order.inputs.front(),
+                       "a MOBI book brings its own title, author and cover; leave out --title, "
+                       "--author and --cover");
     }
   }
   if (orders.size() > 1 && (options.title || !options.cover.empty())) {
-    throw Failure("--title and --cover are for one book, but " + std::to_string(orders.size()) +
-                  " are to be made; convert them one by one");
+    throw WrongUsage("--title and --cover are for one book, but " + std::to_string(orders.size()) +
+                     " are to be made; convert them one by one");
   }
 }
 
-void PrintPlan(const std::vector<BookOrder>& orders) {
-  for (const BookOrder& order : orders) {
-    if (!order.refusal.empty()) {
-      std::printf("cannot convert %s\n", order.refusal.c_str());
-      continue;
-    }
-    const std::string more =
-        order.inputs.size() > 1 ? " and " + std::to_string(order.inputs.size() - 1) + " more" : "";
-    std::printf("%s%s -> %s (%s)\n", order.inputs.front().c_str(), more.c_str(),
-                order.output.c_str(), NameOf(order.kind));
-  }
+std::unique_ptr<CountingReporter> NewReporter(const ConvertArguments& arguments, size_t books,
+                                              bool isBatch) {
+  if (arguments.json) return ReportInJson();
+  if (arguments.options.dryRun) return ReportPlan(arguments.quiet);
+  return isBatch ? ReportManyBooks(books, arguments.quiet) : ReportOneBook(arguments.quiet);
 }
 
 }  // namespace
@@ -52,20 +46,14 @@ void PrintPlan(const std::vector<BookOrder>& orders) {
 int RunConvert(const ConvertArguments& arguments) {
   const std::vector<BookOrder> orders = PlanBooks(arguments.selection);
   if (orders.empty()) {
-    throw Failure(arguments.selection.inputs.front(), "holds nothing that can be converted");
+    throw Failure(arguments.selection.inputs.front(),
+                  "holds nothing that can be converted; name texts, HTML, MOBI books or pictures");
   }
   Check(orders, arguments.options);
-  if (arguments.dryRun) {
-    PrintPlan(orders);
-    return kDone;
-  }
   const bool isBatch = IsBatch(arguments.selection, orders.size());
-  const std::unique_ptr<CountingReporter> reporter =
-      arguments.json ? ReportInJson()
-      : isBatch      ? ReportManyBooks(orders.size(), arguments.quiet)
-                     : ReportOneBook(arguments.quiet);
+  const auto reporter = NewReporter(arguments, orders.size(), isBatch);
   MakeBooks(orders, arguments.options, isBatch ? Existing::kKeepIfNewer : Existing::kRefuse,
-            arguments.jobs, *reporter);
+            arguments.options.dryRun ? 1 : arguments.jobs, *reporter);
   reporter->Close();
   if (WasInterrupted() && reporter->Result().Finished() < orders.size()) return kInterrupted;
   return reporter->Result().failed == 0 ? kDone : kFailed;

@@ -5,8 +5,8 @@
 #include <cerrno>
 #include <cstdint>
 
-Converter::Converter(const std::string& encoding)
-    : handle(iconv_open("UTF-8", encoding.c_str())),
+Converter::Converter(const std::string& from, const std::string& to)
+    : handle(iconv_open(to.c_str(), from.c_str())),
       exists(reinterpret_cast<std::intptr_t>(handle) != -1) {}
 
 Converter::~Converter() {
@@ -26,4 +26,12 @@ bool Converter::Decode(std::string_view& input, std::string& out) {
     input.remove_prefix(input.size() - fromLeft);
     if (error != E2BIG) return error == 0 || error == EINVAL;
   }
+}
+
+void Converter::Finish(std::string& out) {
+  std::array<char, 32> buffer;
+  char* to = buffer.data();
+  size_t toLeft = buffer.size();
+  iconv(handle, nullptr, nullptr, &to, &toLeft);
+  out.append(buffer.data(), buffer.size() - toLeft);
 }

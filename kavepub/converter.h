@@ -1,4 +1,4 @@
-// A conversion of text to UTF-8 by iconv, piece by piece.
+// A conversion of text by iconv, piece by piece.
 #ifndef KAVEPUB_CONVERTER_H
 #define KAVEPUB_CONVERTER_H
 
@@ -9,7 +9,7 @@
 
 class Converter {
  public:
-  explicit Converter(const std::string& encoding);
+  explicit Converter(const std::string& from, const std::string& to = "UTF-8");
   ~Converter();
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
@@ -21,6 +21,9 @@ class Converter {
   // it stopped at bytes that the encoding does not have, true at the end or inside a last
   // character.
   bool Decode(std::string_view& input, std::string& out);
+
+  // Appends a character that was held back for an accent that might have followed.
+  void Finish(std::string& out);
 
  private:
   iconv_t handle;

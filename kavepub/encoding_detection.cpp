@@ -1,10 +1,9 @@
-// Detection by byte order mark, by validity and, with uchardet, by frequencies.
+// Detection by byte order mark, by validity, by frequencies (uchardet) and by plausibility.
 #include "kavepub/encoding_detection.h"
 
 #include <uchardet/uchardet.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <fstream>
 #include <memory>
@@ -12,12 +11,14 @@
 #include <vector>
 
 #include "kavepub/converter.h"
+#include "kavepub/encoding_plausibility.h"
 #include "kavepub/failure.h"
 
 namespace {
 
 constexpr size_t kChunkSize = size_t{1} << 18;
 constexpr size_t kEnoughForGuessing = size_t{1} << 20;
+constexpr size_t kSampleSize = size_t{1} << 16;
 
 constexpr struct {
   std::string_view bytes;
@@ -36,7 +37,6 @@ constexpr struct {
   std::string_view guessed;
   const char* decoded;
 } kSupersets[] = {
-    {"ASCII", "UTF-8"},
     {"ISO-8859-1", "WINDOWS-1252"},
     {"ISO-8859-9", "WINDOWS-1254"},
     {"GB2312", "GB18030"},
@@ -47,7 +47,6 @@ constexpr struct {
     {"UHC", "CP949"},
     {"TIS-620", "CP874"},
     {"ISO-8859-11", "CP874"},
-    {"MAC-CYRILLIC", "MAC-CYRILLIC"},
 };
 
 // What has to be known of a text before the engine can read it as it is.
@@ -58,6 +57,7 @@ class ReadinessCheck {
   void Feed(std::string_view piece) {
     if (piece.empty()) return;
     hasNul = hasNul || piece.find('\0') != std::string_view::npos;
+    hasEscape = hasEscape || piece.find('\x1B') != std::string_view::npos;
     hasCarriageReturn = hasCarriageReturn || piece.find('\r') != std::string_view::npos;
     last = piece.back();
     const bool isAscii = std::all_of(piece.begin(), piece.end(),
@@ -71,6 +71,7 @@ class ReadinessCheck {
   }
 
   bool HasNul() const { return hasNul; }
+  bool HasEscape() const { return hasEscape; }
   bool IsValidUtf8() const { return valid && carried.empty(); }
   bool IsReady() const { return IsValidUtf8() && !hasCarriageReturn && last != kDosEndOfFile; }
 
@@ -80,31 +81,92 @@ class ReadinessCheck {
   std::string decoded;
   bool valid = true;
   bool hasNul = false;
+  bool hasEscape = false;
   bool hasCarriageReturn = false;
   char last = '\0';
 };
 
-// UTF-16 without a mark: in most scripts one byte of each pair is nearly always the same small
-// number, in Latin text 0.
-std::string_view GuessUtf16(std::string_view beginning) {
-  std::array<size_t, 2> zeros = {};
-  for (size_t i = 0; i < beginning.size(); ++i) {
-    if (beginning[i] == '\0') ++zeros[i % 2];
+// Collects the beginning of a text, and what uchardet thinks of it.
+class Guesser {
+ public:
+  Guesser() : detector(uchardet_new(), &uchardet_delete) {}
+
+  void Feed(std::string_view piece) {
+    if (fed < kEnoughForGuessing) uchardet_handle_data(detector.get(), piece.data(), piece.size());
+    fed += piece.size();
+    if (!sample.empty()) return;
+    const auto* const first = std::find_if(
+        piece.begin(), piece.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+    sample.assign(first, piece.end());
+    if (sample.size() > kSampleSize) sample.resize(kSampleSize);
   }
-  const size_t pairs = beginning.size() / 2;
-  if (pairs == 0) return {};
-  if (zeros[1] * 4 > pairs && zeros[0] * 50 < pairs) return "UTF-16LE";
-  if (zeros[0] * 4 > pairs && zeros[1] * 50 < pairs) return "UTF-16BE";
-  return {};
+
+  // A name as uchardet spells it; empty when it knows nothing.
+  std::string Guess() {
+    uchardet_data_end(detector.get());
+    return uchardet_get_charset(detector.get());
+  }
+
+  // From the first byte on that is not ASCII.
+  const std::string& Sample() const { return sample; }
+
+ private:
+  std::unique_ptr<uchardet, decltype(&uchardet_delete)> detector;
+  std::string sample;
+  size_t fed = 0;
+};
+
+// Bytes that texts in other encodings than UTF-16 and UTF-32 never have.
+bool HasControls(std::string_view piece) {
+  return std::any_of(piece.begin(), piece.end(), [](char c) {
+    return (c >= '\0' && c < '\t') || (c > '\r' && c < kDosEndOfFile);
+  });
 }
 
-std::string GuessByFrequencies(uchardet_t detector) {
-  uchardet_data_end(detector);
-  const std::string guessed = uchardet_get_charset(detector);
-  if (guessed.empty()) return std::string(kUtf8);
-  const auto* row = std::find_if(std::begin(kSupersets), std::end(kSupersets),
-                                 [&](const auto& superset) { return superset.guessed == guessed; });
-  return row == std::end(kSupersets) ? guessed : row->decoded;
+// The encodings that texts are written in, tried when a guess makes no sense; the likeliest first.
+constexpr const char* kAlternatives[] = {
+    "WINDOWS-1252", "WINDOWS-1250", "WINDOWS-1251", "WINDOWS-1253", "WINDOWS-1254",
+    "GB18030",      "CP950",        "CP932",        "EUC-JP",       "CP949",
+    "KOI8-R",       "CP866",        "CP850",        "MACINTOSH",
+};
+
+// What texts of the same language are written in more often: tried before all others.
+constexpr struct {
+  std::string_view guessed;
+  const char* sibling;
+} kSiblings[] = {
+    {"IBM852", "WINDOWS-1250"},       {"MAC-CENTRALEUROPE", "WINDOWS-1250"},
+    {"ISO-8859-2", "WINDOWS-1250"},   {"ISO-8859-13", "WINDOWS-1257"},
+    {"ISO-8859-4", "WINDOWS-1257"},   {"ISO-8859-5", "WINDOWS-1251"},
+    {"MAC-CYRILLIC", "WINDOWS-1251"}, {"ISO-8859-7", "WINDOWS-1253"},
+};
+
+constexpr double kFewFaults = 0.05;
+
+const char* FindIn(const auto& table, std::string_view name) {
+  for (const auto& [key, value] : table) {
+    if (key == name) return value;
+  }
+  return nullptr;
+}
+
+// The guess by frequencies, or another encoding when only that makes sense of the sample.
+std::string Choose(const std::string& guessed, std::string_view sample) {
+  if (IsMostlyUtf8(sample)) return std::string(kUtf8);
+  const char* superset = FindIn(kSupersets, guessed);
+  const std::string guess = superset != nullptr ? superset : guessed;
+  if (!guess.empty() && ShareOfFaults(sample, guess) < kFewFaults) return guess;
+  const char* sibling = FindIn(kSiblings, guessed);
+  if (sibling != nullptr && ShareOfFaults(sample, sibling) < kFewFaults) return sibling;
+  std::string best = guess.empty() ? std::string(kUtf8) : guess;
+  double fewest = kFewFaults;
+  for (const char* alternative : kAlternatives) {
+    const double faults = ShareOfFaults(sample, alternative);
+    if (faults >= fewest) continue;
+    fewest = faults;
+    best = alternative;
+  }
+  return best;
 }
 
 }  // namespace
@@ -119,26 +181,31 @@ ByteOrderMark FindByteOrderMark(std::string_view beginning) {
 Detection DetectEncoding(const std::filesystem::path& text) {
   std::ifstream file(text, std::ios::binary);
   if (!file) throw Failure(text, std::generic_category().message(errno));
-  const std::unique_ptr<uchardet, decltype(&uchardet_delete)> detector(uchardet_new(),
-                                                                       &uchardet_delete);
   std::vector<char> chunk(kChunkSize);
   ReadinessCheck check;
-  for (size_t done = 0; file; done += static_cast<size_t>(file.gcount())) {
+  Guesser guesser;
+  for (bool atStart = true; file; atStart = false) {
     file.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
     const std::string_view piece(chunk.data(), static_cast<size_t>(file.gcount()));
-    if (done == 0) {
+    if (atStart) {
       if (const auto mark = FindByteOrderMark(piece); mark.length > 0) {
         return {std::string(mark.encoding)};
       }
-      if (const auto utf16 = GuessUtf16(piece); !utf16.empty()) return {std::string(utf16)};
+      if (HasControls(piece)) {
+        if (const auto wide = GuessWideEncoding(piece); !wide.empty()) return {std::string(wide)};
+      }
     }
     check.Feed(piece);
-    if (done < kEnoughForGuessing) uchardet_handle_data(detector.get(), piece.data(), piece.size());
+    guesser.Feed(piece);
   }
   if (file.bad()) throw Failure(text, "cannot be read to its end; check the disk");
   if (check.HasNul()) {
     throw Failure(text, "holds NUL bytes, so it is hardly a text; if it is, name its --encoding");
   }
-  if (check.IsValidUtf8()) return {std::string(kUtf8), check.IsReady()};
-  return {GuessByFrequencies(detector.get())};
+  if (check.IsValidUtf8() && !check.HasEscape()) return {std::string(kUtf8), check.IsReady()};
+  const std::string guess = guesser.Guess();
+  if (!check.IsValidUtf8()) return {Choose(guess, guesser.Sample())};
+  // The encodings that switch between character sets are made of ASCII bytes.
+  if (guess.starts_with("ISO-2022-")) return {guess};
+  return {std::string(kUtf8), check.IsReady()};
 }

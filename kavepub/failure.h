@@ -2,6 +2,7 @@
 #ifndef KAVEPUB_FAILURE_H
 #define KAVEPUB_FAILURE_H
 
+#include <exception>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -9,9 +10,14 @@
 // One line that names the file, the reason and the next step.
 class Failure : public std::runtime_error {
  public:
-  explicit Failure(const std::string& line) : std::runtime_error(line) {}
-  Failure(const std::filesystem::path& file, const std::string& reason)
-      : std::runtime_error(file.string() + ": " + reason) {}
+  explicit Failure(const std::string& line);
+  Failure(const std::filesystem::path& file, const std::string& reason);
+};
+
+// What is asked for contradicts itself.
+class WrongUsage : public Failure {
+ public:
+  using Failure::Failure;
 };
 
 // The conversion was stopped by a signal.
@@ -25,5 +31,11 @@ void Require(int code, const std::filesystem::path& file);
 
 // Throws a Failure unless file is a regular file that can be read.
 void RequireReadable(const std::filesystem::path& file);
+
+// What to tell of any exception, in one line.
+std::string Explain(const std::exception& failure);
+
+// A text on one line: what would move the cursor of a terminal becomes "?".
+std::string OneLine(std::string text);
 
 #endif

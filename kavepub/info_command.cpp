@@ -6,6 +6,8 @@
 #include "kavepub/book_info.h"
 #include "kavepub/commands.h"
 #include "kavepub/failure.h"
+#include "kavepub/interruption.h"
+#include "kavepub/standard_output.h"
 
 namespace {
 
@@ -18,15 +20,17 @@ void PrintForMachines(const std::filesystem::path& book, const BookInfo& info) {
   if (info.pages > 0) object["pages"] = info.pages;
   object["pictures"] = info.pictures;
   object["bytes"] = info.bytes;
-  std::printf("%s\n",
-              object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+  Say(object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 void PrintForPeople(const std::filesystem::path& book, const BookInfo& info) {
-  std::printf("%s\n  Format    %s\n  Title     %s\n  Author    %s\n", book.c_str(),
-              info.format.c_str(), info.title.c_str(), info.author.c_str());
-  if (info.pages > 0) std::printf("  Pages     %zu\n", info.pages);
-  std::printf("  Pictures  %zu\n  Size      %ju bytes\n", info.pictures, info.bytes);
+  Say(OneLine(book.string()));
+  Say("  Format    " + info.format);
+  Say("  Title     " + OneLine(info.title));
+  Say("  Author    " + OneLine(info.author));
+  if (info.pages > 0) Say("  Pages     " + std::to_string(info.pages));
+  Say("  Pictures  " + std::to_string(info.pictures));
+  Say("  Size      " + std::to_string(info.bytes) + " bytes");
 }
 
 }  // namespace
@@ -34,11 +38,12 @@ void PrintForPeople(const std::filesystem::path& book, const BookInfo& info) {
 int RunInfo(const InfoArguments& arguments) {
   int code = kDone;
   for (const std::filesystem::path& book : arguments.books) {
+    StopIfInterrupted();
     try {
       const BookInfo info = ReadBookInfo(book);
       arguments.json ? PrintForMachines(book, info) : PrintForPeople(book, info);
     } catch (const std::exception& failure) {
-      std::fprintf(stderr, "kavepub: %s\n", failure.what());
+      std::fprintf(stderr, "kavepub: %s\n", Explain(failure).c_str());
       code = kFailed;
     }
   }

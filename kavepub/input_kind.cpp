@@ -42,8 +42,17 @@ constexpr size_t kPalmTypeAt = 60;
 constexpr std::string_view kPalmTypes[] = {"BOOKMOBI", "TEXtREAd", "TEXtTlDc"};
 
 constexpr std::string_view kHtmlBeginnings[] = {"<!doctype html", "<html", "<head", "<body"};
-constexpr std::string_view kHtmlExtensions[] = {".html", ".htm", ".xhtml"};
-constexpr std::string_view kMobiExtensions[] = {".mobi", ".azw", ".azw3", ".prc"};
+
+constexpr struct {
+  std::string_view extension;
+  BookKind kind;
+} kExtensions[] = {
+    {".txt", BookKind::kText},     {".text", BookKind::kText},     {".html", BookKind::kHtml},
+    {".htm", BookKind::kHtml},     {".xhtml", BookKind::kHtml},    {".mobi", BookKind::kMobi},
+    {".azw", BookKind::kMobi},     {".azw3", BookKind::kMobi},     {".prc", BookKind::kMobi},
+    {".jpg", BookKind::kPictures}, {".jpeg", BookKind::kPictures}, {".png", BookKind::kPictures},
+    {".gif", BookKind::kPictures},
+};
 
 std::string Peek(const std::filesystem::path& file) {
   std::string beginning(kPeekSize, '\0');
@@ -100,10 +109,20 @@ BookKind KindOf(const std::filesystem::path& file) {
                             "converted");
   }
   if (BeginsLikeHtml(beginning)) return BookKind::kHtml;
+  const BookKind kind = KindByName(file).value_or(BookKind::kText);
+  if (kind == BookKind::kPictures) {
+    throw Failure(file,
+                  "is no JPEG, PNG or GIF picture in spite of its name; get a whole copy of it");
+  }
+  return kind;
+}
+
+std::optional<BookKind> KindByName(const std::filesystem::path& file) {
   const std::string extension = Lower(file.extension().string());
-  if (IsOneOf(kHtmlExtensions, extension)) return BookKind::kHtml;
-  if (IsOneOf(kMobiExtensions, extension)) return BookKind::kMobi;
-  return BookKind::kText;
+  for (const auto& row : kExtensions) {
+    if (row.extension == extension) return row.kind;
+  }
+  return std::nullopt;
 }
 
 bool IsMobi(const std::filesystem::path& file) {

@@ -3,6 +3,7 @@
 #define KAVEPUB_INPUT_KIND_H
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "kavepub/book_order.h"
@@ -10,6 +11,9 @@
 // The kind of a file, by its content first and by its extension second. Throws a Failure when it
 // cannot be read or no book can be made of it.
 BookKind KindOf(const std::filesystem::path& file);
+
+// The kind that a file's extension promises, in letters of either size; none for other extensions.
+std::optional<BookKind> KindByName(const std::filesystem::path& file);
 
 // Whether a file is a Palm database that holds a book.
 bool IsMobi(const std::filesystem::path& file);

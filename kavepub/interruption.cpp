@@ -20,8 +20,18 @@ extern "C" void OnInterruption(int /*signal*/) {
 void CatchInterruptions() {
   struct sigaction action = {};
   action.sa_handler = OnInterruption;
-  action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
+  action.sa_flags = SA_RESTART;
+  for (const int signal : {SIGINT, SIGTERM}) sigaction(signal, &action, nullptr);
+  // nohup lets a call outlive its terminal by having this one ignored.
+  struct sigaction before = {};
+  sigaction(SIGHUP, nullptr, &before);
+  if (before.sa_handler != SIG_IGN) sigaction(SIGHUP, &action, nullptr);
+  action.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &action, nullptr);
+}
+
+void Interrupt() {
+  isInterrupted = true;
 }
 
 bool WasInterrupted() {

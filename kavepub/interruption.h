@@ -2,8 +2,12 @@
 #ifndef KAVEPUB_INTERRUPTION_H
 #define KAVEPUB_INTERRUPTION_H
 
-// From here on the first such signal asks the conversion to stop; the second ends the program.
+// From here on such signals ask the conversion to stop, however many come: programs that end others
+// send two. A closed pipe is no signal, but a write that fails. Ctrl-\ still ends at once.
 void CatchInterruptions();
+
+// As if such a signal had come.
+void Interrupt();
 
 bool WasInterrupted();
 

@@ -9,6 +9,7 @@
 #include "kavepub/commands.h"
 #include "kavepub/failure.h"
 #include "kavepub/interruption.h"
+#include "kavepub/standard_output.h"
 
 namespace {
 
@@ -35,6 +36,23 @@ const std::map<std::string, ParagraphMode> kParagraphModes = {
 };
 const std::map<std::string, bool> kErrorModes = {{"strict", false}, {"replace", true}};
 
+// Accepts the names of a table, and says what they are when it is given another.
+void AddChoice(CLI::App& command, const char* name, auto& value, const auto& table,
+               const char* text) {
+  const auto take = [name, &value, &table](const std::string& given) {
+    std::string names;
+    for (const auto& [known, meaning] : table) {
+      if (known == given) {
+        value = meaning;
+        return;
+      }
+      names += (names.empty() ? "" : ", ") + known;
+    }
+    throw CLI::ValidationError(name, "\"" + given + "\" is none of " + names);
+  };
+  command.add_option_function<std::string>(name, take, text)->type_name("MODE");
+}
+
 void AddConvert(CLI::App& app, ConvertArguments& arguments) {
   CLI::App& convert = *app.add_subcommand("convert", "Make books");
   Selection& selection = arguments.selection;
@@ -52,12 +70,10 @@ void AddConvert(CLI::App& app, ConvertArguments& arguments) {
   option("--cover", options.cover, "FILE", "Picture for the cover: JPEG, PNG or GIF");
   option("--encoding", options.decoding.encoding, "NAME",
          "Encoding of the texts, as `iconv -l` lists them (default: auto)");
-  option("--encoding-errors", options.decoding.replaceErrors, "MODE",
-         "Bytes that cannot be decoded: strict (fail, the default) or replace")
-      ->transform(CLI::CheckedTransformer(kErrorModes).description(""));
-  option("--paragraphs", options.paragraphs, "MODE",
-         "A line of a text is: line (a paragraph), wrapped (a part of one), auto (the default)")
-      ->transform(CLI::CheckedTransformer(kParagraphModes).description(""));
+  AddChoice(convert, "--encoding-errors", options.decoding.replaceErrors, kErrorModes,
+            "Bytes that cannot be decoded: strict (fail, the default) or replace");
+  AddChoice(convert, "--paragraphs", options.paragraphs, kParagraphModes,
+            "A line of a text is: line (a paragraph), wrapped (a part of one), auto (the default)");
   convert.add_flag("--separate", selection.separate,
                    "A book of each HTML page or picture instead of one of all");
   option("--work-dir", options.workDir, "DIR",
@@ -65,7 +81,7 @@ void AddConvert(CLI::App& app, ConvertArguments& arguments) {
   option("-j,--jobs", arguments.jobs, "N", "Books made at once (default: one a processor)")
       ->check(CLI::Range(1, 1024).description(""));
   convert.add_flag("-f,--force", options.force, "Replace books that exist");
-  convert.add_flag("-n,--dry-run", arguments.dryRun, "Only tell what would be made");
+  convert.add_flag("-n,--dry-run", options.dryRun, "Only tell what would be made");
   convert.add_flag("-q,--quiet", arguments.quiet, "Tell failures only");
   convert.add_flag("--json", arguments.json, "Tell each book as one line of JSON");
 }
@@ -83,6 +99,18 @@ void AddPreview(CLI::App& app, PreviewArguments& arguments) {
       ->add_option("-o,--output", arguments.output,
                    "The sheet, a PNG picture (default: BOOK with .png)")
       ->type_name("FILE");
+  preview->add_flag("-f,--force", arguments.force, "Replace a picture that is there");
+}
+
+// One line that says what is wrong and where to look.
+int Reject(const CLI::App& app, const CLI::ParseError& error) {
+  const auto commands = app.get_subcommands();
+  const std::string help = commands.empty() ? "" : " " + commands.front()->get_name();
+  const std::string reason = commands.empty()
+                                 ? "the first word must be a command, as in `kavepub convert FILE`"
+                                 : OneLine(error.what());
+  std::fprintf(stderr, "kavepub: %s; see `kavepub%s --help`\n", reason.c_str(), help.c_str());
+  return kUsage;
 }
 
 int Run(int argc, char** argv) {
@@ -101,9 +129,8 @@ int Run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kDone : kUsage;
+    return error.get_exit_code() == 0 ? app.exit(error) : Reject(app, error);
   }
-  CatchInterruptions();
   if (app.got_subcommand("convert")) return RunConvert(convert);
   if (app.got_subcommand("info")) return RunInfo(info);
   return RunPreview(preview);
@@ -112,13 +139,20 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  GuardStandardStreams();
+  CatchInterruptions();
+  int code = kDone;
   try {
-    return Run(argc, argv);
+    code = Run(argc, argv);
   } catch (const Interrupted& interruption) {
     std::fprintf(stderr, "kavepub: %s\n", interruption.what());
-    return kInterrupted;
+    code = kInterrupted;
+  } catch (const WrongUsage& usage) {
+    std::fprintf(stderr, "kavepub: %s\n", usage.what());
+    code = kUsage;
   } catch (const std::exception& failure) {
-    std::fprintf(stderr, "kavepub: %s\n", failure.what());
-    return kFailed;
+    std::fprintf(stderr, "kavepub: %s\n", Explain(failure).c_str());
+    code = kFailed;
   }
+  return AllWasSaid() ? code : kFailed;
 }

@@ -5,7 +5,7 @@
 #include <string>
 
 struct Outcome {
-  enum class Status { kDone, kUpToDate, kFailed, kInterrupted };
+  enum class Status { kDone, kPlanned, kUpToDate, kFailed, kInterrupted };
 
   Status status = Status::kDone;
   std::string message;  // a remark on a book that was made, the reason of a failure

@@ -3,12 +3,14 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <set>
 #include <string>
 #include <system_error>
 
 #include "kavepub/failure.h"
 #include "kavepub/input_kind.h"
+#include "kavepub/interruption.h"
 
 namespace {
 
@@ -32,7 +34,8 @@ class Planner {
   void AddInput(const fs::path& input) {
     std::error_code error;
     if (fs::is_directory(input, error)) {
-      const fs::path whole = input.has_filename() ? input : input.parent_path();
+      fs::path whole = input.has_filename() ? input : input.parent_path();
+      if (whole.filename() == "." || whole.filename() == "..") whole = fs::canonical(whole);
       AddFolder(whole, whole.filename());
     } else {
       AddFile(input, input.filename(), true);
@@ -48,7 +51,7 @@ class Planner {
     try {
       kind = KindOf(file);
     } catch (const Failure& failure) {
-      Add(kind, {file}, name, file.parent_path()).order.refusal = failure.what();
+      Refuse(file, name, failure);
       return;
     }
     const bool joins =
@@ -58,13 +61,25 @@ class Planner {
     });
     if (joins && shared != drafts.end()) {
       shared->order.inputs.push_back(file);
-    } else {
+    } else if (joins || IsNew(file)) {
       Add(kind, {file}, name, file.parent_path()).isShared = joins;
     }
   }
 
+  // What is named twice, or named and found in a folder, becomes one book.
+  bool IsNew(const fs::path& input) {
+    return planned.insert(fs::absolute(input).lexically_normal()).second;
+  }
+
+  void Refuse(const fs::path& input, const fs::path& name, const Failure& reason) {
+    if (!IsNew(input)) return;
+    Add(BookKind::kText, {input}, name, input.parent_path()).order.refusal = reason.what();
+  }
+
   // name: where the folder lies below the one that a person named, that one included.
   void AddFolder(const fs::path& folder, const fs::path& name) {
+    StopIfInterrupted();
+    if (!IsNew(folder)) return;
     std::vector<fs::path> folders;
     std::vector<fs::path> files;
     std::error_code error;
@@ -76,7 +91,7 @@ class Planner {
     }
     if (error) {
       Add(BookKind::kText, {folder}, name, folder.parent_path()).order.refusal =
-          folder.string() + ": " + error.message() + "; check its permissions";
+          Failure(folder, error.message() + "; check its permissions").what();
       return;
     }
     std::sort(folders.begin(), folders.end());
@@ -95,41 +110,59 @@ class Planner {
              kIndexNames.end();
     });
     if (index == files.end() || isSeparate) return false;
-    Add(BookKind::kHtml, {*index}, name, folder.parent_path());
+    Add(BookKind::kHtml, {*index}, name, folder.parent_path()).order.site = folder;
     return true;
   }
 
+  // Pages become one book; so do pictures, unless they lie beside books that they may belong to.
   void AddFilesOfFolder(const fs::path& folder, const std::vector<fs::path>& files,
                         const fs::path& name) {
     std::vector<fs::path> pages;
     std::vector<fs::path> pictures;
+    bool holdsBooks = false;
     for (const fs::path& file : files) {
-      if (file.extension() == kBookExtension) continue;  // made earlier, beside its source
-      BookKind kind = BookKind::kText;
-      try {
-        kind = KindOf(file);
-      } catch (const Failure&) {
-        // A folder may hold anything; what was not named is passed over.
-        continue;
-      }
-      if (kind == BookKind::kHtml && !isSeparate) {
-        pages.push_back(file);
-      } else if (kind == BookKind::kPictures) {
-        pictures.push_back(file);
-      } else if (kind != BookKind::kText || IsText(file)) {
-        Add(kind, {file}, name / file.filename(), folder);
-      }
+      const std::optional<BookKind> kind = KindInFolder(file, name);
+      if (kind == BookKind::kPictures) pictures.push_back(file);
+      if (kind == BookKind::kHtml) pages.push_back(file);
+      const bool isBook = kind == BookKind::kText || kind == BookKind::kMobi;
+      if (isBook && IsNew(file)) Add(*kind, {file}, name / file.filename(), folder);
+      holdsBooks = holdsBooks || isBook || (!kind && !IsByTheWay(file));
     }
-    if (!pages.empty()) Add(BookKind::kHtml, pages, name, folder.parent_path());
-    if (!pictures.empty() && pictures.size() == files.size()) {
-      Add(BookKind::kPictures, pictures, name, folder.parent_path());
+    AddTogether(BookKind::kHtml, pages, folder, name);
+    if (pages.empty() && !holdsBooks) AddTogether(BookKind::kPictures, pictures, folder, name);
+  }
+
+  // None for a file of which no book is to be made. Of a folder, only what is called a text is
+  // taken for one, and only what is called like something convertible is missed when it cannot be
+  // read.
+  std::optional<BookKind> KindInFolder(const fs::path& file, const fs::path& name) {
+    if (file.extension() == kBookExtension) return std::nullopt;  // made earlier, beside its source
+    const std::optional<BookKind> promised = KindByName(file);
+    try {
+      const BookKind kind = KindOf(file);
+      return kind == BookKind::kText ? promised : kind;
+    } catch (const Failure& failure) {
+      if (promised == BookKind::kPictures) return promised;  // the album will name it
+      if (promised) Refuse(file, name / file.filename(), failure);
+      return std::nullopt;
     }
   }
 
-  // Of a folder, only files that are called a text are taken for one.
-  static bool IsText(const fs::path& file) {
-    const std::string extension = file.extension().string();
-    return extension == ".txt" || extension == ".TXT" || extension == ".text";
+  // What systems put beside pictures.
+  static bool IsByTheWay(const fs::path& file) {
+    constexpr std::array kNames = {"Thumbs.db", "thumbs.db", "desktop.ini"};
+    return std::find(kNames.begin(), kNames.end(), file.filename()) != kNames.end();
+  }
+
+  void AddTogether(BookKind kind, const std::vector<fs::path>& files, const fs::path& folder,
+                   const fs::path& name) {
+    if (!isSeparate) {
+      if (!files.empty()) Add(kind, files, name, folder.parent_path());
+      return;
+    }
+    for (const fs::path& file : files) {
+      if (IsNew(file)) Add(kind, {file}, name / file.filename(), folder);
+    }
   }
 
   Draft& Add(BookKind kind, std::vector<fs::path> inputs, const fs::path& name,
@@ -144,12 +177,18 @@ class Planner {
   }
 
   std::vector<Draft> drafts;
+  std::set<fs::path> planned;
   bool isSeparate;
 };
 
-bool IsDirectoryNamed(const fs::path& output, size_t books) {
+// Of a folder, however many books it holds today, the output is another folder, unless it is called
+// like the one book that a site or an album is.
+bool IsDirectoryNamed(const Selection& selection, size_t books) {
+  const fs::path& output = selection.output;
   std::error_code error;
-  return fs::is_directory(output, error) || !output.has_filename() || books > 1;
+  if (fs::is_directory(output, error) || !output.has_filename() || books > 1) return true;
+  const bool isOfFolder = fs::is_directory(selection.inputs.front(), error);
+  return isOfFolder && output.extension() != kBookExtension;
 }
 
 // "a.txt" becomes "a.epub", or "a.txt.epub" when another book has that name.
@@ -158,10 +197,11 @@ fs::path FreeName(const Draft& draft, const fs::path& place, std::set<fs::path>&
   const bool isFile = draft.order.inputs.front().filename() == draft.name.filename();
   if (isFile) output.replace_extension();
   output += kBookExtension;
-  if (taken.insert(output).second) return output;
+  const auto isFree = [&] { return taken.insert(fs::absolute(output).lexically_normal()).second; };
+  if (isFree()) return output;
   output = place;
   output += kBookExtension;
-  for (int copy = 2; !taken.insert(output).second; ++copy) {
+  for (int copy = 2; !isFree(); ++copy) {
     output = place;
     output += '-';
     output += std::to_string(copy);
@@ -178,7 +218,7 @@ std::vector<BookOrder> PlanBooks(const Selection& selection) {
   std::vector<Draft> drafts = planner.Take();
 
   const bool intoDirectory =
-      !selection.output.empty() && IsDirectoryNamed(selection.output, drafts.size());
+      !selection.output.empty() && IsDirectoryNamed(selection, drafts.size());
   std::error_code error;
   if (intoDirectory && fs::exists(selection.output, error) &&
       !fs::is_directory(selection.output, error)) {

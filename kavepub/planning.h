@@ -16,8 +16,9 @@ struct Selection {
 // Each text and MOBI book becomes a book; the pages (HTML) that are named become one, and so do the
 // pictures. Of a folder, every text and MOBI book at any depth becomes one; a folder with a page
 // "index.html" is one book, one with other pages is a book of these in the order of their names,
-// and one that holds nothing but pictures is an album. Inputs that cannot be used come back as
-// orders with a refusal. Throws a Failure when the output cannot hold what was named.
+// and one that holds nothing but pictures is an album. What is named twice becomes one book. Inputs
+// that cannot be used come back as orders with a refusal; so do files of a folder that are called
+// like something convertible. Throws a Failure when the output cannot hold what was named.
 std::vector<BookOrder> PlanBooks(const Selection& selection);
 
 #endif

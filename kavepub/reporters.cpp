@@ -1,9 +1,17 @@
 // Prints outcomes.
 #include "kavepub/reporters.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <initializer_list>
+#include <mutex>
 #include <nlohmann/json.hpp>
+#include <utility>
+
+#include "kavepub/failure.h"
+#include "kavepub/interruption.h"
+#include "kavepub/standard_output.h"
 
 namespace {
 
@@ -27,7 +35,7 @@ class BookProgress : public Progress {
     if (!line.IsShown() || SecondsSince(drawn) < kRedrawAfter) return;
     drawn = Time::now();
     const double left = share > 0 ? SecondsSince(start) / share * (1 - share) : 0;
-    line.Draw(name + " " + Bar(share) + " " + Clock(left) + " left");
+    line.Draw(Bar(share) + " " + Clock(left) + " left  " + name);
   }
 
  private:
@@ -43,7 +51,7 @@ class OneBookReporter : public CountingReporter {
 
   std::unique_ptr<Progress> NewProgress(const BookOrder& order) override {
     if (isQuiet) return CountingReporter::NewProgress(order);
-    return std::make_unique<BookProgress>(order.inputs.front().filename().string());
+    return std::make_unique<BookProgress>(OneLine(order.inputs.front().filename().string()));
   }
 
  protected:
@@ -52,7 +60,7 @@ class OneBookReporter : public CountingReporter {
       std::fprintf(stderr, "kavepub: %s\n", outcome.message.c_str());
     } else if (!isQuiet) {
       const std::string remark = outcome.message.empty() ? "" : ": " + outcome.message;
-      std::printf("%s (%s%s)\n", order.output.c_str(), NameOf(order.kind), remark.c_str());
+      Say(OneLine(order.output.string()) + " (" + NameOf(order.kind) + remark + ")");
     }
   }
 
@@ -60,48 +68,152 @@ class OneBookReporter : public CountingReporter {
   bool isQuiet;
 };
 
+// Gathers failures, and lists them in the order of the names.
+class FailureTable {
+ public:
+  void Add(const BookOrder& order, const Outcome& outcome) {
+    if (outcome.status != Outcome::Status::kFailed) return;
+    const std::string name = OneLine(order.inputs.front().string());
+    // A reason about another file than the input names it itself.
+    const bool isOfInput = outcome.message.starts_with(name + ": ");
+    rows.emplace_back(name, outcome.message.substr(isOfInput ? name.size() + 2 : 0));
+  }
+
+  void Print() {
+    std::sort(rows.begin(), rows.end());
+    size_t widest = 0;
+    for (const auto& [name, reason] : rows) widest = std::max(widest, WidthOf(name));
+    widest = std::min(widest, kWidestColumn);
+    if (!rows.empty()) std::fprintf(stderr, "Failed:\n");
+    for (const auto& [name, reason] : rows) {
+      const std::string padding(widest - std::min(widest, WidthOf(name)) + 2, ' ');
+      std::fprintf(stderr, "  %s%s%s\n", name.c_str(), padding.c_str(), reason.c_str());
+    }
+  }
+
+ private:
+  static constexpr size_t kWidestColumn = 40;
+
+  std::vector<std::pair<std::string, std::string>> rows;
+};
+
+// "3 done, 1 failed": what is zero is left out.
+std::string ListOf(std::initializer_list<std::pair<size_t, const char*>> sums) {
+  std::string list;
+  for (const auto& [count, name] : sums) {
+    if (count == 0) continue;
+    if (!list.empty()) list += ", ";
+    list += std::to_string(count) + " " + name;
+  }
+  return list;
+}
+
 class ManyBooksReporter : public CountingReporter {
  public:
   ManyBooksReporter(size_t books, bool quiet) : total(books), isQuiet(quiet) {}
 
+  std::unique_ptr<Progress> NewProgress(const BookOrder& /*order*/) override {
+    MoveBy(0);
+    return std::make_unique<Part>(*this);
+  }
+
   void Close() override {
     line.Wipe();
+    failures.Print();
+    sums = Result();
     if (!isQuiet) {
-      const Tally& sums = Result();
-      const double seconds = SecondsSince(start);
-      std::printf("%zu done, %zu up to date, %zu failed, %zu not begun; %s, %.0f books a minute\n",
-                  sums.done, sums.upToDate, sums.failed, total - sums.Finished(),
-                  Clock(seconds).c_str(), Rate());
+      const std::string rate = sums.done == 0 ? "" : ", " + std::to_string(Rate()) + " books/min";
+      Say(ListOf({{sums.done, "done"},
+                  {sums.upToDate, "up to date"},
+                  {sums.failed, "failed"},
+                  {total - sums.Finished(), "not begun"}}) +
+          " in " + Clock(SecondsSince(start)) + rate);
     }
-    for (const std::string& failure : failures) {
-      std::fprintf(stderr, "kavepub: %s\n", failure.c_str());
+    if (WasInterrupted() && sums.Finished() < total) {
+      std::fprintf(stderr, "kavepub: interrupted; the same command again makes the rest\n");
     }
   }
 
  protected:
-  void Tell(const BookOrder& /*order*/, const Outcome& outcome) override {
-    if (outcome.status == Outcome::Status::kFailed) failures.push_back(outcome.message);
-    if (!isQuiet && SecondsSince(drawn) >= kRedrawAfter) Draw();
+  void Tell(const BookOrder& order, const Outcome& outcome) override {
+    const std::scoped_lock lock(drawing);
+    failures.Add(order, outcome);
+    sums = Result();
+    DrawNow();
   }
 
  private:
-  double Rate() const { return static_cast<double>(Result().done) / SecondsSince(start) * 60; }
+  // The share of a book in the whole, which it hands back when it is done and counted as such.
+  class Part : public Progress {
+   public:
+    explicit Part(ManyBooksReporter& whole) : reporter(whole) {}
+    ~Part() override { reporter.MoveBy(-part); }
+    Part(const Part&) = delete;
+    Part& operator=(const Part&) = delete;
 
-  void Draw() {
+    void Show(double share) override {
+      reporter.MoveBy(share - part);
+      part = share;
+    }
+
+   private:
+    ManyBooksReporter& reporter;
+    double part = 0;
+  };
+
+  void MoveBy(double share) {
+    if (!line.IsShown() || isQuiet) return;
+    const std::scoped_lock lock(drawing);
+    begun += share;
+    DrawNow();
+  }
+
+  long Rate() const {
+    return std::lround(static_cast<double>(sums.done) / SecondsSince(start) * 60);
+  }
+
+  void DrawNow() {
+    if (!line.IsShown() || isQuiet || SecondsSince(drawn) < kRedrawAfter) return;
     drawn = Time::now();
-    const Tally& sums = Result();
-    const double share = static_cast<double>(sums.Finished()) / static_cast<double>(total);
+    const double share =
+        (static_cast<double>(sums.Finished()) + begun) / static_cast<double>(total);
+    const double left = share > 0 ? SecondsSince(start) / share * (1 - share) : 0;
     line.Draw(Bar(share) + " " + std::to_string(sums.done) + " done, " +
-              std::to_string(sums.failed) + " failed, " + std::to_string(std::lround(Rate())) +
-              " books/min, " + Clock(SecondsSince(start) / share * (1 - share)) + " left");
+              std::to_string(sums.failed) + " failed, " + std::to_string(Rate()) + " books/min, " +
+              Clock(left) + " left");
   }
 
   size_t total;
   bool isQuiet;
+  std::mutex drawing;  // guards all below
   LiveLine line;
-  std::vector<std::string> failures;
+  FailureTable failures;
+  Tally sums;        // as of the last book that was finished
+  double begun = 0;  // the shares of the books in the making, in books
   Time::time_point start = Time::now();
   Time::time_point drawn;
+};
+
+class PlanReporter : public CountingReporter {
+ public:
+  explicit PlanReporter(bool quiet) : isQuiet(quiet) {}
+
+  void Close() override { failures.Print(); }
+
+ protected:
+  void Tell(const BookOrder& order, const Outcome& outcome) override {
+    failures.Add(order, outcome);
+    if (isQuiet || outcome.status == Outcome::Status::kFailed) return;
+    const size_t others = order.inputs.size() - 1;
+    const std::string more = others > 0 ? " and " + std::to_string(others) + " more" : "";
+    const bool isThere = outcome.status == Outcome::Status::kUpToDate;
+    Say(OneLine(order.inputs.front().string()) + more + " -> " + OneLine(order.output.string()) +
+        " (" + NameOf(order.kind) + (isThere ? ", up to date)" : ")"));
+  }
+
+ private:
+  bool isQuiet;
+  FailureTable failures;
 };
 
 class JsonReporter : public CountingReporter {
@@ -115,9 +227,7 @@ class JsonReporter : public CountingReporter {
     book["message"] = outcome.message;
     book["seconds"] = std::round(outcome.seconds * 1000) / 1000;
     // Names need not be UTF-8.
-    std::printf("%s\n",
-                book.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
-    std::fflush(stdout);
+    Say(book.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
   }
 };
 
@@ -128,6 +238,9 @@ void Tally::Count(const Outcome& outcome) {
     case Outcome::Status::kDone:
       ++done;
       break;
+    case Outcome::Status::kPlanned:
+      ++planned;
+      break;
     case Outcome::Status::kUpToDate:
       ++upToDate;
       break;
@@ -135,7 +248,6 @@ void Tally::Count(const Outcome& outcome) {
       ++failed;
       break;
     case Outcome::Status::kInterrupted:
-      interrupted = true;
       break;
   }
 }
@@ -155,6 +267,10 @@ std::unique_ptr<CountingReporter> ReportOneBook(bool quiet) {
 
 std::unique_ptr<CountingReporter> ReportManyBooks(size_t books, bool quiet) {
   return std::make_unique<ManyBooksReporter>(books, quiet);
+}
+
+std::unique_ptr<CountingReporter> ReportPlan(bool quiet) {
+  return std::make_unique<PlanReporter>(quiet);
 }
 
 std::unique_ptr<CountingReporter> ReportInJson() {

@@ -14,12 +14,12 @@
 // How many books met which fate.
 struct Tally {
   size_t done = 0;
+  size_t planned = 0;
   size_t upToDate = 0;
   size_t failed = 0;
-  bool interrupted = false;
 
   void Count(const Outcome& outcome);
-  size_t Finished() const { return done + upToDate + failed; }
+  size_t Finished() const { return done + planned + upToDate + failed; }
 };
 
 // Counts, and leaves the telling to its heirs.
@@ -45,6 +45,9 @@ std::unique_ptr<CountingReporter> ReportOneBook(bool quiet);
 
 // Many books: a live line while they are made, then the sums and a table of the failures.
 std::unique_ptr<CountingReporter> ReportManyBooks(size_t books, bool quiet);
+
+// Many books that are only planned: a line for each.
+std::unique_ptr<CountingReporter> ReportPlan(bool quiet);
 
 // One JSON object a line for each book.
 std::unique_ptr<CountingReporter> ReportInJson();

@@ -1,7 +1,6 @@
 // Draws on the terminal with the few control sequences that all of them know.
 #include "kavepub/terminal.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +12,9 @@
 namespace {
 
 constexpr int kBarWidth = 30;
+// A line that wraps could not be wiped.
+constexpr char kCutLongLines[] = "\x1b[?7l";
+constexpr char kWrapLongLines[] = "\x1b[?7h";
 constexpr char kWipe[] = "\r\x1b[K";
 constexpr char kGreen[] = "\x1b[32m";
 constexpr char kPlain[] = "\x1b[0m";
@@ -37,7 +39,7 @@ LiveLine::~LiveLine() {
 
 void LiveLine::Draw(const std::string& text) {
   if (!isShown) return;
-  std::fprintf(stderr, "%s%s", kWipe, text.c_str());
+  std::fprintf(stderr, "%s%s%s%s", kWipe, kCutLongLines, text.c_str(), kWrapLongLines);
   isDirty = true;
 }
 
@@ -65,4 +67,14 @@ std::string Clock(double seconds) {
     std::snprintf(text.data(), text.size(), "%ld:%02ld", whole / 60, whole % 60);
   }
   return text.data();
+}
+
+size_t WidthOf(std::string_view text) {
+  size_t width = 0;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool beginsLetter = (byte & 0xC0) != 0x80;
+    if (beginsLetter) width += byte >= 0xE0 ? 2 : 1;
+  }
+  return width;
 }

@@ -3,6 +3,7 @@
 #define KAVEPUB_TERMINAL_H
 
 #include <string>
+#include <string_view>
 
 // A line that is drawn again and again. Nothing is drawn in a pipe or on a terminal that cannot
 // move its cursor.
@@ -15,6 +16,7 @@ class LiveLine {
   LiveLine& operator=(const LiveLine&) = delete;
 
   bool IsShown() const { return isShown; }
+  // What does not fit into the width of the terminal is cut off.
   void Draw(const std::string& text);
   void Wipe();
 
@@ -28,5 +30,9 @@ std::string Bar(double share);
 
 // "1:04" or "2:01:04".
 std::string Clock(double seconds);
+
+// How many columns a text takes, roughly: letters of three bytes and more are mostly as wide as two
+// of one.
+size_t WidthOf(std::string_view text);
 
 #endif

@@ -44,13 +44,11 @@ class LineReader {
     return true;
   }
 
-  // Passes over blanks; true when there were any.
-  bool SkipBlanks() {
+  // The next byte, or EOF.
+  int Get() {
     int c = getc_unlocked(file.get());
-    const bool wereAny = c == ' ';
-    while (c == ' ') c = getc_unlocked(file.get());
-    std::ungetc(c, file.get());
-    return wereAny;
+    while (c == '\0') c = getc_unlocked(file.get());
+    return c == EOF ? (CheckEnd(), EOF) : c;
   }
 
   void ShowProgress() {
@@ -100,8 +98,22 @@ class PageWriter {
   int onPage = 0;
 };
 
+// Blanks of any script, as they stand alone on lines that shall look empty.
 bool IsBlank(std::string_view line) {
-  return line.find_first_not_of(" \n") == std::string_view::npos;
+  constexpr std::string_view kBlanks[] = {" ",  "\n",       "\t",           "\f",
+                                          "\v", "\xC2\xA0", "\xE3\x80\x80", "\xEF\xBB\xBF"};
+  while (!line.empty()) {
+    const auto* blank =
+        std::find_if(std::begin(kBlanks), std::end(kBlanks),
+                     [&](std::string_view candidate) { return line.starts_with(candidate); });
+    if (blank == std::end(kBlanks)) return false;
+    line.remove_prefix(blank->size());
+  }
+  return true;
+}
+
+bool BeginsWithBullet(std::string_view text) {
+  return text.starts_with(kBullets[0]) || text.starts_with(kBullets[1]);
 }
 
 // What the engine takes for indentation: blanks and bullets count one each.
@@ -110,13 +122,57 @@ int Indentation(std::string_view line) {
   for (;; ++count) {
     if (line.starts_with(' ')) {
       line.remove_prefix(1);
-    } else if (line.starts_with(kBullets[0]) || line.starts_with(kBullets[1])) {
+    } else if (BeginsWithBullet(line)) {
       line.remove_prefix(kBullets[0].size());
     } else {
       return count;
     }
   }
 }
+
+// Cuts long lines into pieces that the engine joins again. It would begin a paragraph at a piece
+// that begins with a blank or a bullet, after a gap of three blanks (readers show one) and after a
+// piece much shorter than the one before.
+class PieceReader {
+ public:
+  explicit PieceReader(LineReader& reader) : lines(reader) {}
+
+  // False at the end of the text.
+  bool Next(std::string& piece) {
+    piece = std::exchange(rest, {});
+    isLineEnd = false;
+    while (piece.size() < kLongestLine - kMostAdded) {
+      const int c = lines.Get();
+      if (c == EOF) return !piece.empty();
+      const bool isGap = c == ' ' && piece.ends_with(' ');
+      if (!isGap) piece += static_cast<char>(c);
+      isLineEnd = c == '\n';
+      if (isLineEnd) return true;
+    }
+    const size_t cut = FindCut(piece);
+    rest = piece.substr(cut);
+    piece.resize(cut);
+    return true;
+  }
+
+  bool IsLineEnd() const { return isLineEnd; }
+
+ private:
+  static constexpr size_t kMostGivenBack = 32;  // bytes; more would make the piece a short one
+
+  // The last place before a whole character that may begin a piece.
+  static size_t FindCut(std::string_view piece) {
+    for (size_t cut = piece.size() - 1; cut + kMostGivenBack > piece.size(); --cut) {
+      const bool isWhole = (static_cast<unsigned char>(piece[cut]) & 0xC0) != 0x80;
+      if (isWhole && piece[cut] != ' ' && !BeginsWithBullet(piece.substr(cut))) return cut;
+    }
+    return piece.size() - 1;
+  }
+
+  LineReader& lines;
+  std::string rest;
+  bool isLineEnd = false;
+};
 
 // Makes each line a paragraph. The engine begins one wherever the indentation becomes another one
 // above zero, so every line gets a blank or two more than its own, which readers do not show.
@@ -126,28 +182,26 @@ class ParagraphWriter {
 
   void Begin(std::string line) {
     line.erase(0, line.find_first_not_of(' '));
+    // The first line of a page begins a paragraph by itself.
+    if (pages.IsAtPageStart()) {
+      Continue(std::move(line));
+      return;
+    }
     const int indentation = Indentation(line);
-    const bool isFirst = pages.IsAtPageStart();  // begins a paragraph by itself
-    const int added = isFirst ? 0 : indentation + 1 == lastIndentation ? 2 : 1;
+    const int added = indentation + 1 == lastIndentation ? 2 : 1;
     line.insert(0, static_cast<size_t>(added), ' ');
     lastIndentation = indentation + added;
-    Add(std::move(line));
-  }
-
-  void Continue(std::string piece) {
-    lastIndentation = Indentation(piece);
-    Add(std::move(piece));
-  }
-
- private:
-  // Three blanks in a row would begin a paragraph, too; readers show them as one.
-  void Add(std::string line) {
-    const auto isGap = [](char left, char right) { return left == ' ' && right == ' '; };
-    const size_t text = line.find_first_not_of(' ');
-    line.erase(std::unique(line.begin() + static_cast<long>(text), line.end(), isGap), line.end());
     pages.Add(line);
   }
 
+  // A form feed comes out as a blank, but is no indentation.
+  void Continue(std::string piece) {
+    if (Indentation(piece) > 0) piece.insert(0, 1, '\f');
+    lastIndentation = 0;
+    pages.Add(piece);
+  }
+
+ private:
   PageWriter& pages;
   int lastIndentation = 0;
 };
@@ -167,17 +221,16 @@ void AddTextOfParagraphs(const TEpubService& service, const std::filesystem::pat
   LineReader lines(text, progress);
   PageWriter pages(service, text, lines);
   ParagraphWriter paragraphs(pages);
+  PieceReader pieces(lines);
   bool isInside = false;
-  for (std::string line; lines.Next(line, kLongestLine - kMostAdded);) {
-    const bool isLineEnd = line.ends_with('\n');
-    // A piece that began with a blank would count as indented.
-    if (!isLineEnd && lines.SkipBlanks()) line += ' ';
+  for (std::string piece; pieces.Next(piece);) {
+    const bool isBlank = IsBlank(piece);
     if (isInside) {
-      paragraphs.Continue(line);
-    } else if (!IsBlank(line)) {
-      paragraphs.Begin(line);
+      paragraphs.Continue(piece);
+    } else if (!isBlank) {
+      paragraphs.Begin(piece);
     }
-    isInside = !isLineEnd && (isInside || !IsBlank(line));
+    isInside = !pieces.IsLineEnd() && (isInside || !isBlank);
   }
   pages.Finish();
 }

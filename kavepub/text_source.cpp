@@ -1,6 +1,7 @@
 // Decodes texts with iconv and normalises their line ends.
 #include "kavepub/text_source.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <string_view>
@@ -45,12 +46,31 @@ class LineWriter {
   bool hasEndOfFile = false;
 };
 
+// The bytes that belong together: 2 in UTF-16, 4 in UTF-32, so that what follows an error is read
+// in step.
+size_t UnitOf(const std::string& encoding) {
+  Converter encoder("UTF-8", encoding);
+  if (!encoder.Exists()) return 1;
+  std::string_view first = "a";
+  std::string_view second = "a";
+  std::string encoded;
+  encoder.Decode(first, encoded);  // with a byte order mark, where there is one
+  const size_t before = encoded.size();
+  encoder.Decode(second, encoded);
+  return std::max<size_t>(1, encoded.size() - before);
+}
+
 // Decodes a text piece by piece, keeping count of where it is.
 class Decoding {
  public:
   Decoding(const std::filesystem::path& path, const std::string& encodingName, bool replaces)
-      : text(path), encoding(encodingName), replaceErrors(replaces), converter(encodingName) {
-    if (!converter.Exists()) {
+      : text(path),
+        encoding(encodingName),
+        replaceErrors(replaces),
+        unit(UnitOf(encodingName)),
+        converter(encodingName) {
+    // A suffix such as "//IGNORE" would hide errors; an empty name means the language of the user.
+    if (!converter.Exists() || encoding.empty() || encoding.find('/') != std::string::npos) {
       throw Failure(text, "the encoding \"" + encoding +
                               "\" is not known; `iconv -l` lists the names that are");
     }
@@ -67,10 +87,12 @@ class Decoding {
       if (!stuck) break;
       if (!replaceErrors) Fail();
       out += kReplacement;
-      input.remove_prefix(1);
-      ++offset;
+      const size_t skipped = std::min(unit, input.size());
+      input.remove_prefix(skipped);
+      offset += skipped;
     }
     pending.erase(0, pending.size() - input.size());
+    if (isLast) converter.Finish(out);
     return out;
   }
 
@@ -83,6 +105,7 @@ class Decoding {
   const std::filesystem::path& text;
   const std::string& encoding;
   bool replaceErrors;
+  size_t unit;
   Converter converter;
   std::string pending;
   size_t offset = 0;

@@ -1,0 +1,17 @@
+// Standard output, which may be closed, full, or a pipe that nobody reads any more.
+#ifndef KAVEPUB_STANDARD_OUTPUT_H
+#define KAVEPUB_STANDARD_OUTPUT_H
+
+#include <string>
+
+// Makes sure that no file that is opened later takes the place of a closed standard stream, and
+// gets its text. To be called first of all.
+void GuardStandardStreams();
+
+// Writes a line, at once. When its reader has gone, the call is interrupted: nobody waits for it.
+void Say(const std::string& line);
+
+// Says on standard error when something that was said got lost. False then.
+bool AllWasSaid();
+
+#endif
