@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <set>
 #include <string>
 #include <vector>
@@ -21,17 +22,22 @@
 namespace {
 
 namespace fs = std::filesystem;
+constexpr char kImport[] = "import";
+constexpr char kSave[] = "save";
 
 struct Cost {
   double seconds;
   long peakKilobytes;
 };
 
-// Runs work in a process of its own, whose peak of memory is its own too.
-Cost CostOf(const auto& work) {
+// Runs this program again for one measurement: a fork would begin with the memory of its parent.
+Cost CostOf(const char* mode, const char* html, const fs::path& dir) {
   const auto start = std::chrono::steady_clock::now();
   const pid_t child = fork();
-  if (child == 0) _exit(work() ? 0 : 1);
+  if (child == 0) {
+    execl("/proc/self/exe", "html_floor", mode, html, dir.c_str(), nullptr);
+    _exit(1);
+  }
   int status = 0;
   rusage usage{};
   if (wait4(child, &status, 0, &usage) != child || status != 0) std::abort();
@@ -69,36 +75,47 @@ std::vector<fs::path> PagesOf(const std::string& html, const fs::path& book) {
   return pages;
 }
 
-bool ParseAndSave(const std::vector<fs::path>& pages, const fs::path& dir) {
-  fs::create_directories(dir);
+bool ParseAndSave(const fs::path& dir) {
+  fs::create_directories(dir / "floor");
+  std::ifstream list(dir / "pages");
   size_t number = 0;
-  for (const fs::path& page : pages) {
+  for (std::string page; std::getline(list, page);) {
     xmlDoc* doc = htmlReadFile(page.c_str(), "UTF-8", HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING);
     if (doc == nullptr) return false;
-    xmlSaveFileEnc((dir / (std::to_string(number++) + ".html")).c_str(), doc, "UTF-8");
+    const std::string name = std::to_string(number++) + ".html";
+    xmlSaveFileEnc((dir / "floor" / name).c_str(), doc, "UTF-8");
     xmlFreeDoc(doc);
   }
   return true;
 }
 
+bool Measured(const std::string& mode, const char* html, const fs::path& dir) {
+  return mode == kImport ? Import(html, dir) : ParseAndSave(dir);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 4) return Measured(argv[1], argv[2], argv[3]) ? 0 : 1;
   if (argc < 2) {
     std::fprintf(stderr, "Usage: html_floor HTML [ROUNDS]\n");
     return 2;
   }
-  const int rounds = argc > 2 ? std::atoi(argv[2]) : 5;
+  const int rounds = argc > 2 ? static_cast<int>(std::strtol(argv[2], nullptr, 10)) : 5;
   std::string name = (fs::temp_directory_path() / "html-floor-XXXXXX").string();
   const fs::path dir = mkdtemp(name.data());
   if (!Import(argv[1], dir)) std::abort();
   const auto pages = PagesOf(argv[1], dir / "epub_temp" / "epub" / "OEBPS");
 
+  std::ofstream list(dir / "pages");
+  for (const fs::path& page : pages) list << page.string() << "\n";
+  list.close();
+
   std::vector<Cost> engine;
   std::vector<Cost> floor;
   for (int round = 0; round < rounds; ++round) {
-    engine.push_back(CostOf([&] { return Import(argv[1], dir); }));
-    floor.push_back(CostOf([&] { return ParseAndSave(pages, dir / "floor"); }));
+    engine.push_back(CostOf(kImport, argv[1], dir));
+    floor.push_back(CostOf(kSave, argv[1], dir));
   }
   const Cost import = Median(engine);
   const Cost plain = Median(floor);

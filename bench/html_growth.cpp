@@ -140,7 +140,7 @@ void Print(const char* name, size_t n, double tenth, double whole) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const size_t divisor = argc > 1 ? static_cast<size_t>(std::atoi(argv[1])) : 1;
+  const size_t divisor = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1;
   std::string name = (fs::temp_directory_path() / "html-growth-XXXXXX").string();
   const fs::path dir = mkdtemp(name.data());
   for (const auto& page : kPages) {

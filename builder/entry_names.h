@@ -11,8 +11,8 @@ class EntryNames {
   // Takes a name out of the ones to be given.
   void Take(const std::string& name);
 
-  // Gives the wanted name, or the next free one when the book has or may come to have a file of that
-  // name: "index-2.html" for a second "index.html".
+  // Gives the wanted name, or the next free one when the book has or may come to have a file of
+  // that name: "index-2.html" for a second "index.html".
   std::string Claim(const std::string& wanted);
 
  private:

@@ -20,6 +20,7 @@
 // The fragments of the default style sheet, ended by "###".
 KAV_EPUB_API extern const char* const kCssRes[23];
 
+// One book in the making.
 class KAV_EPUB_API EpubBase {
  public:
   EpubBase();
@@ -100,9 +101,9 @@ class KAV_EPUB_API EpubBase {
 
  private:
   // What a builder remembers beyond the book's own state.
-  struct Memory;
+  struct KAV_EPUB_LOCAL Memory;
 
-  class HtmlImport;
+  class KAV_EPUB_LOCAL HtmlImport;
 
   // Writes the gathered paragraph to the open page.
   KAV_EPUB_LOCAL int FlushParagraph();

@@ -85,8 +85,8 @@ int EpubBase::HtmlImport::AddPage(const ImportFile& file, References& references
   page.SetImport([this](const std::string& path) { return files.IsAllowed(path); },
                  &book.memory->dtds);
   const std::string stem = file.name.substr(0, file.name.rfind('.'));
-  const int code = page.HtmlProcess(file.path.c_str(), sourceDir.c_str(), stem.c_str(),
-                                    book.dtdPath.c_str());
+  const int code =
+      page.HtmlProcess(file.path.c_str(), sourceDir.c_str(), stem.c_str(), book.dtdPath.c_str());
   if (code != EPUB_OK) return code;
 
   const std::string reference = UriReferenceOf(file.name);

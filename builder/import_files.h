@@ -57,7 +57,7 @@ class ImportFiles {
   EntryNames& names;
   std::deque<ImportFile> files;  // references to them stay good
   std::map<Identity, size_t> numbers;
-  std::unordered_map<std::string, std::optional<Place>> places;     // by path
+  std::unordered_map<std::string, std::optional<Place>> places;      // by path
   std::unordered_map<std::string, std::string> resolvedDirectories;  // by path
 };
 

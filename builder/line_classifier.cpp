@@ -4,11 +4,12 @@
 #include <string_view>
 
 #include "builder/epub_base.h"
+#include "package/escape.h"
 
 namespace {
 
 constexpr float kShortLineShare = 0.8F;  // a line this short, against the longest, ends a paragraph
-constexpr int kWideGap = 3;              // blanks in a row that set text apart
+constexpr size_t kWideGap = 3;           // blanks in a row that set text apart
 constexpr std::string_view kBullets[] = {"\xE2\x80\xA2", "\xEF\x81\xAE"};  // U+2022, U+F06E
 
 struct Indentation {
@@ -35,12 +36,15 @@ Indentation MeasureIndentation(std::string_view line) {
   }
 }
 
-// Three blanks or more with another byte behind them.
+// Three blanks or more with another byte behind them. Every third byte is enough to meet a gap.
 bool HasWideGap(std::string_view text) {
-  int blanks = 0;
-  for (const char c : text) {
-    if (blanks >= kWideGap) return true;
-    blanks = c == ' ' ? blanks + 1 : 0;
+  for (size_t i = kWideGap - 1; i < text.size(); i += kWideGap) {
+    if (text[i] != ' ') continue;
+    const size_t before = text.find_last_not_of(' ', i);
+    const size_t begin = before == std::string_view::npos ? 0 : before + 1;
+    const size_t end = std::min(text.find_first_not_of(' ', i), text.size());
+    if (end - begin > kWideGap || (end - begin == kWideGap && end < text.size())) return true;
+    i = end;
   }
   return false;
 }
@@ -52,20 +56,11 @@ bool FollowsShortLine(int lastLength, int longest) {
 
 // The line's text for a document: ampersands escaped, the control characters of old texts blank.
 std::string CleanText(std::string_view line) {
-  const size_t lineEnd = line.rfind('\n');  // an inner one ends a line of verse
-  std::string text;
-  text.reserve(line.size());
-  for (size_t i = 0; i < line.size(); ++i) {
-    const char c = line[i];
-    if (c == '&') {
-      text += "&amp;";
-    } else if (i == lineEnd || c == '\x18' || c == '\f') {
-      text += ' ';
-    } else {
-      text += c;
-    }
-  }
-  return text;
+  std::string text(line);
+  const size_t lineEnd = text.rfind('\n');  // an inner one ends a line of verse
+  if (lineEnd != std::string::npos) text[lineEnd] = ' ';
+  for (char& c : text) c = c == '\x18' || c == '\f' ? ' ' : c;
+  return EscapeAmpersands(text.c_str());
 }
 
 }  // namespace

@@ -18,6 +18,7 @@ class EpubBase;
 // 254 bytes long. 0 for an empty file and for one that cannot be read.
 KAV_EPUB_API int GetPageNumForTXT(const char* txtPath);
 
+// One conversion of a whole file.
 class KAV_EPUB_API EpubManagement {
  public:
   EpubManagement();
@@ -42,10 +43,11 @@ class KAV_EPUB_API EpubManagement {
   // of EpubBase.
   int TXT2Epub(const char* txtPath, const char* epubPath, void* user, ProgressCallback progress);
 
-  // Converts a MOBI book, by the reader library, with its own title, author and cover. progress may be
-  // null; it is called with (user, done, 10): 1 opened, 6 extracted, 7 begun, 8 cover done, 9 imported,
-  // 10 written. A return of -2 from any call but the last cancels, as above. EPUB_E_OUTPUT_DIR as
-  // above; codes of kav_mobi.h and EpubBase. Working files stay until ClearData.
+  // Converts a MOBI book, by the reader library, with its own title, author and cover. progress may
+  // be null; it is called with (user, done, 10): 1 opened, 6 extracted, 7 begun, 8 cover done, 9
+  // imported, 10 written. A return of -2 from any call but the last cancels, as above.
+  // EPUB_E_OUTPUT_DIR as above; codes of kav_mobi.h and EpubBase. Working files stay until
+  // ClearData.
   int Mobi2Epub(const char* mobiPath, const char* epubPath, void* user, ProgressCallback progress);
 
   // Deletes the working files of the builder and of the conversion; Init must have been called.

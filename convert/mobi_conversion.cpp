@@ -78,7 +78,9 @@ std::optional<int> TakeFromReader(MobiReader& reader, const char* mobiPath, Epub
   KavMkdir(extracted.c_str());
   if (const int code = reader.ExtractHtml(HtmlPath(extracted)); code != EPUB_OK) return code;
   if (cancels(6)) return EPUB_OK;
-  const int begun = epub.Init(workDir.c_str(), reader.Title().get(), reader.Author().get());
+  const Text title = reader.Title();
+  const Text author = reader.Author();
+  const int begun = epub.Init(workDir.c_str(), title.get(), author.get());
   if (begun != EPUB_OK) return begun;
   if (cancels(7)) return EPUB_OK;
   const std::string cover = CoverPath(extracted, reader.CoverImage().get());

@@ -6,6 +6,7 @@
 #ifndef KAV_EPUB_RESULT_CODES_H
 #define KAV_EPUB_RESULT_CODES_H
 
+/* What an operation returns. */
 enum EpubResult {
   /* Success; also a whole-file conversion that the host cancelled. */
   EPUB_OK = 0,

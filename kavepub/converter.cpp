@@ -3,9 +3,11 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 
 Converter::Converter(const std::string& from, const std::string& to)
-    : handle(iconv_open(to.c_str(), from.c_str())) {}
+    : handle(iconv_open(to.c_str(), from.c_str())),
+      exists(reinterpret_cast<std::intptr_t>(handle) != -1) {}
 
 Converter::~Converter() {
   if (Exists()) iconv_close(handle);

@@ -15,7 +15,7 @@ class Converter {
   Converter& operator=(const Converter&) = delete;
 
   // False when there is no such encoding; nothing else may be called then.
-  bool Exists() const { return handle != iconv_t(-1); }
+  bool Exists() const { return exists; }
 
   // Decodes as much of input as it can, removes that from input and appends it to out. False when
   // it stopped at bytes that the encoding does not have, true at the end or inside a last
@@ -27,6 +27,7 @@ class Converter {
 
  private:
   iconv_t handle;
+  bool exists;
 };
 
 #endif

@@ -42,7 +42,8 @@ std::filesystem::path PictureShelf::Place(const std::filesystem::path& picture) 
   const std::string extension = type == ".jpg" && given == ".jpeg" ? given : type;
   std::string name = stem + extension;
   for (int copy = 2; !names.insert(name).second; ++copy) {
-    name = stem + "-" + std::to_string(copy) + extension;
+    name = stem;
+    name.append("-").append(std::to_string(copy)).append(extension);
   }
   if (name == picture.filename()) return picture;
   std::filesystem::create_directories(directory);

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -28,9 +29,9 @@ constexpr std::chrono::milliseconds kPollEvery{5};
 
 // Starts mutool without its chatter; throws a Failure when there is no such program.
 pid_t StartMutool(std::vector<std::string> arguments) {
-  std::vector<char*> argv;
-  for (std::string& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
+  std::vector<char*> argv(arguments.size() + 1, nullptr);
+  std::transform(arguments.begin(), arguments.end(), argv.begin(),
+                 [](std::string& argument) { return argument.data(); });
   // What this program ignores, a child would ignore, too.
   sigset_t defaults;
   sigemptyset(&defaults);

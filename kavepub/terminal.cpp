@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -58,7 +59,7 @@ std::string Bar(double share) {
 }
 
 std::string Clock(double seconds) {
-  const long whole = std::max(0L, static_cast<long>(seconds + 0.5));
+  const long whole = std::max(0L, std::lround(seconds));
   std::array<char, 32> text;
   if (whole >= 3600) {
     std::snprintf(text.data(), text.size(), "%ld:%02ld:%02ld", whole / 3600, whole / 60 % 60,

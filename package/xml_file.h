@@ -22,6 +22,7 @@ enum FormOperator {
   FormCell = 2    // add a cell with a text to the newest row
 };
 
+// The documents of one book, or a page of it.
 class KAV_EPUB_API XMLFile {
  public:
   XMLFile();

@@ -45,13 +45,24 @@ inline int AsNobody(const std::string& directory, const std::function<int()>& op
   });
 }
 
-// Runs it where no file can grow beyond a size, until it raises the limit.
-inline int WithFileLimit(rlim_t bytes, const std::function<int()>& operation) {
+// Runs it as whoever is no superuser: permissions mean nothing to root.
+inline int AsOrdinaryUser(const std::string& directory, const std::function<int()>& operation) {
+  return geteuid() == 0 ? AsNobody(directory, operation) : InChild(operation);
+}
+
+// Runs it under a limit of one resource, until it raises the limit.
+inline int WithLimit(auto resource, rlim_t most, const std::function<int()>& operation) {
   return InChild([&] {
-    const rlimit limit = {bytes, RLIM_INFINITY};
-    std::signal(SIGXFSZ, SIG_IGN);
-    return setrlimit(RLIMIT_FSIZE, &limit) == 0 ? operation() : kNotPermitted;
+    rlimit limit{};
+    if (getrlimit(resource, &limit) != 0) return kNotPermitted;
+    limit.rlim_cur = most;
+    return setrlimit(resource, &limit) == 0 ? operation() : kNotPermitted;
   });
+}
+
+// Runs it where no file can grow beyond a size.
+inline int WithFileLimit(rlim_t bytes, const std::function<int()>& operation) {
+  return WithLimit(RLIMIT_FSIZE, bytes, [&] { return std::signal(SIGXFSZ, SIG_IGN), operation(); });
 }
 
 // Runs it with a small file system of its own at a directory.

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
 
 class TempDir {
@@ -39,6 +40,16 @@ class TempDir {
 inline std::string ReadFile(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The paths of all that is below a directory; those of directories end with "/".
+inline std::set<std::string> FilesBelow(const std::string& directory) {
+  std::set<std::string> files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
+    const std::string path = entry.path().lexically_relative(directory);
+    files.insert(std::filesystem::is_directory(entry.symlink_status()) ? path + "/" : path);
+  }
+  return files;
 }
 
 #endif

@@ -4,8 +4,8 @@
 
 #include <string>
 
-// The HTML without those attributes, in tags of very many, that XHTML 1.0 Strict does not declare or
-// that repeat a name: the clean-up would drop them one by one. Empty when there is no such tag.
+// The HTML without those attributes, in tags of very many, that XHTML 1.0 Strict does not declare
+// or that repeat a name: the clean-up would drop them one by one. Empty when there is no such tag.
 std::string LimitAttributes(const std::string& html);
 
 #endif

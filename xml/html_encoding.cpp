@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -38,15 +39,24 @@ constexpr struct {
   std::string_view declared;
   const char* encoding;
 } kWiderEncodings[] = {
-    {"ascii", "windows-1252"},       {"us-ascii", "windows-1252"},
-    {"iso-8859-1", "windows-1252"},  {"latin1", "windows-1252"},
-    {"iso-8859-9", "windows-1254"},  {"tis-620", "windows-874"},
-    {"gb2312", "GB18030"},           {"gb_2312-80", "GB18030"},
-    {"gbk", "GB18030"},              {"x-gbk", "GB18030"},
-    {"shift_jis", "CP932"},          {"shift-jis", "CP932"},
-    {"sjis", "CP932"},               {"x-sjis", "CP932"},
-    {"windows-31j", "CP932"},        {"euc-kr", "CP949"},
-    {"ks_c_5601-1987", "CP949"},     {"big5", "BIG5-HKSCS"},
+    {"ascii", "windows-1252"},
+    {"us-ascii", "windows-1252"},
+    {"iso-8859-1", "windows-1252"},
+    {"latin1", "windows-1252"},
+    {"iso-8859-9", "windows-1254"},
+    {"tis-620", "windows-874"},
+    {"gb2312", "GB18030"},
+    {"gb_2312-80", "GB18030"},
+    {"gbk", "GB18030"},
+    {"x-gbk", "GB18030"},
+    {"shift_jis", "CP932"},
+    {"shift-jis", "CP932"},
+    {"sjis", "CP932"},
+    {"x-sjis", "CP932"},
+    {"windows-31j", "CP932"},
+    {"euc-kr", "CP949"},
+    {"ks_c_5601-1987", "CP949"},
+    {"big5", "BIG5-HKSCS"},
     {"x-user-defined", kLastResort},
 };
 
@@ -123,15 +133,17 @@ using Converter = std::unique_ptr<void, CloseConverter>;
 
 Converter ConverterFrom(const char* encoding) {
   void* converter = iconv_open("UTF-8", encoding);
-  return Converter(converter == iconv_t(-1) ? nullptr : converter);
+  const bool isUnknown = reinterpret_cast<std::intptr_t>(converter) == -1;
+  return Converter(isUnknown ? nullptr : converter);
 }
 
 Converter ConverterFromDeclared(std::string_view declared) {
   for (const auto& [name, encoding] : kWiderEncodings) {
     if (name == declared) return ConverterFrom(encoding);
   }
-  const bool isWide = std::any_of(std::begin(kWideUnits), std::end(kWideUnits),
-                                  [&](std::string_view name) { return declared.starts_with(name); });
+  const bool isWide =
+      std::any_of(std::begin(kWideUnits), std::end(kWideUnits),
+                  [&](std::string_view name) { return declared.starts_with(name); });
   if (declared.empty() || declared.starts_with("utf-8") || declared == "utf8" || isWide) {
     return nullptr;
   }
@@ -182,4 +194,9 @@ std::string HtmlToUtf8(std::string_view bytes) {
   if (count.broken == 0) return ToXmlCharacters(bytes);
   const Converter converter = ConverterFor(bytes, count);
   return converter ? ToXmlCharacters(Convert(converter, bytes)) : ToXmlCharacters(bytes);
+}
+
+std::string HtmlToUtf8(std::string_view bytes, const char* encoding) {
+  const Converter converter = encoding == nullptr ? nullptr : ConverterFrom(encoding);
+  return converter ? ToXmlCharacters(Convert(converter, bytes)) : HtmlToUtf8(bytes);
 }

@@ -10,4 +10,7 @@
 // nearest of UTF-8 and windows-1252. What cannot be decoded becomes U+FFFD.
 std::string HtmlToUtf8(std::string_view bytes);
 
+// The same for a file whose encoding is known; a null or unknown one is found out as above.
+std::string HtmlToUtf8(std::string_view bytes, const char* encoding);
+
 #endif

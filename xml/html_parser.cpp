@@ -73,10 +73,10 @@ XmlDocument ParseHtml(const std::string& html, const char* encoding, int options
   if (parser == nullptr || source.size() > INT_MAX) return nullptr;
   int flattened = 0;
   parser->_private = &flattened;
+  parser->loadsubset |= XML_SKIP_IDS;  // nobody looks an element up by its id
   parser->sax->startElement = StartElement;
   parser->sax->endElement = EndElement;
   parser->sax->characters = Characters;
-  return XmlDocument(htmlCtxtReadMemory(parser.get(), source.data(),
-                                        static_cast<int>(source.size()), nullptr, encoding,
-                                        options));
+  return XmlDocument(htmlCtxtReadMemory(
+      parser.get(), source.data(), static_cast<int>(source.size()), nullptr, encoding, options));
 }

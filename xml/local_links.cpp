@@ -2,9 +2,9 @@
 #include <libxml/parser.h>
 
 #include <climits>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "fileutil/read_file.h"
 #include "platform/kav_tool/kav_tool.h"
@@ -31,17 +31,17 @@ char* XMLBase::GetXhtmlExternSource() {
 
 // A node that goes later takes its mark along; a list of nodes would have to be kept true.
 void XMLBase::MarkLink(xmlNode* node) {
-  node->_private = reinterpret_cast<void*>(externSources.size());
+  linkMarks.push_back(externSources.size());
+  node->_private = &linkMarks.back();
 }
 
 void XMLBase::PointLinks(const std::vector<std::string>& references) {
   for (xmlNode* node = root; node != nullptr; node = NextElement(node)) {
-    const auto mark = reinterpret_cast<std::uintptr_t>(node->_private);
-    node->_private = nullptr;
-    if (mark == 0 || mark > references.size()) continue;
+    const auto* mark = static_cast<const size_t*>(std::exchange(node->_private, nullptr));
+    if (mark == nullptr || *mark > references.size()) continue;
     const xmlChar* attribute = Xml(NameOf(node) == "img" ? "src" : "href");
     if (FindAttribute(node, attribute) == nullptr) continue;
-    const std::string& reference = references[references.size() - mark];
+    const std::string& reference = references[references.size() - *mark];
     if (xmlSetProp(node, attribute, Xml(reference.c_str())) == nullptr) incomplete = true;
   }
 }

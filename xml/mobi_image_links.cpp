@@ -12,8 +12,10 @@
 #include "fileutil/read_file.h"
 #include "platform/kav_tool/kav_tool.h"
 #include "xml/error_silence.h"
+#include "xml/html_encoding.h"
 #include "xml/html_parser.h"
 #include "xml/repair_state.h"
+#include "xml/well_formed.h"
 #include "xml/xml_base.h"
 
 namespace {
@@ -28,7 +30,7 @@ std::vector<xmlNode*> NodesNamed(xmlDoc* doc, const char* xpath) {
   xmlXPathObject* selected = XMLBase::GetNodeSet(doc, Xml(xpath));
   if (selected == nullptr) return {};
   const xmlNodeSet* set = selected->nodesetval;
-  const std::vector<xmlNode*> nodes(set->nodeTab, set->nodeTab + set->nodeNr);
+  std::vector<xmlNode*> nodes(set->nodeTab, set->nodeTab + set->nodeNr);
   xmlXPathFreeObject(selected);
   return nodes;
 }
@@ -83,7 +85,6 @@ void DeleteNestedDocuments(xmlDoc* doc) {
 
 // False when the encoding is unknown or the file does not take all of it.
 bool Save(xmlDoc* doc, const char* encoding, const char* path) {
-  if (encoding == nullptr) encoding = reinterpret_cast<const char*>(doc->encoding);
   xmlCharEncodingHandler* handler = nullptr;
   if (encoding != nullptr) {
     handler = xmlFindCharEncodingHandler(encoding);
@@ -109,10 +110,11 @@ int XMLBase::MobiHtmlProcess(const char* htmlPath, const char* encoding,
   const ErrorSilence silence;
   const auto html = ReadRegularFile(htmlPath);
   if (!html) return EPUB_E_OPEN;
-  const XmlDocument doc = ParseHtml(*html, encoding, kParseOptions);
+  const XmlDocument doc = ParseHtml(HtmlToUtf8(*html, encoding), "UTF-8", kParseOptions);
   if (doc == nullptr) return EPUB_E_OPEN;
   ResolveRecords(doc.get(), images);
   ResolveCover(doc.get(), images.front());
   DeleteNestedDocuments(doc.get());
+  MakeWellFormed(doc.get());
   return Save(doc.get(), encoding, htmlPath) ? EPUB_OK : EPUB_E_MOBI_HTML;
 }

@@ -14,13 +14,13 @@ constexpr std::string_view kAllowedNames =
 
 // Elements that become a "div" when they are not allowed, and that stand in a body by themselves.
 constexpr std::string_view kBlockNames =
-    "|address|blockquote|center|dir|div|dl|fieldset|form|h1|h2|h3|h4|h5|h6|hr|isindex|menu|noframes|"
+    "|address|blockquote|center|dir|div|dl|fieldset|form|h1|h2|h3|h4|h5|h6|hr|isindex|menu|"
+    "noframes|"
     "noscript|ol|p|pre|table|ul|dd|dt|frameset|li|tbody|td|tfoot|th|thead|tr|applet|button|del|"
     "iframe|ins|map|object|script|";
 
 // Elements that hold nothing but their own kind of children: others cannot be turned into text.
-constexpr std::string_view kListContainers =
-    "|ul|dl|tr|tbody|tfoot|thead|colgroup|ol|menu|dir|";
+constexpr std::string_view kListContainers = "|ul|dl|tr|tbody|tfoot|thead|colgroup|ol|menu|dir|";
 
 // Elements that have no place in a body.
 constexpr std::string_view kHeadOnlyNames = "|title|meta|base|link|style|";

@@ -47,9 +47,8 @@ void AddMissingAttribute(TRepairState& state, xmlNode* node, const xmlChar* name
                    {"bdo", "dir", "ltr"},
                    {"img", "alt", " "},
                    {"area", "alt", " "}};
-  const auto* known = std::find_if(std::begin(kRequired), std::end(kRequired), [&](const auto& row) {
-    return row.element == NameOf(node);
-  });
+  const auto* known = std::find_if(std::begin(kRequired), std::end(kRequired),
+                                   [&](const auto& row) { return row.element == NameOf(node); });
   if (known != std::end(kRequired)) {
     xmlNewProp(node, Xml(known->attribute), Xml(known->value));
   } else {
@@ -83,9 +82,8 @@ const xmlAttribute* FindDeclaration(const xmlDoc* doc, const xmlChar* element,
                                     const xmlAttr* attr) {
   for (xmlDtd* subset : {doc->intSubset, doc->extSubset}) {
     const xmlAttribute* declaration =
-        attr->ns == nullptr
-            ? xmlGetDtdAttrDesc(subset, element, attr->name)
-            : xmlGetDtdQAttrDesc(subset, element, attr->name, attr->ns->prefix);
+        attr->ns == nullptr ? xmlGetDtdAttrDesc(subset, element, attr->name)
+                            : xmlGetDtdQAttrDesc(subset, element, attr->name, attr->ns->prefix);
     if (declaration != nullptr) return declaration;
   }
   return nullptr;
@@ -119,10 +117,10 @@ constexpr struct {
   int code;
   void (*repair)(TRepairState& state, xmlNode* node, const xmlChar* name);
 } kRepairs[] = {
-    {XML_ERR_DOCUMENT_EMPTY, ResetValue},       {XML_DTD_ATTRIBUTE_DEFAULT, ResetValue},
-    {XML_DTD_ATTRIBUTE_VALUE, ResetValue},      {XML_DTD_INVALID_CHILD, ReplaceChild},
-    {XML_DTD_UNKNOWN_ELEM, ReplaceChild},       {XML_DTD_MISSING_ATTRIBUTE, AddMissingAttribute},
-    {XML_DTD_NO_PREFIX, TakeAttributeName},     {XML_DTD_NOT_EMPTY, ClearAll},
+    {XML_ERR_DOCUMENT_EMPTY, ResetValue},        {XML_DTD_ATTRIBUTE_DEFAULT, ResetValue},
+    {XML_DTD_ATTRIBUTE_VALUE, ResetValue},       {XML_DTD_INVALID_CHILD, ReplaceChild},
+    {XML_DTD_UNKNOWN_ELEM, ReplaceChild},        {XML_DTD_MISSING_ATTRIBUTE, AddMissingAttribute},
+    {XML_DTD_NO_PREFIX, TakeAttributeName},      {XML_DTD_NOT_EMPTY, ClearAll},
     {XML_DTD_UNKNOWN_ATTRIBUTE, RemoveAttribute}};
 
 void RepairLastError(TRepairState& state) {

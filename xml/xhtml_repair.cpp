@@ -22,7 +22,7 @@ bool Contains(std::string_view text, std::string_view part) {
 std::string DecodeEscapes(const std::string& reference) {
   if (Contains(reference, "%00")) return {};
   char* decoded = xmlURIUnescapeString(reference.c_str(), 0, nullptr);
-  const std::string path = decoded == nullptr ? "" : decoded;
+  std::string path = decoded == nullptr ? "" : decoded;
   xmlFree(decoded);
   return path;
 }
@@ -108,8 +108,8 @@ XhtmlRepair::Step XhtmlRepair::Queue(xmlNode* node) {
 
 XhtmlRepair::Step XhtmlRepair::QueueHeadElement(xmlNode* node) {
   if (NameOf(node) == "body") page.inBody = 1;
-  const bool isMisplaced = page.inBody != 0 && node->name != nullptr &&
-                           HoldsWhole(kHeadOnlyNames, NameOf(node));
+  const bool isMisplaced =
+      page.inBody != 0 && node->name != nullptr && HoldsWhole(kHeadOnlyNames, NameOf(node));
   return isMisplaced ? Queue(node) : Step::kNext;
 }
 

@@ -13,10 +13,7 @@
 class XhtmlRepair {
  public:
   XhtmlRepair(XMLBase& repairedPage, xmlValidCtxt* validation, xmlDoc* document)
-      : page(repairedPage),
-        state(*repairedPage.repairState),
-        context(validation),
-        doc(document) {}
+      : page(repairedPage), state(*repairedPage.repairState), context(validation), doc(document) {}
 
   // Repairs top with all below it; false when any of it was not valid.
   bool Walk(xmlNode* top);

@@ -16,6 +16,7 @@
 #include <libxml/xpath.h>
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <initializer_list>
 #include <memory>
@@ -49,6 +50,7 @@ class XhtmlRepair;
 // The XHTML 1.0 Strict DTD without its character entities, followed by null.
 KAV_EPUB_API extern const char* const kXhtml1StrictDtd[2];
 
+// One XML document.
 class KAV_EPUB_API XMLBase {
  public:
   XMLBase();
@@ -121,8 +123,9 @@ class KAV_EPUB_API XMLBase {
   // Takes a foreign HTML file into the document, made by Init: a new head with the title, and the
   // file's body as XHTML 1.0 Strict. Local files that the page refers to are looked for in
   // sourceDir and handed out by GetXhtmlExternSource. EPUB_E_NO_DOCUMENT without a document;
-  // EPUB_E_OPEN when the file cannot be read or parsed; EPUB_E_NOT_FOUND when it has no root element
-  // or body; EPUB_E_MISSING when there is no DTD at dtdPath; EPUB_E_VALIDATION when memory runs out.
+  // EPUB_E_OPEN when the file cannot be read or parsed; EPUB_E_NOT_FOUND when it has no root
+  // element or body; EPUB_E_MISSING when there is no DTD at dtdPath; EPUB_E_VALIDATION when memory
+  // runs out.
   int HtmlProcess(const char* htmlPath, const char* sourceDir, const char* title,
                   const char* dtdPath);
 
@@ -195,6 +198,8 @@ class KAV_EPUB_API XMLBase {
   std::unordered_map<std::string, bool> knownIds;
   std::unordered_set<const xmlNode*> idOwners;
   std::int32_t inBody = 0;
+  // For the elements that refer to local files: the how-manieth file it was.
+  std::deque<size_t> linkMarks;
   std::function<bool(const std::string& path)> isLocalFile;
   DtdCache* dtdCache = nullptr;
   xmlNode* lastFound = nullptr;

@@ -1,8 +1,8 @@
 // The headwords of a dictionary, which stand in an index beside the text and often only there.
 #include <algorithm>
 
-#include "encoding.h"
-#include "markup.h"
+#include "platform/kav_mobi/encoding.h"
+#include "platform/kav_mobi/markup.h"
 
 namespace kav_mobi {
 namespace {
@@ -14,67 +14,67 @@ constexpr Bytes kHeadwordAttribute = "value";
 constexpr size_t kTextReach = 40;
 constexpr size_t kMarkupReach = 1024;
 
-bool isAsciiWordByte(char c) {
+bool IsAsciiWordByte(char c) {
   return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-std::string decoded(Bytes raw, uint32_t codePage) {
+std::string Decoded(Bytes raw, uint32_t codePage) {
   std::string text;
-  TextDecoder(isUtf8(raw) ? uint32_t{MOBI_UTF8} : codePage).append(raw, text);
+  TextDecoder(IsUtf8(raw) ? uint32_t{MOBI_UTF8} : codePage).Append(raw, text);
   return text;
 }
 
-void addFromIndex(const Book& book, size_t textSize, std::vector<Headword>& words) {
-  const MOBIIndx* index = book.raw()->orth;
+void AddFromIndex(const Book& book, size_t textSize, std::vector<Headword>& words) {
+  const MOBIIndx* index = book.Raw()->orth;
   for (size_t i = 0; index != nullptr && i < index->entries_count; ++i) {
     const MOBIIndexEntry& entry = index->entries[i];
     const uint32_t position = mobi_get_orth_entry_offset(&entry);
     if (entry.label == nullptr || *entry.label == '\0' || position >= textSize) continue;
-    words.push_back({position, decoded(entry.label, book.codePage())});
+    words.push_back({position, Decoded(entry.label, book.CodePage())});
   }
 }
 
-void addFromText(const Book& book, Bytes text, std::vector<Headword>& words) {
+void AddFromText(const Book& book, Bytes text, std::vector<Headword>& words) {
   Attributes attributes;
   Tag tag;
-  for (TagScanner scanner(text); scanner.next(tag);) {
-    if (tag.kind != TagKind::kStart || !sameName(tag.name, kHeadwordTag)) continue;
-    attributes.read(tag.attributes);
-    const Bytes word = attributes.get(kHeadwordAttribute);
-    if (!word.empty()) words.push_back({tag.begin, decoded(word, book.codePage())});
+  for (TagScanner scanner(text); scanner.Next(tag);) {
+    if (tag.kind != TagKind::kStart || !SameName(tag.name, kHeadwordTag)) continue;
+    attributes.Read(tag.attributes);
+    const Bytes word = attributes.Get(kHeadwordAttribute);
+    if (!word.empty()) words.push_back({tag.begin, Decoded(word, book.CodePage())});
   }
 }
 
 // What the first bytes of an entry show.
-std::string visibleText(Bytes entry, uint32_t codePage) {
+std::string VisibleText(Bytes entry, uint32_t codePage) {
   entry = entry.substr(0, kMarkupReach);
   std::string visible;
   Tag tag;
   size_t textBegin = 0;
-  for (TagScanner scanner(entry); scanner.next(tag); textBegin = tag.end) {
+  for (TagScanner scanner(entry); scanner.Next(tag); textBegin = tag.end) {
     visible += entry.substr(textBegin, tag.begin - textBegin);
   }
   visible += entry.substr(textBegin);
   const size_t first = std::min(visible.find_first_not_of(" \t\r\n"), visible.size());
-  return decoded(Bytes(visible).substr(first), codePage);
+  return Decoded(Bytes(visible).substr(first), codePage);
 }
 
-bool shows(const std::string& visible, const std::string& word) {
+bool Shows(const std::string& visible, const std::string& word) {
   for (size_t at = visible.find(word); at < kTextReach; at = visible.find(word, at + 1)) {
     const size_t end = at + word.size();
-    const bool begins = at == 0 || !isAsciiWordByte(visible[at - 1]);
-    if (begins && (end == visible.size() || !isAsciiWordByte(visible[end]))) return true;
+    const bool begins = at == 0 || !IsAsciiWordByte(visible[at - 1]);
+    if (begins && (end == visible.size() || !IsAsciiWordByte(visible[end]))) return true;
   }
   return false;
 }
 
 }  // namespace
 
-std::vector<Headword> headwordsOf(const Book& book, Bytes text) {
+std::vector<Headword> HeadwordsOf(const Book& book, Bytes text) {
   std::vector<Headword> words;
-  if (!mobi_is_dictionary(book.data())) return words;
-  addFromIndex(book, text.size(), words);
-  addFromText(book, text, words);
+  if (!mobi_is_dictionary(book.Data())) return words;
+  AddFromIndex(book, text.size(), words);
+  AddFromText(book, text, words);
   std::stable_sort(words.begin(), words.end(),
                    [](const Headword& a, const Headword& b) { return a.position < b.position; });
   // An entry that shows one of its words needs no other: the rest are its spellings and
@@ -86,9 +86,9 @@ std::vector<Headword> headwordsOf(const Book& book, Bytes text) {
     });
     const size_t end = last == words.end() ? text.size() : last->position;
     const std::string visible =
-        visibleText(text.substr(first->position, end - first->position), book.codePage());
+        VisibleText(text.substr(first->position, end - first->position), book.CodePage());
     const bool shown = std::any_of(
-        first, last, [&visible](const Headword& word) { return shows(visible, word.word); });
+        first, last, [&visible](const Headword& word) { return Shows(visible, word.word); });
     if (!shown) missing.push_back(*first);
     first = last;
   }

@@ -1,5 +1,5 @@
 // The table of elements.
-#include "elements.h"
+#include "platform/kav_mobi/elements.h"
 
 #include <algorithm>
 #include <array>
@@ -88,7 +88,7 @@ constexpr Element kElements[] = {
     {"var", "var", Role::kInline, "", ""},
 };
 
-constexpr bool isBefore(const Element& element, std::string_view name) {
+constexpr bool IsBefore(const Element& element, std::string_view name) {
   return element.name < name;
 }
 
@@ -119,7 +119,7 @@ constexpr std::array<ParentAndItem, 16> kItems = {{
 
 }  // namespace
 
-const Element* findElement(std::string_view name) {
+const Element* FindElement(std::string_view name) {
   std::array<char, kLongestName> lower{};
   if (name.size() > lower.size()) return nullptr;
   std::transform(name.begin(), name.end(), lower.begin(), [](char c) {
@@ -127,11 +127,11 @@ const Element* findElement(std::string_view name) {
   });
   const std::string_view key(lower.data(), name.size());
   const auto* const found =
-      std::lower_bound(std::begin(kElements), std::end(kElements), key, isBefore);
+      std::lower_bound(std::begin(kElements), std::end(kElements), key, IsBefore);
   return found != std::end(kElements) && found->name == key ? found : nullptr;
 }
 
-bool holdsItem(std::string_view parent, std::string_view item) {
+bool HoldsItem(std::string_view parent, std::string_view item) {
   return std::find(kItems.begin(), kItems.end(), ParentAndItem(parent, item)) != kItems.end();
 }
 

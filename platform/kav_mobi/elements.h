@@ -30,10 +30,10 @@ struct Element {
 };
 
 // The element of that name, in any case; null when a page has none such.
-const Element* findElement(std::string_view name);
+const Element* FindElement(std::string_view name);
 
 // Whether an element named `parent` may hold the item named `item`.
-bool holdsItem(std::string_view parent, std::string_view item);
+bool HoldsItem(std::string_view parent, std::string_view item);
 
 }  // namespace kav_mobi
 

@@ -1,16 +1,16 @@
 // From the book's markup to the page: what becomes of each tag, attribute and reference.
-#include "html_file.h"
+#include "platform/kav_mobi/html_file.h"
 
 #include <algorithm>
 #include <array>
 #include <unordered_set>
 #include <utility>
 
-#include "kav_mobi.h"
-#include "link_targets.h"
-#include "metadata.h"
-#include "page_writer.h"
-#include "picture_files.h"
+#include "platform/kav_mobi/kav_mobi.h"
+#include "platform/kav_mobi/link_targets.h"
+#include "platform/kav_mobi/metadata.h"
+#include "platform/kav_mobi/page_writer.h"
+#include "platform/kav_mobi/picture_files.h"
 
 namespace kav_mobi {
 namespace {
@@ -56,12 +56,12 @@ constexpr std::array<Bytes, 4> kAlignments = {"left", "right", "center", "justif
 constexpr std::array<Bytes, 7> kFontSizes = {"x-small", "small",    "medium", "large",
                                              "x-large", "xx-large", "300%"};
 
-bool isOneOf(const auto& list, Bytes value) {
+bool IsOneOf(const auto& list, Bytes value) {
   return std::any_of(list.begin(), list.end(),
-                     [value](Bytes item) { return sameName(item, value); });
+                     [value](Bytes item) { return SameName(item, value); });
 }
 
-bool containsAny(const auto& list, Bytes value) {
+bool ContainsAny(const auto& list, Bytes value) {
   std::string lower(value);
   std::transform(lower.begin(), lower.end(), lower.begin(), [](char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -70,70 +70,70 @@ bool containsAny(const auto& list, Bytes value) {
                      [&lower](Bytes item) { return lower.find(item) != std::string::npos; });
 }
 
-bool leadsOut(Bytes href) {
+bool LeadsOut(Bytes href) {
   return std::any_of(kOuterSchemes.begin(), kOuterSchemes.end(), [href](Bytes scheme) {
-    return sameName(href.substr(0, scheme.size()), scheme);
+    return SameName(href.substr(0, scheme.size()), scheme);
   });
 }
 
-std::string fontSize(Bytes size) {
+std::string FontSize(Bytes size) {
   if (size.starts_with('+')) return "font-size: larger";
   if (size.starts_with('-')) return "font-size: smaller";
   if (size.size() != 1 || size[0] < '1' || size[0] > '7') return {};
   return "font-size: " + std::string(kFontSizes[static_cast<size_t>(size[0] - '1')]);
 }
 
-bool isColour(Bytes value) {
+bool IsColour(Bytes value) {
   return !value.empty() && std::all_of(value.begin(), value.end(), [](char c) {
     return c == '#' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
   });
 }
 
 // The style that presentational attributes of the old format stand for.
-std::string impliedStyle(const Element& element, const Attributes& attributes) {
+std::string ImpliedStyle(const Element& element, const Attributes& attributes) {
   std::string style(element.style);
   const auto add = [&style](const std::string& rule) {
     if (!rule.empty()) style.append(style.empty() ? "" : "; ").append(rule);
   };
   if (element.name == "font") {
-    add(fontSize(attributes.get("size")));
-    const Bytes colour = attributes.get("color");
-    if (isColour(colour)) add("color: " + std::string(colour));
+    add(FontSize(attributes.Get("size")));
+    const Bytes colour = attributes.Get("color");
+    if (IsColour(colour)) add("color: " + std::string(colour));
   }
-  const Bytes align = element.name == "center" ? Bytes("center") : attributes.get("align");
+  const Bytes align = element.name == "center" ? Bytes("center") : attributes.Get("align");
   const bool aligns = element.role == Role::kParagraph || element.role == Role::kBlock;
-  if (aligns && isOneOf(kAlignments, align)) add("text-align: " + std::string(align));
+  if (aligns && IsOneOf(kAlignments, align)) add("text-align: " + std::string(align));
   return style;
 }
 
 class BookPage {
  public:
-  BookPage(const Book& book, const Markup& markup, OutputFile& file, PictureFiles& pictures)
-      : markup_(markup),
-        text_(markup.text()),
-        headwords_(headwordsOf(book, text_)),
-        targets_(markup, positionsOf(headwords_), book.codePage() == MOBI_UTF8),
-        pictures_(pictures),
-        writer_(file, book.codePage()) {}
+  BookPage(const Book& book, const Markup& bookMarkup, OutputFile& file, PictureFiles& pictureFiles)
+      : markup(bookMarkup),
+        text(markup.Text()),
+        headwords(HeadwordsOf(book, text)),
+        targets(bookMarkup, PositionsOf(headwords), book.CodePage() == MOBI_UTF8),
+        pictures(pictureFiles),
+        writer(file, book.CodePage()) {}
 
-  void write(const std::string& title) {
-    writer_.begin(title);
+  void Write(const std::string& title) {
+    writer.Begin(title);
     Tag tag;
     size_t textBegin = 0;
-    TagScanner scanner(text_);
-    while (scanner.next(tag)) {
-      writeText(textBegin, tag.begin);
-      writeMarksAt(tag.begin);
-      writeTag(tag, tag.begin);
+    TagScanner scanner(text);
+    while (scanner.Next(tag)) {
+      WriteText(textBegin, tag.begin);
+      WriteMarksAt(tag.begin);
+      WriteTag(tag, tag.begin);
       textBegin = tag.end;
     }
-    writeText(textBegin, text_.size());
-    writeMarksAt(text_.size());
-    writer_.end();
+    WriteText(textBegin, text.size());
+    WriteMarksAt(text.size());
+    writer.End();
   }
 
  private:
-  static std::vector<size_t> positionsOf(const std::vector<Headword>& headwords) {
+  static std::vector<size_t> PositionsOf(const std::vector<Headword>& headwords) {
     std::vector<size_t> positions;
     positions.reserve(headwords.size());
     for (const Headword& headword : headwords) positions.push_back(headword.position);
@@ -141,133 +141,135 @@ class BookPage {
   }
 
   // Text up to `end`, with the marks that stand in it.
-  void writeText(size_t begin, size_t end) {
-    for (size_t mark = nextMark(); mark < end; mark = nextMark()) {
-      writer_.text(text_.substr(begin, mark - begin));
+  void WriteText(size_t begin, size_t end) {
+    for (size_t mark = NextMark(); mark < end; mark = NextMark()) {
+      writer.Text(text.substr(begin, mark - begin));
       begin = std::max(begin, mark);
-      writeMarksAt(mark);
+      WriteMarksAt(mark);
     }
-    writer_.text(text_.substr(begin, end - begin));
+    writer.Text(text.substr(begin, end - begin));
   }
 
-  size_t nextMark() const {
-    const std::vector<size_t>& places = targets_.linkedPlaces();
-    const size_t place = nextPlace_ < places.size() ? places[nextPlace_] : Bytes::npos;
-    if (nextHeadword_ == headwords_.size()) return place;
-    return std::min(place, targets_.placeOf(headwords_[nextHeadword_].position));
+  size_t NextMark() const {
+    const std::vector<size_t>& places = targets.LinkedPlaces();
+    const size_t place = nextPlace < places.size() ? places[nextPlace] : Bytes::npos;
+    if (nextHeadword == headwords.size()) return place;
+    return std::min(place, targets.PlaceOf(headwords[nextHeadword].position));
   }
 
-  void writeMarksAt(size_t place) {
-    const std::vector<size_t>& places = targets_.linkedPlaces();
-    while (nextPlace_ < places.size() && places[nextPlace_] <= place) {
-      writer_.inlineMarkup("<span id=\"" + nameOf(places[nextPlace_++]) + "\"></span>");
+  void WriteMarksAt(size_t place) {
+    const std::vector<size_t>& places = targets.LinkedPlaces();
+    while (nextPlace < places.size() && places[nextPlace] <= place) {
+      writer.InlineMarkup("<span id=\"" + NameOf(places[nextPlace++]) + "\"></span>");
     }
-    while (nextHeadword_ < headwords_.size() &&
-           targets_.placeOf(headwords_[nextHeadword_].position) <= place) {
-      const std::string& word = headwords_[nextHeadword_++].word;
-      writer_.inlineMarkup("<b>" + escaped(word) + "</b> ");
+    while (nextHeadword < headwords.size() &&
+           targets.PlaceOf(headwords[nextHeadword].position) <= place) {
+      const std::string& word = headwords[nextHeadword++].word;
+      writer.InlineMarkup("<b>" + Escaped(word) + "</b> ");
     }
   }
 
-  static std::string nameOf(size_t place) {
+  static std::string NameOf(size_t place) {
     return std::string(kPlaceName) + std::to_string(place);
   }
 
   // `at` is the byte of the book's text at which the tag, or the drawing that holds it, begins.
-  void writeTag(const Tag& tag, size_t at) {
+  void WriteTag(const Tag& tag, size_t at) {
     if (tag.element == nullptr || tag.kind == TagKind::kSkipped) return;
     const Element& element = *tag.element;
     const bool hasContent = element.role <= Role::kItem || element.role == Role::kBody;
     if (tag.kind == TagKind::kEnd) {
-      if (hasContent) writer_.finish(element);
+      if (hasContent) writer.Finish(element);
       return;
     }
-    attributes_.read(tag.attributes);
-    if (element.role == Role::kPicture) return writePicture(element, at);
-    if (element.role == Role::kPageBreak) return writer_.single(element, kPageBreakStyle);
-    if (!hasContent) return writer_.single(element, keptAttributes(element));
-    const std::string attributes = keptAttributes(element) + linkAttribute(element, at);
+    current.Read(tag.attributes);
+    if (element.role == Role::kPicture) return WritePicture(element, at);
+    if (element.role == Role::kPageBreak) return writer.Single(element, kPageBreakStyle);
+    if (!hasContent) return writer.Single(element, KeptAttributes(element));
+    const std::string attributes = KeptAttributes(element) + LinkAttribute(element, at);
     // A link without a target would only look like one; its end tag then closes nothing.
     if (element.name == "a" && attributes.empty()) return;
-    writer_.start(element, attributes);
-    if (tag.selfClosing) writer_.finish(element);
+    writer.Start(element, attributes);
+    if (tag.selfClosing) writer.Finish(element);
   }
 
-  void writePicture(const Element& element, size_t at) {
-    const std::string& file = pictures_.nameOf(markup_.pictureNumber(attributes_));
+  void WritePicture(const Element& element, size_t at) {
+    const std::string& file = pictures.NameOf(markup.PictureNumber(current));
     if (file.empty()) {
-      const Bytes drawing = markup_.drawing(attributes_);
-      // Each drawing once, so that the page cannot outgrow the book.
-      if (!drawing.empty() && drawings_.insert(drawing.data()).second) writeDrawing(drawing, at);
+      // Each drawing once and none inside of another, so that the page cannot outgrow the book.
+      const Bytes drawing = inDrawing ? Bytes() : markup.Drawing(current);
+      if (!drawing.empty() && drawings.insert(drawing.data()).second) WriteDrawing(drawing, at);
       return;
     }
     std::string attributes = " src=\"" + file + "\" alt=\"";
-    attributes += writer_.attributeValue(shortened(attributes_.get("alt"))) + "\"";
-    writer_.single(*findElement("img"),
-                   attributes + (element.name == "img" ? keptAttributes(element) : ""));
+    attributes += writer.AttributeValue(Shortened(current.Get("alt"))) + "\"";
+    writer.Single(*FindElement("img"),
+                  attributes + (element.name == "img" ? KeptAttributes(element) : ""));
   }
 
   // The pictures and the text that a drawing (SVG) is made of; its lines cannot be shown.
-  void writeDrawing(Bytes drawing, size_t at) {
+  void WriteDrawing(Bytes drawing, size_t at) {
+    inDrawing = true;
     Tag tag;
     size_t textBegin = 0;
     TagScanner scanner(drawing);
-    while (scanner.next(tag)) {
-      writer_.text(drawing.substr(textBegin, tag.begin - textBegin));
-      writeTag(tag, at);
+    while (scanner.Next(tag)) {
+      writer.Text(drawing.substr(textBegin, tag.begin - textBegin));
+      WriteTag(tag, at);
       textBegin = tag.end;
     }
-    writer_.text(drawing.substr(textBegin));
+    writer.Text(drawing.substr(textBegin));
+    inDrawing = false;
   }
 
-  static Bytes shortened(Bytes value) { return value.size() > kLongestValue ? Bytes() : value; }
+  static Bytes Shortened(Bytes value) { return value.size() > kLongestValue ? Bytes() : value; }
 
-  std::string keptAttributes(const Element& element) {
+  std::string KeptAttributes(const Element& element) {
     std::string written;
     Bytes style;
-    for (const auto& [name, value] : attributes_) {
+    for (const auto& [name, value] : current) {
       if (value.empty() || value.size() > kLongestValue) continue;
-      if (sameName(name, "style")) {
-        if (!containsAny(kUnsafeStyle, value)) style = value;
-      } else if (isKept(element, name)) {
-        append(written, name, value);
+      if (SameName(name, "style")) {
+        if (!ContainsAny(kUnsafeStyle, value)) style = value;
+      } else if (IsKept(element, name)) {
+        Append(written, name, value);
       }
     }
-    const Bytes lang = attributes_.get("lang");
-    append(written, "lang", lang.empty() ? attributes_.get("xml:lang") : lang);
-    std::string styles = impliedStyle(element, attributes_);
+    const Bytes lang = current.Get("lang");
+    Append(written, "lang", Shortened(lang.empty() ? current.Get("xml:lang") : lang));
+    std::string styles = ImpliedStyle(element, current);
     if (!style.empty()) styles += (styles.empty() ? "" : "; ") + std::string(style);
-    append(written, "style", styles);
+    Append(written, "style", styles);
     return written;
   }
 
-  void append(std::string& written, Bytes name, Bytes value) {
+  void Append(std::string& written, Bytes name, Bytes value) {
     if (value.empty()) return;
     written.append(" ")
         .append(name)
         .append("=\"")
-        .append(writer_.attributeValue(value))
+        .append(writer.AttributeValue(value))
         .append("\"");
   }
 
-  static bool isKept(const Element& element, Bytes name) {
+  static bool IsKept(const Element& element, Bytes name) {
     return std::any_of(kKept.begin(), kKept.end(), [&](const ElementAndAttribute& kept) {
-      return (kept.first.empty() || kept.first == element.name) && sameName(kept.second, name);
+      return (kept.first.empty() || kept.first == element.name) && SameName(kept.second, name);
     });
   }
 
-  std::string linkAttribute(const Element& element, size_t at) {
+  std::string LinkAttribute(const Element& element, size_t at) {
     if (element.name != "a") return {};
-    if (const std::optional<size_t> place = targets_.follow(attributes_, at)) {
-      return " href=\"#" + nameOf(*place) + "\"";
+    if (const std::optional<size_t> place = targets.Follow(current, at)) {
+      return " href=\"#" + NameOf(*place) + "\"";
     }
     std::string link;
-    const Bytes href = shortened(attributes_.get("href"));
-    if (leadsOut(href)) append(link, "href", href);
+    const Bytes href = Shortened(current.Get("href"));
+    if (LeadsOut(href)) Append(link, "href", href);
     return link;
   }
 
-  static std::string escaped(const std::string& word) {
+  static std::string Escaped(const std::string& word) {
     std::string text;
     for (const char c : word) {
       if (c == '<') {
@@ -279,58 +281,59 @@ class BookPage {
     return text;
   }
 
-  const Markup& markup_;
-  Bytes text_;
-  std::vector<Headword> headwords_;
-  LinkTargets targets_;
-  PictureFiles& pictures_;
-  PageWriter writer_;
-  Attributes attributes_;
-  std::unordered_set<const char*> drawings_;
-  size_t nextPlace_ = 0;
-  size_t nextHeadword_ = 0;
+  const Markup& markup;
+  Bytes text;
+  std::vector<Headword> headwords;
+  LinkTargets targets;
+  PictureFiles& pictures;
+  PageWriter writer;
+  Attributes current;  // of the tag at hand
+  std::unordered_set<const char*> drawings;
+  bool inDrawing = false;
+  size_t nextPlace = 0;
+  size_t nextHeadword = 0;
 };
 
 // A text without markup: every line that is not blank is a paragraph.
-void writePlainText(const Book& book, const std::string& title, OutputFile& file) {
-  PageWriter writer(file, book.codePage());
-  writer.begin(title);
-  const Element& paragraph = *findElement("p");
-  const Bytes text = book.documents().front();
+void WritePlainText(const Book& book, const std::string& title, OutputFile& file) {
+  PageWriter writer(file, book.CodePage());
+  writer.Begin(title);
+  const Element& paragraph = *FindElement("p");
+  const Bytes text = book.Documents().front();
   for (size_t begin = 0; begin < text.size();) {
     const size_t end = std::min(text.find_first_of("\r\n", begin), text.size());
     const Bytes line = text.substr(begin, end - begin);
     if (line.find_first_not_of(kBlanks) != Bytes::npos) {
-      writer.start(paragraph, {});
-      writer.text(line);
-      writer.finish(paragraph);
+      writer.Start(paragraph, {});
+      writer.Text(line);
+      writer.Finish(paragraph);
     }
     begin = end + 1;
   }
-  writer.end();
+  writer.End();
 }
 
-std::string findCover(const Book& book, PictureFiles& pictures) {
-  for (const size_t number : coverCandidates(book)) {
-    if (const std::string& name = pictures.nameOf(number); !name.empty()) return name;
+std::string FindCover(const Book& book, PictureFiles& pictures) {
+  for (const size_t number : CoverCandidates(book)) {
+    if (const std::string& name = pictures.NameOf(number); !name.empty()) return name;
   }
   return {};
 }
 
 }  // namespace
 
-int writeHtmlFile(const Book& book, const char* htmlPath, std::string& cover) {
+int WriteHtmlFile(const Book& book, const char* htmlPath, std::string& cover) {
   const std::string path(htmlPath);
   PictureFiles pictures(book, path.substr(0, path.rfind('/') + 1));
   OutputFile file(path);
-  if (book.isPlainText()) {
-    writePlainText(book, titleOf(book), file);
+  if (book.IsPlainText()) {
+    WritePlainText(book, TitleOf(book), file);
   } else {
-    const auto markup = book.isKf8() ? makeKf8Markup(book) : makeKf7Markup(book);
-    BookPage(book, *markup, file, pictures).write(titleOf(book));
+    const auto markup = book.IsKf8() ? MakeKf8Markup(book) : MakeKf7Markup(book);
+    BookPage(book, *markup, file, pictures).Write(TitleOf(book));
   }
-  cover = findCover(book, pictures);
-  return file.close() && !pictures.failed() ? KAV_MOBI_OK : KAV_MOBI_E_WRITE;
+  cover = FindCover(book, pictures);
+  return file.Close() && !pictures.Failed() ? KAV_MOBI_OK : KAV_MOBI_E_WRITE;
 }
 
 }  // namespace kav_mobi

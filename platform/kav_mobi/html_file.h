@@ -4,13 +4,13 @@
 
 #include <string>
 
-#include "reader.h"
+#include "platform/kav_mobi/reader.h"
 
 namespace kav_mobi {
 
 // Writes book to htmlPath and its pictures beside it; `cover` becomes the file name of its cover,
 // empty when it has none. 0, or a code of KavMobiResult.
-int writeHtmlFile(const Book& book, const char* htmlPath, std::string& cover);
+int WriteHtmlFile(const Book& book, const char* htmlPath, std::string& cover);
 
 }  // namespace kav_mobi
 

@@ -1,5 +1,5 @@
 // The C record of the reader: nothing but its operations passes the boundary, no exception either.
-#include "kav_mobi.h"
+#include "platform/kav_mobi/kav_mobi.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -7,9 +7,9 @@
 #include <new>
 #include <string>
 
-#include "html_file.h"
-#include "metadata.h"
-#include "reader.h"
+#include "platform/kav_mobi/html_file.h"
+#include "platform/kav_mobi/metadata.h"
+#include "platform/kav_mobi/reader.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ struct Service {
 
 // Runs an operation that returns a code; running out of memory becomes one.
 template <typename Operation>
-int guarded(const Operation& operation) {
+int Guarded(const Operation& operation) {
   try {
     return operation();
   } catch (...) {
@@ -36,7 +36,7 @@ int guarded(const Operation& operation) {
 
 // Runs an operation that returns a string, and copies it for the caller to free().
 template <typename Operation>
-char* copied(void* handle, const Operation& operation) {
+char* Copied(void* handle, const Operation& operation) {
   const auto* const reader = static_cast<const Reader*>(handle);
   if (reader == nullptr || !reader->book) return nullptr;
   try {
@@ -46,39 +46,39 @@ char* copied(void* handle, const Operation& operation) {
   }
 }
 
-void closeBook(void* handle) {
+void CloseBook(void* handle) {
   auto* const reader = static_cast<Reader*>(handle);
   if (reader == nullptr) return;
   reader->book.reset();
   reader->cover.clear();
 }
 
-int openBook(void* handle, const char* mobiPath) {
-  closeBook(handle);
+int OpenBook(void* handle, const char* mobiPath) {
+  CloseBook(handle);
   auto* const reader = static_cast<Reader*>(handle);
   if (reader == nullptr) return KAV_MOBI_E_OPEN;
-  return guarded([=] { return kav_mobi::Book::open(mobiPath, reader->book); });
+  return Guarded([=] { return kav_mobi::Book::Open(mobiPath, reader->book); });
 }
 
-int extractHtml(void* handle, const char* htmlPath) {
+int ExtractHtml(void* handle, const char* htmlPath) {
   auto* const reader = static_cast<Reader*>(handle);
   if (reader == nullptr || !reader->book) return KAV_MOBI_E_OPEN;
   if (htmlPath == nullptr || *htmlPath == '\0') return KAV_MOBI_E_WRITE;
-  return guarded([=] { return kav_mobi::writeHtmlFile(*reader->book, htmlPath, reader->cover); });
+  return Guarded([=] { return kav_mobi::WriteHtmlFile(*reader->book, htmlPath, reader->cover); });
 }
 
-char* getTitle(void* handle) {
-  return copied(handle, [](const Reader& reader) { return kav_mobi::titleOf(*reader.book); });
+char* GetTitle(void* handle) {
+  return Copied(handle, [](const Reader& reader) { return kav_mobi::TitleOf(*reader.book); });
 }
 
-char* getAuthor(void* handle) {
-  return copied(handle, [](const Reader& reader) { return kav_mobi::authorsOf(*reader.book); });
+char* GetAuthor(void* handle) {
+  return Copied(handle, [](const Reader& reader) { return kav_mobi::AuthorsOf(*reader.book); });
 }
 
-char* getCoverImage(void* handle) {
+char* GetCoverImage(void* handle) {
   const auto* const reader = static_cast<const Reader*>(handle);
   if (reader == nullptr || reader->cover.empty()) return nullptr;
-  return copied(handle, [](const Reader& r) { return r.cover; });
+  return Copied(handle, [](const Reader& r) { return r.cover; });
 }
 
 }  // namespace
@@ -86,8 +86,8 @@ char* getCoverImage(void* handle) {
 TMobiService* CreateMobiService(void) {
   auto* const service = new (std::nothrow) Service();
   if (service == nullptr) return nullptr;
-  service->record = {&service->reader, openBook,  closeBook,    extractHtml,
-                     getTitle,         getAuthor, getCoverImage};
+  service->record = {&service->reader, OpenBook,  CloseBook,    ExtractHtml,
+                     GetTitle,         GetAuthor, GetCoverImage};
   return &service->record;
 }
 

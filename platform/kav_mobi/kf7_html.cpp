@@ -1,13 +1,13 @@
 // The old format: one document, whose links name a byte of it and whose pictures a record.
 #include <charconv>
 
-#include "markup.h"
+#include "platform/kav_mobi/markup.h"
 
 namespace kav_mobi {
 namespace {
 
 // A decimal number with any zeros before it; none for text that begins with no digit.
-std::optional<size_t> decimal(Bytes text) {
+std::optional<size_t> Decimal(Bytes text) {
   size_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc() || end == text.data()) return std::nullopt;
@@ -16,35 +16,35 @@ std::optional<size_t> decimal(Bytes text) {
 
 class Kf7Markup final : public Markup {
  public:
-  explicit Kf7Markup(Bytes text) : text_(text) {}
+  explicit Kf7Markup(Bytes bookText) : text(bookText) {}
 
-  Bytes text() const override { return text_; }
+  Bytes Text() const override { return text; }
 
-  size_t documentStart(size_t /*position*/) const override { return 0; }
+  size_t DocumentStart(size_t /*position*/) const override { return 0; }
 
-  std::optional<size_t> linkTarget(const Attributes& attributes) const override {
-    const std::optional<size_t> position = decimal(attributes.get("filepos"));
-    return position && *position <= text_.size() ? position : std::nullopt;
+  std::optional<size_t> LinkTarget(const Attributes& attributes) const override {
+    const std::optional<size_t> position = Decimal(attributes.Get("filepos"));
+    return position && *position <= text.size() ? position : std::nullopt;
   }
 
-  size_t pictureNumber(const Attributes& attributes) const override {
+  size_t PictureNumber(const Attributes& attributes) const override {
     // A picture with versions of several qualities names the best one first.
     for (const Bytes name : {Bytes("hirecindex"), Bytes("recindex"), Bytes("lowrecindex")}) {
-      if (const std::optional<size_t> number = decimal(attributes.get(name))) return *number;
+      if (const std::optional<size_t> number = Decimal(attributes.Get(name))) return *number;
     }
     return 0;
   }
 
-  Bytes drawing(const Attributes& /*attributes*/) const override { return {}; }
+  Bytes Drawing(const Attributes& /*attributes*/) const override { return {}; }
 
  private:
-  Bytes text_;
+  Bytes text;
 };
 
 }  // namespace
 
-std::unique_ptr<Markup> makeKf7Markup(const Book& book) {
-  return std::make_unique<Kf7Markup>(book.documents().front());
+std::unique_ptr<Markup> MakeKf7Markup(const Book& book) {
+  return std::make_unique<Kf7Markup>(book.Documents().front());
 }
 
 }  // namespace kav_mobi

@@ -1,9 +1,9 @@
 // Collecting links and finding places for their targets: three passes over the tags.
-#include "link_targets.h"
+#include "platform/kav_mobi/link_targets.h"
 
 #include <algorithm>
 
-#include "encoding.h"
+#include "platform/utf8.h"
 
 namespace kav_mobi {
 namespace {
@@ -11,12 +11,12 @@ namespace {
 constexpr Bytes kBlanks = " \t\r\n";
 constexpr size_t kLongestReference = 10;
 
-bool isLink(const Tag& tag) {
+bool IsLink(const Tag& tag) {
   return tag.kind == TagKind::kStart && tag.element != nullptr && tag.element->name == "a";
 }
 
 // The byte from `at` back that begins a character or a character reference of text.
-size_t characterStart(Bytes text, size_t at, bool wholeCharacters) {
+size_t CharacterStart(Bytes text, size_t at, bool wholeCharacters) {
   const size_t reach = at - std::min(at, kLongestReference);
   const size_t reference = text.substr(reach, at - reach).rfind('&');
   if (reference != Bytes::npos) {
@@ -25,9 +25,8 @@ size_t characterStart(Bytes text, size_t at, bool wholeCharacters) {
   }
   if (!wholeCharacters) return at;
   for (size_t back = 1; back < 4 && back <= at; ++back) {
-    const size_t length = utf8CharacterLength(text.substr(at - back, 4));
-    if (length > back) return at - back;
-    if (length != 0) break;
+    const Utf8Unit unit = DecodeUtf8(text.substr(at - back));
+    if (unit.kind == Utf8Unit::Kind::kCharacter) return unit.length > back ? at - back : at;
   }
   return at;
 }
@@ -36,7 +35,7 @@ enum class Meeting : uint8_t { kPass, kBefore, kAfter };
 
 // Where a target that meets this tag is marked: blocks have it as their first content, so that it
 // survives whatever becomes of the block itself. Other elements have it before their first text.
-Meeting meetingOf(const Tag& tag) {
+Meeting MeetingOf(const Tag& tag) {
   if (tag.kind != TagKind::kStart || tag.element == nullptr) return Meeting::kPass;
   switch (tag.element->role) {
     case Role::kPicture:
@@ -56,137 +55,136 @@ Meeting meetingOf(const Tag& tag) {
 // Hands places to targets in the order of their positions, while the text goes by.
 class Placing {
  public:
-  Placing(Bytes text, bool wholeCharacters, std::vector<Target>& targets)
-      : text_(text), wholeCharacters_(wholeCharacters), targets_(targets) {}
+  Placing(Bytes bookText, bool isUtf8, std::vector<Target>& toPlace)
+      : text(bookText), wholeCharacters(isUtf8), targets(toPlace) {}
 
-  void passText(size_t begin, size_t end) {
-    const Bytes run = text_.substr(begin, end - begin);
+  void PassText(size_t begin, size_t end) {
+    const Bytes run = text.substr(begin, end - begin);
     const size_t visible = run.find_first_not_of(kBlanks);
     if (visible == Bytes::npos) return;
     const size_t lastVisible = begin + run.find_last_not_of(kBlanks);
-    placeUpTo(begin, begin);
-    while (next_ < targets_.size() && targets_[next_].position <= lastVisible) {
-      const size_t at = targets_[next_].position;
-      targets_[next_++].place = std::max(begin, characterStart(text_, at, wholeCharacters_));
+    PlaceUpTo(begin, begin);
+    while (next < targets.size() && targets[next].position <= lastVisible) {
+      const size_t at = targets[next].position;
+      targets[next++].place = std::max(begin, CharacterStart(text, at, wholeCharacters));
     }
   }
 
-  void passTag(const Tag& tag) {
-    const Meeting meeting = meetingOf(tag);
+  void PassTag(const Tag& tag) {
+    const Meeting meeting = MeetingOf(tag);
     if (meeting == Meeting::kPass) return;
-    placeUpTo(tag.end - 1, meeting == Meeting::kBefore ? tag.begin : tag.end);
+    PlaceUpTo(tag.end - 1, meeting == Meeting::kBefore ? tag.begin : tag.end);
   }
 
-  void finish() { placeUpTo(Bytes::npos, text_.size()); }
+  void Finish() { PlaceUpTo(Bytes::npos, text.size()); }
 
  private:
-  void placeUpTo(size_t position, size_t place) {
-    while (next_ < targets_.size() && targets_[next_].position <= position) {
-      targets_[next_++].place = place;
+  void PlaceUpTo(size_t position, size_t place) {
+    while (next < targets.size() && targets[next].position <= position) {
+      targets[next++].place = place;
     }
   }
 
-  Bytes text_;
-  bool wholeCharacters_;
-  std::vector<Target>& targets_;
-  size_t next_ = 0;
+  Bytes text;
+  bool wholeCharacters;
+  std::vector<Target>& targets;
+  size_t next = 0;
 };
 
-void sortUnique(std::vector<size_t>& list) {
+void SortUnique(std::vector<size_t>& list) {
   std::sort(list.begin(), list.end());
   list.erase(std::unique(list.begin(), list.end()), list.end());
 }
 
 }  // namespace
 
-LinkTargets::LinkTargets(const Markup& markup, const std::vector<size_t>& others,
-                         bool wholeCharacters)
-    : markup_(markup), wholeCharacters_(wholeCharacters) {
-  std::vector<size_t> linked = findLinks();
-  if (!names_.empty()) findNames();
-  for (const auto& [name, position] : names_) {
+LinkTargets::LinkTargets(const Markup& bookMarkup, const std::vector<size_t>& others, bool isUtf8)
+    : markup(bookMarkup), wholeCharacters(isUtf8) {
+  std::vector<size_t> linked = FindLinks();
+  if (!names.empty()) FindNames();
+  for (const auto& [name, position] : names) {
     if (position) linked.push_back(*position);
   }
-  sortUnique(linked);
+  SortUnique(linked);
   std::vector<size_t> all = linked;
   all.insert(all.end(), others.begin(), others.end());
-  sortUnique(all);
-  targets_.reserve(all.size());
-  for (const size_t position : all) targets_.push_back({position, 0});
-  findPlaces();
-  for (const size_t position : linked) linkedPlaces_.push_back(placeOf(position));
-  sortUnique(linkedPlaces_);
+  SortUnique(all);
+  targets.reserve(all.size());
+  for (const size_t position : all) targets.push_back({position, 0});
+  FindPlaces();
+  for (const size_t position : linked) linkedPlaces.push_back(PlaceOf(position));
+  SortUnique(linkedPlaces);
 }
 
-std::vector<size_t> LinkTargets::findLinks() {
+std::vector<size_t> LinkTargets::FindLinks() {
   std::vector<size_t> linked;
   Attributes attributes;
   Tag tag;
-  for (TagScanner scanner(markup_.text()); scanner.next(tag);) {
-    if (!isLink(tag)) continue;
-    attributes.read(tag.attributes);
-    if (const std::optional<size_t> position = markup_.linkTarget(attributes)) {
+  for (TagScanner scanner(markup.Text()); scanner.Next(tag);) {
+    if (!IsLink(tag)) continue;
+    attributes.Read(tag.attributes);
+    if (const std::optional<size_t> position = markup.LinkTarget(attributes)) {
       linked.push_back(*position);
-    } else if (const Bytes href = attributes.get("href"); href.starts_with('#')) {
-      names_.emplace(nameIn(tag.begin, href.substr(1)), std::nullopt);
+    } else if (const Bytes href = attributes.Get("href"); href.starts_with('#')) {
+      names.emplace(NameIn(tag.begin, href.substr(1)), std::nullopt);
     }
   }
   return linked;
 }
 
-void LinkTargets::findNames() {
+void LinkTargets::FindNames() {
   Attributes attributes;
   Tag tag;
-  for (TagScanner scanner(markup_.text()); scanner.next(tag);) {
+  for (TagScanner scanner(markup.Text()); scanner.Next(tag);) {
     if (tag.kind != TagKind::kStart) continue;
-    attributes.read(tag.attributes);
+    attributes.Read(tag.attributes);
     for (const Bytes attribute : {Bytes("id"), Bytes("name")}) {
-      const Bytes name = attributes.get(attribute);
+      const Bytes name = attributes.Get(attribute);
       if (name.empty()) continue;
-      const auto wanted = names_.find(nameIn(tag.begin, name));
-      if (wanted != names_.end() && !wanted->second) wanted->second = tag.begin;
+      const auto wanted = names.find(NameIn(tag.begin, name));
+      if (wanted != names.end() && !wanted->second) wanted->second = tag.begin;
     }
   }
 }
 
-void LinkTargets::findPlaces() {
-  const Bytes text = markup_.text();
-  Placing placing(text, wholeCharacters_, targets_);
+void LinkTargets::FindPlaces() {
+  const Bytes text = markup.Text();
+  Placing placing(text, wholeCharacters, targets);
   Tag tag;
   size_t textBegin = 0;
   TagScanner scanner(text);
-  while (scanner.next(tag)) {
-    placing.passText(textBegin, tag.begin);
-    placing.passTag(tag);
+  while (scanner.Next(tag)) {
+    placing.PassText(textBegin, tag.begin);
+    placing.PassTag(tag);
     textBegin = tag.end;
   }
-  placing.passText(textBegin, text.size());
-  placing.finish();
+  placing.PassText(textBegin, text.size());
+  placing.Finish();
 }
 
-std::string LinkTargets::nameIn(size_t at, Bytes name) const {
-  return std::to_string(markup_.documentStart(at)) + '#' + std::string(name);
+std::string LinkTargets::NameIn(size_t at, Bytes name) const {
+  return std::to_string(markup.DocumentStart(at)) + '#' + std::string(name);
 }
 
-std::optional<size_t> LinkTargets::positionOf(const Attributes& attributes, size_t at) const {
-  if (const std::optional<size_t> position = markup_.linkTarget(attributes)) return position;
-  const Bytes href = attributes.get("href");
+std::optional<size_t> LinkTargets::PositionOf(const Attributes& attributes, size_t at) const {
+  if (const std::optional<size_t> position = markup.LinkTarget(attributes)) return position;
+  const Bytes href = attributes.Get("href");
   if (!href.starts_with('#')) return std::nullopt;
-  const auto name = names_.find(nameIn(at, href.substr(1)));
-  return name == names_.end() ? std::nullopt : name->second;
+  const auto name = names.find(NameIn(at, href.substr(1)));
+  return name == names.end() ? std::nullopt : name->second;
 }
 
-std::optional<size_t> LinkTargets::follow(const Attributes& attributes, size_t at) const {
-  const std::optional<size_t> position = positionOf(attributes, at);
+std::optional<size_t> LinkTargets::Follow(const Attributes& attributes, size_t at) const {
+  const std::optional<size_t> position = PositionOf(attributes, at);
   if (!position) return std::nullopt;
-  return placeOf(*position);
+  return PlaceOf(*position);
 }
 
-size_t LinkTargets::placeOf(size_t position) const {
+size_t LinkTargets::PlaceOf(size_t position) const {
   const auto target =
-      std::lower_bound(targets_.begin(), targets_.end(), position,
+      std::lower_bound(targets.begin(), targets.end(), position,
                        [](const Target& t, size_t value) { return t.position < value; });
-  return target == targets_.end() ? markup_.text().size() : target->place;
+  return target == targets.end() ? markup.Text().size() : target->place;
 }
 
 }  // namespace kav_mobi

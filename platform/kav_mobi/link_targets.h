@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "markup.h"
+#include "platform/kav_mobi/markup.h"
 
 namespace kav_mobi {
 
@@ -21,29 +21,29 @@ struct Target {
 class LinkTargets {
  public:
   // Finds every link of the markup. `others` are positions to be placed that no link leads to.
-  // `wholeCharacters` says that the text is UTF-8, inside whose characters nothing may be placed.
-  LinkTargets(const Markup& markup, const std::vector<size_t>& others, bool wholeCharacters);
+  // Nothing is placed inside a character of a text that is UTF-8.
+  LinkTargets(const Markup& bookMarkup, const std::vector<size_t>& others, bool isUtf8);
 
   // The place that a link at byte `at` of the text leads to; none when it leads out of the book.
-  std::optional<size_t> follow(const Attributes& attributes, size_t at) const;
+  std::optional<size_t> Follow(const Attributes& attributes, size_t at) const;
   // The place of a position that was given or found.
-  size_t placeOf(size_t position) const;
+  size_t PlaceOf(size_t position) const;
 
   // The places that links lead to, in order, each once.
-  const std::vector<size_t>& linkedPlaces() const { return linkedPlaces_; }
+  const std::vector<size_t>& LinkedPlaces() const { return linkedPlaces; }
 
  private:
-  std::optional<size_t> positionOf(const Attributes& attributes, size_t at) const;
-  std::string nameIn(size_t at, Bytes name) const;
-  std::vector<size_t> findLinks();
-  void findNames();
-  void findPlaces();
+  std::optional<size_t> PositionOf(const Attributes& attributes, size_t at) const;
+  std::string NameIn(size_t at, Bytes name) const;
+  std::vector<size_t> FindLinks();
+  void FindNames();
+  void FindPlaces();
 
-  const Markup& markup_;
-  bool wholeCharacters_;
-  std::unordered_map<std::string, std::optional<size_t>> names_;  // linked to by name
-  std::vector<Target> targets_;                                   // by position
-  std::vector<size_t> linkedPlaces_;
+  const Markup& markup;
+  bool wholeCharacters;
+  std::unordered_map<std::string, std::optional<size_t>> names;  // linked to by name
+  std::vector<Target> targets;                                   // by position
+  std::vector<size_t> linkedPlaces;
 };
 
 }  // namespace kav_mobi

@@ -1,10 +1,10 @@
 // Title, authors and cover, from the metadata records of the file.
-#include "metadata.h"
+#include "platform/kav_mobi/metadata.h"
 
 #include <cstdlib>
 #include <memory>
 
-#include "encoding.h"
+#include "platform/kav_mobi/encoding.h"
 
 namespace kav_mobi {
 namespace {
@@ -18,9 +18,9 @@ struct Free {
 };
 
 // Valid UTF-8 on one line, without blanks around it.
-std::string tidy(Bytes raw) {
+std::string Tidy(Bytes raw) {
   std::string text;
-  TextDecoder(MOBI_UTF8).append(raw, text);
+  TextDecoder(MOBI_UTF8).Append(raw, text);
   for (char& c : text) {
     if (kBlanks.find(c) != Bytes::npos) c = ' ';
   }
@@ -29,23 +29,23 @@ std::string tidy(Bytes raw) {
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-std::vector<std::string> stringsOf(const Book& book, MOBIExthTag tag) {
+std::vector<std::string> StringsOf(const Book& book, MOBIExthTag tag) {
   std::vector<std::string> strings;
   MOBIExthHeader* next = nullptr;
   do {
-    const MOBIExthHeader* record = mobi_next_exthrecord_by_tag(book.data(), tag, &next);
+    const MOBIExthHeader* record = mobi_next_exthrecord_by_tag(book.Data(), tag, &next);
     if (record == nullptr) break;
     const std::unique_ptr<char, Free> decoded(mobi_decode_exthstring(
-        book.data(), static_cast<const unsigned char*>(record->data), record->size));
-    std::string text = decoded ? tidy(decoded.get()) : std::string();
+        book.Data(), static_cast<const unsigned char*>(record->data), record->size));
+    std::string text = decoded ? Tidy(decoded.get()) : std::string();
     if (!text.empty()) strings.push_back(std::move(text));
   } while (next != nullptr);
   return strings;
 }
 
 // A resource number of the metadata, counted from 0 there and from 1 here; 0 when it is absent.
-size_t numberOf(const Book& book, MOBIExthTag tag) {
-  const MOBIExthHeader* record = mobi_get_exthrecord_by_tag(book.data(), tag);
+size_t NumberOf(const Book& book, MOBIExthTag tag) {
+  const MOBIExthHeader* record = mobi_get_exthrecord_by_tag(book.Data(), tag);
   if (record == nullptr || record->data == nullptr || record->size > sizeof(uint32_t)) return 0;
   const uint32_t number =
       mobi_decode_exthvalue(static_cast<const unsigned char*>(record->data), record->size);
@@ -54,42 +54,42 @@ size_t numberOf(const Book& book, MOBIExthTag tag) {
 
 }  // namespace
 
-std::string titleOf(const Book& book) {
+std::string TitleOf(const Book& book) {
   for (const MOBIExthTag tag : {EXTH_UPDATEDTITLE, EXTH_TITLE}) {
-    const std::vector<std::string> titles = stringsOf(book, tag);
+    const std::vector<std::string> titles = StringsOf(book, tag);
     if (!titles.empty()) return titles.front();
   }
   std::string title;
-  const MOBIMobiHeader* header = book.data()->mh;
+  const MOBIMobiHeader* header = book.Data()->mh;
   if (header != nullptr && header->full_name != nullptr) {
-    TextDecoder(book.codePage()).append(header->full_name, title);
-    title = tidy(title);
+    TextDecoder(book.CodePage()).Append(header->full_name, title);
+    title = Tidy(title);
   }
   if (!title.empty()) return title;
-  TextDecoder(isUtf8(book.data()->ph->name) ? MOBI_UTF8 : MOBI_CP1252)
-      .append(book.data()->ph->name, title);
-  return tidy(title);
+  TextDecoder(IsUtf8(book.Data()->ph->name) ? MOBI_UTF8 : MOBI_CP1252)
+      .Append(book.Data()->ph->name, title);
+  return Tidy(title);
 }
 
-std::string authorsOf(const Book& book) {
+std::string AuthorsOf(const Book& book) {
   std::string authors;
-  for (const std::string& author : stringsOf(book, EXTH_AUTHOR)) {
+  for (const std::string& author : StringsOf(book, EXTH_AUTHOR)) {
     if (!authors.empty()) authors += kAuthorSeparator;
     authors += author;
   }
   return authors;
 }
 
-std::vector<size_t> coverCandidates(const Book& book) {
-  std::vector<size_t> numbers = {numberOf(book, EXTH_COVEROFFSET)};
-  for (const std::string& reference : stringsOf(book, EXTH_KF8COVERURI)) {
-    numbers.push_back(kindleNumber(reference, kEmbedPrefix));
+std::vector<size_t> CoverCandidates(const Book& book) {
+  std::vector<size_t> numbers = {NumberOf(book, EXTH_COVEROFFSET)};
+  for (const std::string& reference : StringsOf(book, EXTH_KF8COVERURI)) {
+    numbers.push_back(KindleNumber(reference, kEmbedPrefix));
   }
-  numbers.push_back(numberOf(book, EXTH_THUMBOFFSET));
+  numbers.push_back(NumberOf(book, EXTH_THUMBOFFSET));
   return numbers;
 }
 
-size_t kindleNumber(Bytes text, Bytes prefix) {
+size_t KindleNumber(Bytes text, Bytes prefix) {
   constexpr size_t kBase = 32;
   constexpr size_t kMostDigits = 10;
   if (!text.starts_with(prefix)) return 0;

@@ -5,19 +5,19 @@
 #include <string>
 #include <vector>
 
-#include "reader.h"
+#include "platform/kav_mobi/reader.h"
 
 namespace kav_mobi {
 
-std::string titleOf(const Book& book);
-std::string authorsOf(const Book& book);
+std::string TitleOf(const Book& book);
+std::string AuthorsOf(const Book& book);
 
 // The resources that may be the cover, best first.
-std::vector<size_t> coverCandidates(const Book& book);
+std::vector<size_t> CoverCandidates(const Book& book);
 
 // The number in a reference such as "kindle:embed:000A?mime=image/jpeg", whose digits are 0-9 and
 // A-V; 0 when text does not begin with prefix and a digit.
-size_t kindleNumber(Bytes text, Bytes prefix);
+size_t KindleNumber(Bytes text, Bytes prefix);
 
 }  // namespace kav_mobi
 

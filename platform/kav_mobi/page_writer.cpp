@@ -1,5 +1,5 @@
 // The order of elements on the page, and its text.
-#include "page_writer.h"
+#include "platform/kav_mobi/page_writer.h"
 
 #include <algorithm>
 #include <array>
@@ -17,11 +17,11 @@ constexpr size_t kBufferSize = 1 << 16;
 constexpr int kFirstC1 = 0x80;
 constexpr int kLastC1 = 0x9F;
 
-bool isParagraph(const Element& element) {
+bool IsParagraph(const Element& element) {
   return element.role == Role::kParagraph;
 }
 
-bool isNameStart(char c) {
+bool IsNameStart(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
@@ -31,7 +31,7 @@ struct Reference {
   int number = -1;
   size_t length = 0;
 };
-Reference numericReference(std::string_view text) {
+Reference NumericReference(std::string_view text) {
   constexpr std::string_view kStart = "&#";
   Reference reference;
   if (!text.starts_with(kStart)) return reference;
@@ -50,61 +50,60 @@ Reference numericReference(std::string_view text) {
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& path)
-    : file_(fopen(path.c_str(), "wbe")), failed_(!file_) {
-  if (file_) failed_ = setvbuf(file_.get(), nullptr, _IOFBF, kBufferSize) != 0;
+OutputFile::OutputFile(const std::string& path) : file(fopen(path.c_str(), "wbe")), failed(!file) {
+  if (file) failed = setvbuf(file.get(), nullptr, _IOFBF, kBufferSize) != 0;
 }
 
-void OutputFile::write(std::string_view text) {
-  if (failed_ || text.empty()) return;
-  failed_ = fwrite(text.data(), 1, text.size(), file_.get()) != text.size();
+void OutputFile::Write(std::string_view text) {
+  if (failed || text.empty()) return;
+  failed = fwrite(text.data(), 1, text.size(), file.get()) != text.size();
 }
 
-bool OutputFile::close() {
-  if (file_ && fclose(file_.release()) != 0) failed_ = true;
-  return !failed_;
+bool OutputFile::Close() {
+  if (file && fclose(file.release()) != 0) failed = true;
+  return !failed;
 }
 
-PageWriter::PageWriter(OutputFile& file, uint32_t codePage) : file_(file), decoder_(codePage) {}
+PageWriter::PageWriter(OutputFile& output, uint32_t codePage) : file(output), decoder(codePage) {}
 
-void PageWriter::begin(std::string_view title) {
-  file_.write("<!DOCTYPE html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n<title>");
-  escaped_.clear();
+void PageWriter::Begin(std::string_view title) {
+  file.Write("<!DOCTYPE html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n<title>");
+  escaped.clear();
   for (const char c : title) {
     if (c == '&') {
-      escaped_ += "&amp;";
+      escaped += "&amp;";
     } else if (c == '<') {
-      escaped_ += "&lt;";
+      escaped += "&lt;";
     } else {
-      escaped_ += c;
+      escaped += c;
     }
   }
-  file_.write(escaped_);
-  file_.write("</title>\n</head>\n<body>\n");
+  file.Write(escaped);
+  file.Write("</title>\n</head>\n<body>\n");
 }
 
-void PageWriter::end() {
-  popTo(0);
-  file_.write("\n</body>\n</html>\n");
+void PageWriter::End() {
+  PopTo(0);
+  file.Write("\n</body>\n</html>\n");
 }
 
-void PageWriter::text(Bytes raw) {
+void PageWriter::Text(Bytes raw) {
   if (raw.empty()) return;
-  if (raw.find_first_not_of(" \t\r\n") != Bytes::npos) openFlow();
-  decoded_.clear();
-  decoder_.append(raw, decoded_);
-  escaped_.clear();
-  escape(decoded_, escaped_);
-  file_.write(escaped_);
+  if (raw.find_first_not_of(" \t\r\n") != Bytes::npos) OpenFlow();
+  decoded.clear();
+  decoder.Append(raw, decoded);
+  escaped.clear();
+  Escape(decoded, escaped);
+  file.Write(escaped);
 }
 
-std::string PageWriter::attributeValue(Bytes raw) {
-  decoded_.clear();
-  decoder_.append(raw, decoded_);
-  escaped_.clear();
-  escape(decoded_, escaped_);
+std::string PageWriter::AttributeValue(Bytes raw) {
+  decoded.clear();
+  decoder.Append(raw, decoded);
+  escaped.clear();
+  Escape(decoded, escaped);
   std::string value;
-  for (const char c : escaped_) {
+  for (const char c : escaped) {
     if (c == '"') {
       value += "&quot;";
     } else {
@@ -115,7 +114,7 @@ std::string PageWriter::attributeValue(Bytes raw) {
 }
 
 // References stay references; a "<" or "&" that stands for itself becomes one.
-void PageWriter::escape(std::string_view utf8, std::string& out) const {
+void PageWriter::Escape(std::string_view utf8, std::string& out) const {
   size_t copied = 0;
   for (size_t at = utf8.find_first_of("<&"); at != std::string_view::npos;
        at = utf8.find_first_of("<&", std::max(copied, at + 1))) {
@@ -125,13 +124,13 @@ void PageWriter::escape(std::string_view utf8, std::string& out) const {
     std::string character;
     if (rest[0] == '<') {
       replacement = "&lt;";
-    } else if (const Reference reference = numericReference(rest); reference.length != 0) {
+    } else if (const Reference reference = NumericReference(rest); reference.length != 0) {
       if (reference.number < kFirstC1 || reference.number > kLastC1) continue;
       const char byte = static_cast<char>(reference.number);
-      TextDecoder(MOBI_CP1252).append({&byte, 1}, character);
+      TextDecoder(MOBI_CP1252).Append({&byte, 1}, character);
       replacement = character;
       length = reference.length;
-    } else if (rest.size() < 2 || !isNameStart(rest[1])) {
+    } else if (rest.size() < 2 || !IsNameStart(rest[1])) {
       replacement = "&amp;";
     } else {
       continue;
@@ -143,34 +142,34 @@ void PageWriter::escape(std::string_view utf8, std::string& out) const {
   out.append(utf8.substr(copied));
 }
 
-void PageWriter::start(const Element& element, std::string_view attributes) {
+void PageWriter::Start(const Element& element, std::string_view attributes) {
   std::string_view written = element.written;
   switch (element.role) {
     case Role::kBody:
-      popTo(0);
+      PopTo(0);
       break;
     case Role::kItem:
       // An item outside of its container is a block like any other.
-      if (!makeRoomFor(element)) written = "div";
+      if (!MakeRoomFor(element)) written = "div";
       break;
     case Role::kInline:
-      openFlow();
+      OpenFlow();
       break;
     default:
-      closeParagraph();
-      openFlow();
+      CloseParagraph();
+      OpenFlow();
   }
-  push(element, written, attributes);
+  Push(element, written, attributes);
 }
 
-void PageWriter::finish(const Element& element) {
-  if (tooDeep_ > 0) {
-    --tooDeep_;
+void PageWriter::Finish(const Element& element) {
+  if (tooDeep > 0) {
+    --tooDeep;
     return;
   }
-  for (size_t depth = open_.size(); depth > 0; --depth) {
-    const Element& candidate = *open_[depth - 1].element;
-    if (&candidate == &element) return popTo(depth - 1);
+  for (size_t depth = open.size(); depth > 0; --depth) {
+    const Element& candidate = *open[depth - 1].element;
+    if (&candidate == &element) return PopTo(depth - 1);
     // An end tag without its start tag reaches no further than the element that it may stand in.
     const bool isInline = element.role == Role::kInline;
     if (isInline && candidate.role != Role::kInline) return;
@@ -182,78 +181,78 @@ void PageWriter::finish(const Element& element) {
   }
 }
 
-void PageWriter::single(const Element& element, std::string_view attributes) {
-  if (element.role == Role::kRule || element.role == Role::kPageBreak) closeParagraph();
-  openFlow();
-  file_.write("<");
-  file_.write(element.written);
-  file_.write(attributes);
-  file_.write(element.role == Role::kPageBreak ? "></p>" : ">");
+void PageWriter::Single(const Element& element, std::string_view attributes) {
+  if (element.role == Role::kRule || element.role == Role::kPageBreak) CloseParagraph();
+  OpenFlow();
+  file.Write("<");
+  file.Write(element.written);
+  file.Write(attributes);
+  file.Write(element.role == Role::kPageBreak ? "></p>" : ">");
 }
 
-void PageWriter::inlineMarkup(std::string_view markup) {
-  openFlow();
-  file_.write(markup);
+void PageWriter::InlineMarkup(std::string_view markup) {
+  OpenFlow();
+  file.Write(markup);
 }
 
-void PageWriter::push(const Element& element, std::string_view written,
+void PageWriter::Push(const Element& element, std::string_view written,
                       std::string_view attributes) {
-  if (open_.size() == kMaxDepth) {
-    ++tooDeep_;
+  if (open.size() == kMaxDepth) {
+    ++tooDeep;
     return;
   }
-  open_.push_back({&element, written});
-  file_.write("<");
-  file_.write(written);
-  file_.write(attributes);
-  file_.write(">");
+  open.push_back({&element, written});
+  file.Write("<");
+  file.Write(written);
+  file.Write(attributes);
+  file.Write(">");
 }
 
-void PageWriter::popTo(size_t depth) {
-  while (open_.size() > depth) {
-    file_.write("</");
-    file_.write(open_.back().written);
-    file_.write(">");
-    open_.pop_back();
-    tooDeep_ = 0;
+void PageWriter::PopTo(size_t depth) {
+  while (open.size() > depth) {
+    file.Write("</");
+    file.Write(open.back().written);
+    file.Write(">");
+    open.pop_back();
+    tooDeep = 0;
   }
 }
 
 // Where only items may stand, opens the item that text, or a block, is put in.
-void PageWriter::openFlow() {
-  while (tooDeep_ == 0 && !open_.empty() && !open_.back().element->implied.empty() &&
-         open_.back().written != "div") {
-    push(*findElement(open_.back().element->implied), open_.back().element->implied, {});
+void PageWriter::OpenFlow() {
+  while (tooDeep == 0 && !open.empty() && !open.back().element->implied.empty() &&
+         open.back().written != "div") {
+    Push(*FindElement(open.back().element->implied), open.back().element->implied, {});
   }
 }
 
 // A block ends the paragraph before it, as HTML has it.
-void PageWriter::closeParagraph() {
-  for (size_t depth = open_.size(); depth > 0; --depth) {
-    const Element& candidate = *open_[depth - 1].element;
-    if (isParagraph(candidate)) return popTo(depth - 1);
+void PageWriter::CloseParagraph() {
+  for (size_t depth = open.size(); depth > 0; --depth) {
+    const Element& candidate = *open[depth - 1].element;
+    if (IsParagraph(candidate)) return PopTo(depth - 1);
     if (candidate.role != Role::kInline) return;
   }
 }
 
 // Closes what stands between an item and the nearest element that may hold it; false when there is
 // none in reach.
-bool PageWriter::makeRoomFor(const Element& item) {
-  for (size_t depth = open_.size(); depth > 0; --depth) {
-    const Element& candidate = *open_[depth - 1].element;
-    if (holdsItem(candidate.name, item.name)) {
-      popTo(depth);
+bool PageWriter::MakeRoomFor(const Element& item) {
+  for (size_t depth = open.size(); depth > 0; --depth) {
+    const Element& candidate = *open[depth - 1].element;
+    if (HoldsItem(candidate.name, item.name)) {
+      PopTo(depth);
       return true;
     }
-    if (holdsItem(candidate.implied, item.name)) {
-      popTo(depth);
-      push(*findElement(candidate.implied), candidate.implied, {});
+    if (HoldsItem(candidate.implied, item.name)) {
+      PopTo(depth);
+      Push(*FindElement(candidate.implied), candidate.implied, {});
       return true;
     }
     if (candidate.role == Role::kContainer || candidate.role == Role::kBody) break;
   }
-  closeParagraph();
-  openFlow();
+  CloseParagraph();
+  OpenFlow();
   return false;
 }
 

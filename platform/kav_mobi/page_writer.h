@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "encoding.h"
-#include "tags.h"
+#include "platform/kav_mobi/encoding.h"
+#include "platform/kav_mobi/tags.h"
 
 namespace kav_mobi {
 
@@ -17,39 +17,39 @@ class OutputFile {
  public:
   explicit OutputFile(const std::string& path);
 
-  void write(std::string_view text);
+  void Write(std::string_view text);
   // Completes the file; whether all of it was written.
-  bool close();
+  bool Close();
 
  private:
-  struct Close {
-    void operator()(FILE* file) const { (void)fclose(file); }
+  struct CloseFile {
+    void operator()(FILE* owned) const { (void)fclose(owned); }
   };
-  std::unique_ptr<FILE, Close> file_;
-  bool failed_;
+  std::unique_ptr<FILE, CloseFile> file;
+  bool failed;
 };
 
 // Turns text with its tags into a page. Elements that overlap, are never closed, stand where they
 // may not or are nested deeper than a reader follows are brought into order; no text is lost by it.
 class PageWriter {
  public:
-  PageWriter(OutputFile& file, uint32_t codePage);
+  PageWriter(OutputFile& output, uint32_t codePage);
 
-  void begin(std::string_view title);
-  void end();
+  void Begin(std::string_view title);
+  void End();
 
   // Text as it stands in the book, with its character references.
-  void text(Bytes raw);
+  void Text(Bytes raw);
   // A start tag with attributes that are written already.
-  void start(const Element& element, std::string_view attributes);
-  void finish(const Element& element);
+  void Start(const Element& element, std::string_view attributes);
+  void Finish(const Element& element);
   // Elements without content.
-  void single(const Element& element, std::string_view attributes);
+  void Single(const Element& element, std::string_view attributes);
   // Markup that may stand wherever text may.
-  void inlineMarkup(std::string_view markup);
+  void InlineMarkup(std::string_view markup);
 
   // The value of an attribute as it may stand between quotation marks.
-  std::string attributeValue(Bytes raw);
+  std::string AttributeValue(Bytes raw);
 
  private:
   struct Open {
@@ -57,19 +57,19 @@ class PageWriter {
     std::string_view written;
   };
 
-  void push(const Element& element, std::string_view written, std::string_view attributes);
-  void popTo(size_t depth);
-  void openFlow();
-  void closeParagraph();
-  bool makeRoomFor(const Element& item);
-  void escape(std::string_view utf8, std::string& out) const;
+  void Push(const Element& element, std::string_view written, std::string_view attributes);
+  void PopTo(size_t depth);
+  void OpenFlow();
+  void CloseParagraph();
+  bool MakeRoomFor(const Element& item);
+  void Escape(std::string_view utf8, std::string& out) const;
 
-  OutputFile& file_;
-  TextDecoder decoder_;
-  std::vector<Open> open_;
-  size_t tooDeep_ = 0;  // elements left out that are still to be closed
-  std::string decoded_;
-  std::string escaped_;
+  OutputFile& file;
+  TextDecoder decoder;
+  std::vector<Open> open;
+  size_t tooDeep = 0;  // elements left out that are still to be closed
+  std::string decoded;
+  std::string escaped;
 };
 
 }  // namespace kav_mobi

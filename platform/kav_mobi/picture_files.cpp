@@ -1,11 +1,11 @@
 // Types and files of pictures.
-#include "picture_files.h"
+#include "platform/kav_mobi/picture_files.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
-#include "page_writer.h"
+#include "platform/kav_mobi/page_writer.h"
 
 namespace kav_mobi {
 namespace {
@@ -27,22 +27,22 @@ constexpr Bytes kNameStart = "picture-";
 
 }  // namespace
 
-PictureFiles::PictureFiles(const Book& book, std::string directory)
-    : book_(book), directory_(std::move(directory)) {}
+PictureFiles::PictureFiles(const Book& source, std::string target)
+    : book(source), directory(std::move(target)) {}
 
-const std::string& PictureFiles::nameOf(size_t number) {
-  const auto [entry, isNew] = names_.try_emplace(number);
+const std::string& PictureFiles::NameOf(size_t number) {
+  const auto [entry, isNew] = names.try_emplace(number);
   std::string& name = entry->second;
   if (!isNew) return name;
-  const Bytes picture = book_.resource(number);
+  const Bytes picture = book.Resource(number);
   const auto* const type =
       std::find_if(kTypes.begin(), kTypes.end(),
                    [picture](const PictureType& t) { return picture.starts_with(t.start); });
   if (type == kTypes.end()) return name;
   name.append(kNameStart).append(std::to_string(number)).append(type->extension);
-  OutputFile file(directory_ + name);
-  file.write(picture);
-  if (!file.close()) failed_ = true;
+  OutputFile file(directory + name);
+  file.Write(picture);
+  if (!file.Close()) failed = true;
   return name;
 }
 

@@ -6,27 +6,27 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "reader.h"
+#include "platform/kav_mobi/reader.h"
 
 namespace kav_mobi {
 
 class PictureFiles {
  public:
-  // Pictures of book, written into directory, which ends with "/" unless it is empty.
-  PictureFiles(const Book& book, std::string directory);
+  // Pictures of a book, written into the directory target, which ends with "/" unless it is empty.
+  PictureFiles(const Book& source, std::string target);
 
   // The file name of a resource, counted from 1; the file is written when it is first asked for.
   // Empty when the resource is no picture that a page can show.
-  const std::string& nameOf(size_t number);
+  const std::string& NameOf(size_t number);
 
   // Whether a file could not be written.
-  bool failed() const { return failed_; }
+  bool Failed() const { return failed; }
 
  private:
-  const Book& book_;
-  std::string directory_;
-  std::unordered_map<size_t, std::string> names_;
-  bool failed_ = false;
+  const Book& book;
+  std::string directory;
+  std::unordered_map<size_t, std::string> names;
+  bool failed = false;
 };
 
 }  // namespace kav_mobi

@@ -1,5 +1,5 @@
 // Opening of a book: what is refused before libmobi unpacks it, and what libmobi makes of the rest.
-#include "reader.h"
+#include "platform/kav_mobi/reader.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,8 +10,10 @@
 #include <cstdio>
 #include <utility>
 
-#include "encoding.h"
-#include "kav_mobi.h"
+#include "platform/kav_mobi/bytes.h"
+#include "platform/kav_mobi/encoding.h"
+#include "platform/kav_mobi/huffman_check.h"
+#include "platform/kav_mobi/kav_mobi.h"
 
 namespace kav_mobi {
 namespace {
@@ -46,21 +48,21 @@ struct CloseFile {
 class ClaimUtf8 {
  public:
   explicit ClaimUtf8(const MOBIMobiHeader* header)
-      : encoding_(header == nullptr ? nullptr : header->text_encoding) {
-    if (encoding_ != nullptr) original_ = std::exchange(*encoding_, MOBI_UTF8);
+      : encoding(header == nullptr ? nullptr : header->text_encoding) {
+    if (encoding != nullptr) original = std::exchange(*encoding, MOBI_UTF8);
   }
   ~ClaimUtf8() {
-    if (encoding_ != nullptr) *encoding_ = original_;
+    if (encoding != nullptr) *encoding = original;
   }
   ClaimUtf8(const ClaimUtf8&) = delete;
   ClaimUtf8& operator=(const ClaimUtf8&) = delete;
 
  private:
-  MOBIEncoding* encoding_;
-  MOBIEncoding original_ = MOBI_UTF8;
+  MOBIEncoding* encoding;
+  MOBIEncoding original = MOBI_UTF8;
 };
 
-int resultOf(MOBI_RET code) {
+int ResultOf(MOBI_RET code) {
   switch (code) {
     case MOBI_SUCCESS:
       return KAV_MOBI_OK;
@@ -78,32 +80,24 @@ int resultOf(MOBI_RET code) {
 }
 
 // A record's bytes; none for a null record or one that libmobi did not read.
-Bytes bytesOf(const MOBIPdbRecord* record) {
+Bytes BytesOf(const MOBIPdbRecord* record) {
   if (record == nullptr || record->data == nullptr) return {};
   return {reinterpret_cast<const char*>(record->data), record->size};
 }
 
-Bytes bytesOf(const MOBIPart* part) {
+Bytes BytesOf(const MOBIPart* part) {
   if (part->data == nullptr) return {};
   return {reinterpret_cast<const char*>(part->data), part->size};
 }
 
-uint64_t bigEndian32(Bytes bytes, size_t offset) {
-  uint64_t value = 0;
-  for (size_t i = offset; i < offset + 4 && i < bytes.size(); ++i) {
-    value = (value << 8) | static_cast<unsigned char>(bytes[i]);
-  }
-  return value;
-}
-
-bool isBookType(int file) {
+bool IsBookType(int file) {
   std::array<char, kDatabaseHeaderSize> header{};
   if (pread(file, header.data(), header.size(), 0) != ssize_t{kDatabaseHeaderSize}) return false;
   const Bytes type(header.data() + kTypeOffset, kBookTypes[0].size());
   return std::find(kBookTypes.begin(), kBookTypes.end(), type) != kBookTypes.end();
 }
 
-bool looksLikeHtml(Bytes text) {
+bool LooksLikeHtml(Bytes text) {
   const Bytes start = text.substr(0, kHtmlMarkReach);
   return std::any_of(kHtmlMarks.begin(), kHtmlMarks.end(),
                      [start](Bytes mark) { return start.find(mark) != Bytes::npos; });
@@ -111,134 +105,158 @@ bool looksLikeHtml(Bytes text) {
 
 }  // namespace
 
-int Book::open(const char* path, std::unique_ptr<Book>& book) {
+int Book::Open(const char* path, std::unique_ptr<Book>& book) {
   // Without O_NONBLOCK a pipe at path would wait for its writer.
-  const int file = path == nullptr ? -1 : ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (file < 0) return KAV_MOBI_E_OPEN;
+  UniqueFd file(path == nullptr ? -1 : open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file) return KAV_MOBI_E_OPEN;
   std::unique_ptr<Book> opened(new Book);
-  const int result = opened->load(file);
+  const int result = opened->Load(std::move(file));
   if (result == KAV_MOBI_OK) book = std::move(opened);
   return result;
 }
 
-// Takes the file over. libmobi keeps a copy of every record, so the file is closed at the end.
-int Book::load(int file) {
-  const std::unique_ptr<FILE, CloseFile> stream(fdopen(file, "rb"));
-  if (!stream) {
-    (void)::close(file);
-    return KAV_MOBI_E_MEMORY;
-  }
+// libmobi keeps a copy of every record, so the file is closed at the end.
+int Book::Load(UniqueFd descriptor) {
+  const std::unique_ptr<FILE, CloseFile> stream(fdopen(descriptor.Get(), "rb"));
+  if (!stream) return KAV_MOBI_E_MEMORY;
+  const int file = descriptor.Release();
   struct stat status {};
   if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return KAV_MOBI_E_OPEN;
-  if (!isBookType(file)) return KAV_MOBI_E_NOT_MOBI;
+  if (!IsBookType(file)) return KAV_MOBI_E_NOT_MOBI;
   const auto size = static_cast<uint64_t>(status.st_size);
   if (size > kMaxFileSize) return KAV_MOBI_E_DAMAGED;
 
-  data_.reset(mobi_init());
-  if (!data_) return KAV_MOBI_E_MEMORY;
-  const int result = resultOf(mobi_load_file(data_.get(), stream.get()));
-  return result == KAV_MOBI_OK ? unpack(size) : result;
+  data.reset(mobi_init());
+  if (!data) return KAV_MOBI_E_MEMORY;
+  const int result = ResultOf(mobi_load_file(data.get(), stream.get()));
+  return result == KAV_MOBI_OK ? Unpack(size) : result;
 }
 
-int Book::unpack(uint64_t fileSize) {
-  const MOBIRecord0Header* header = data_->rh;
+int Book::Unpack(uint64_t fileSize) {
+  const MOBIRecord0Header* header = data->rh;
   if (header == nullptr) return KAV_MOBI_E_DAMAGED;
-  const MOBIData* otherHalf = data_->next;
+  const MOBIData* otherHalf = data->next;
   if (header->encryption_type != MOBI_ENCRYPTION_NONE ||
       (otherHalf != nullptr && otherHalf->rh != nullptr &&
        otherHalf->rh->encryption_type != MOBI_ENCRYPTION_NONE)) {
     return KAV_MOBI_E_ENCRYPTED;
   }
   if (header->text_record_count == 0) return KAV_MOBI_E_NO_TEXT;
-  const uint64_t recordSize = std::max<uint64_t>(mobi_get_textrecord_maxsize(data()), 1);
+  const uint64_t recordSize = std::max<uint64_t>(mobi_get_textrecord_maxsize(Data()), 1);
   const uint64_t claimed =
       std::max<uint64_t>(header->text_length, header->text_record_count * recordSize);
   const uint64_t limit = std::min(kMaxTextSize, kSmallText + kMaxTextPerByte * fileSize);
   if (claimed > limit + recordSize) return KAV_MOBI_E_DAMAGED;
 
-  listRecords();
-  hideFonts();
-  if (countFragments() > kMaxFragments) return KAV_MOBI_E_DAMAGED;
-  const bool hasParts = isKf8() || mobi_is_dictionary(data());
-  const int result = hasParts ? unpackParts() : unpackText();
-  return result == KAV_MOBI_OK ? judgeText() : result;
+  ListRecords();
+  HideFonts();
+  if (CountFragments() > kMaxFragments || !UnpacksInTime()) {
+    return KAV_MOBI_E_DAMAGED;
+  }
+  const bool hasParts = IsKf8() || mobi_is_dictionary(Data());
+  const int result = hasParts ? UnpackParts() : UnpackText();
+  return result == KAV_MOBI_OK ? JudgeText() : result;
+}
+
+bool Book::UnpacksInTime() const {
+  if (data->rh->compression_type != MOBI_COMPRESSION_HUFFCDIC) return true;
+  const MOBIMobiHeader* header = data->mh;
+  if (header == nullptr || header->huff_rec_index == nullptr || header->huff_rec_count == nullptr) {
+    return false;
+  }
+  const size_t offset = mobi_get_kf8offset(Data());
+  const uint64_t codeBegin = *header->huff_rec_index + offset;
+  std::vector<Bytes> code;
+  for (uint64_t i = codeBegin; i < codeBegin + *header->huff_rec_count && i < records.size(); ++i) {
+    code.push_back(BytesOf(records[i]));
+  }
+  const uint16_t flags = header->extra_flags == nullptr ? uint16_t{0} : *header->extra_flags;
+  std::vector<Bytes> texts;
+  for (size_t i = offset + 1; i <= offset + data->rh->text_record_count && i < records.size();
+       ++i) {
+    const Bytes record = BytesOf(records[i]);
+    const size_t extra = mobi_get_record_extrasize(records[i], flags);
+    if (extra == MOBI_NOTSET || extra > record.size()) return false;
+    texts.push_back(record.substr(0, record.size() - extra));
+  }
+  return kav_mobi::UnpacksInTime(code, texts);
 }
 
 // The old format needs no more than its text, and the text of a file without a MOBI header would be
 // converted on the long way.
-int Book::unpackText() {
-  size_t size = mobi_get_text_maxsize(data());
+int Book::UnpackText() {
+  size_t size = mobi_get_text_maxsize(Data());
   if (size == MOBI_NOTSET) return KAV_MOBI_E_DAMAGED;
-  text_.resize(size + 1);
-  const int result = resultOf(mobi_get_rawml(data(), text_.data(), &size));
-  text_.resize(std::min(size, text_.size()));
-  documents_.emplace_back(text_);
+  text.resize(size + 1);
+  const int result = ResultOf(mobi_get_rawml(Data(), text.data(), &size));
+  text.resize(std::min(size, text.size()));
+  documents.emplace_back(text);
   return result;
 }
 
-int Book::unpackParts() {
-  raw_.reset(mobi_init_rawml(data()));
-  if (!raw_) return KAV_MOBI_E_MEMORY;
+int Book::UnpackParts() {
+  raw.reset(mobi_init_rawml(Data()));
+  if (!raw) return KAV_MOBI_E_MEMORY;
   // Links count the bytes of the text as it is, so libmobi must not convert it.
-  const ClaimUtf8 claim(data_->mh);
+  const ClaimUtf8 claim(data->mh);
   // Nor may it take its last step, which ends the host's libxml2 (xmlCleanupParser).
-  const bool isDictionary = mobi_is_dictionary(data());
-  const int result = resultOf(mobi_parse_rawml_opt(raw_.get(), data(), false, isDictionary, false));
-  for (const MOBIPart* part = raw_->markup; part != nullptr; part = part->next) {
-    documents_.push_back(bytesOf(part));
+  const bool isDictionary = mobi_is_dictionary(Data());
+  const int result = ResultOf(mobi_parse_rawml_opt(raw.get(), Data(), false, isDictionary, false));
+  for (const MOBIPart* part = raw->markup; part != nullptr; part = part->next) {
+    documents.push_back(BytesOf(part));
   }
   return result;
 }
 
-void Book::listRecords() {
-  for (MOBIPdbRecord* record = data_->rec; record != nullptr; record = record->next) {
-    records_.push_back(record);
+void Book::ListRecords() {
+  for (MOBIPdbRecord* record = data->rec; record != nullptr; record = record->next) {
+    records.push_back(record);
   }
 }
 
 // Keeps libmobi from unpacking fonts, each of which may claim 50 MiB and none of which is used.
-void Book::hideFonts() {
-  for (size_t i = mobi_get_first_resource_record(data()); i < records_.size(); ++i) {
-    if (bytesOf(records_[i]).starts_with(kFontMagic)) records_[i]->data[0] = '-';
+void Book::HideFonts() {
+  for (size_t i = mobi_get_first_resource_record(Data()); i < records.size(); ++i) {
+    if (BytesOf(records[i]).starts_with(kFontMagic)) records[i]->data[0] = '-';
   }
 }
 
-uint64_t Book::countFragments() const {
-  const MOBIMobiHeader* header = data_->mh;
+uint64_t Book::CountFragments() const {
+  const MOBIMobiHeader* header = data->mh;
   if (header == nullptr || header->fragment_index == nullptr) return 0;
-  const uint64_t index = *header->fragment_index + mobi_get_kf8offset(data());
-  if (index >= records_.size()) return 0;
-  const uint64_t last = index + bigEndian32(bytesOf(records_[index]), kIndexCountOffset);
+  const uint64_t index = *header->fragment_index + mobi_get_kf8offset(Data());
+  if (index >= records.size()) return 0;
+  const uint64_t last = index + BigEndian32(BytesOf(records[index]), kIndexCountOffset);
   uint64_t count = 0;
-  for (uint64_t i = index + 1; i < records_.size() && i <= last; ++i) {
-    count += bigEndian32(bytesOf(records_[i]), kIndexCountOffset);
+  for (uint64_t i = index + 1; i < records.size() && i <= last; ++i) {
+    count += BigEndian32(BytesOf(records[i]), kIndexCountOffset);
   }
   return count;
 }
 
-int Book::judgeText() {
-  const bool isEmpty = std::all_of(documents_.begin(), documents_.end(),
+int Book::JudgeText() {
+  const bool isEmpty = std::all_of(documents.begin(), documents.end(),
                                    [](Bytes document) { return document.empty(); });
-  if (isEmpty || documents_.front().starts_with(kReplicaMagic)) return KAV_MOBI_E_NO_TEXT;
-  chooseCodePage();
-  plainText_ = !mobi_exists_mobiheader(data()) && !looksLikeHtml(documents_.front());
+  if (isEmpty || documents.front().starts_with(kReplicaMagic)) return KAV_MOBI_E_NO_TEXT;
+  ChooseCodePage();
+  plainText = !mobi_exists_mobiheader(Data()) && !LooksLikeHtml(documents.front());
   return KAV_MOBI_OK;
 }
 
-void Book::chooseCodePage() {
-  const MOBIMobiHeader* header = data_->mh;
+void Book::ChooseCodePage() {
+  const MOBIMobiHeader* header = data->mh;
   if (header != nullptr && header->text_encoding != nullptr) {
-    codePage_ = static_cast<uint32_t>(*header->text_encoding);
-    if (TextDecoder::knows(codePage_)) return;
+    codePage = static_cast<uint32_t>(*header->text_encoding);
+    if (TextDecoder::Knows(codePage)) return;
   }
-  const bool utf8 = std::all_of(documents_.begin(), documents_.end(), isUtf8);
-  codePage_ = utf8 ? MOBI_UTF8 : MOBI_CP1252;
+  const bool utf8 = std::all_of(documents.begin(), documents.end(), IsUtf8);
+  codePage = utf8 ? MOBI_UTF8 : MOBI_CP1252;
 }
 
-Bytes Book::resource(size_t number) const {
-  const size_t first = mobi_get_first_resource_record(data());
-  if (number == 0 || first >= records_.size() || number > records_.size() - first) return {};
-  return bytesOf(records_[first + number - 1]);
+Bytes Book::Resource(size_t number) const {
+  const size_t first = mobi_get_first_resource_record(Data());
+  if (number == 0 || first >= records.size() || number > records.size() - first) return {};
+  return BytesOf(records[first + number - 1]);
 }
 
 }  // namespace kav_mobi

@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/unique_fd.h"
+
 namespace kav_mobi {
 
 // Bytes of a book as they stand in the file, in the book's own encoding.
@@ -19,50 +21,51 @@ using Bytes = std::string_view;
 class Book {
  public:
   // Opens and unpacks the book at path. 0 and a book, or a code of KavMobiResult and none.
-  static int open(const char* path, std::unique_ptr<Book>& book);
+  static int Open(const char* path, std::unique_ptr<Book>& book);
 
   // What libmobi knows of the file: headers, metadata, records.
-  const MOBIData* data() const { return data_.get(); }
+  const MOBIData* Data() const { return data.get(); }
   // The unpacked parts and their indices; null for a book in the old format that is no dictionary.
-  const MOBIRawml* raw() const { return raw_.get(); }
+  const MOBIRawml* Raw() const { return raw.get(); }
 
-  bool isKf8() const { return mobi_is_kf8(data()); }
+  bool IsKf8() const { return mobi_is_kf8(Data()); }
   // A PalmDOC text without markup.
-  bool isPlainText() const { return plainText_; }
+  bool IsPlainText() const { return plainText; }
   // The number of the text's code page.
-  uint32_t codePage() const { return codePage_; }
+  uint32_t CodePage() const { return codePage; }
 
   // The documents of the book in reading order: one in the old format, several in the new one.
-  const std::vector<Bytes>& documents() const { return documents_; }
+  const std::vector<Bytes>& Documents() const { return documents; }
   // Resource `number`, counted from 1 as the book's references do; empty when there is none.
-  Bytes resource(size_t number) const;
+  Bytes Resource(size_t number) const;
 
  private:
   struct FreeData {
-    void operator()(MOBIData* data) const { mobi_free(data); }
+    void operator()(MOBIData* owned) const { mobi_free(owned); }
   };
   struct FreeRaw {
-    void operator()(MOBIRawml* raw) const { mobi_free_rawml(raw); }
+    void operator()(MOBIRawml* owned) const { mobi_free_rawml(owned); }
   };
 
   Book() = default;
-  int load(int file);
-  int unpack(uint64_t fileSize);
-  int unpackText();
-  int unpackParts();
-  void listRecords();
-  void hideFonts();
-  uint64_t countFragments() const;
-  int judgeText();
-  void chooseCodePage();
+  int Load(UniqueFd descriptor);
+  int Unpack(uint64_t fileSize);
+  int UnpackText();
+  int UnpackParts();
+  void ListRecords();
+  void HideFonts();
+  uint64_t CountFragments() const;
+  bool UnpacksInTime() const;
+  int JudgeText();
+  void ChooseCodePage();
 
-  std::unique_ptr<MOBIData, FreeData> data_;
-  std::unique_ptr<MOBIRawml, FreeRaw> raw_;
-  std::vector<MOBIPdbRecord*> records_;
-  std::string text_;
-  std::vector<Bytes> documents_;
-  bool plainText_ = false;
-  uint32_t codePage_ = MOBI_UTF8;
+  std::unique_ptr<MOBIData, FreeData> data;
+  std::unique_ptr<MOBIRawml, FreeRaw> raw;
+  std::vector<MOBIPdbRecord*> records;
+  std::string text;
+  std::vector<Bytes> documents;
+  bool plainText = false;
+  uint32_t codePage = MOBI_UTF8;
 };
 
 }  // namespace kav_mobi

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "elements.h"
-#include "reader.h"
+#include "platform/kav_mobi/elements.h"
+#include "platform/kav_mobi/reader.h"
 
 namespace kav_mobi {
 
@@ -31,11 +31,10 @@ struct Tag {
 // no tag belongs to the text. Every byte is looked at a bounded number of times.
 class TagScanner {
  public:
-  // Begins at the byte `from` of text.
-  explicit TagScanner(Bytes text, size_t from = 0);
+  explicit TagScanner(Bytes markup);
 
   // Moves on to the next tag; false at the end, where tag.begin is the end of the text.
-  bool next(Tag& tag);
+  bool Next(Tag& tag);
 
  private:
   // The next occurrence of a mark, remembered so that no search is repeated. A bare element name
@@ -46,20 +45,20 @@ class TagScanner {
     bool searched = false;
   };
 
-  bool readTag(size_t at, Tag& tag);
-  void readSpecial(size_t at, Tag& tag);
-  size_t endOfTag(size_t at) const;
-  void skipContent(Tag& tag);
-  size_t findMark(Mark& mark, size_t from) const;
+  bool ReadTag(size_t at, Tag& tag);
+  void ReadSpecial(size_t at, Tag& tag);
+  size_t EndOfTag(size_t at) const;
+  void SkipContent(Tag& tag);
+  size_t FindMark(Mark& mark, size_t from) const;
 
-  Bytes text_;
-  size_t at_;
-  size_t lastClose_;  // the last byte of each kind, 0 when there is none
-  size_t lastQuote_;
-  size_t lastApostrophe_;
-  Mark commentEnd_{"-->"};
-  Mark bodyStart_{"<body"};
-  std::vector<Mark> elementEnds_;
+  Bytes text;
+  size_t position = 0;
+  size_t lastClose;  // the last byte of each kind, 0 when there is none
+  size_t lastQuote;
+  size_t lastApostrophe;
+  Mark commentEnd{"-->"};
+  Mark bodyStart{"<body"};
+  std::vector<Mark> elementEnds;
 };
 
 // The attributes of a tag as name and raw value, in order.
@@ -67,20 +66,20 @@ using Attribute = std::pair<Bytes, Bytes>;
 class Attributes {
  public:
   // Replaces the list by the attributes in `text`, Tag::attributes.
-  void read(Bytes text);
+  void Read(Bytes text);
 
   // The value of the first attribute of that name, in any case; empty when there is none.
-  Bytes get(Bytes name) const;
+  Bytes Get(Bytes name) const;
 
-  std::vector<Attribute>::const_iterator begin() const { return list_.begin(); }
-  std::vector<Attribute>::const_iterator end() const { return list_.end(); }
+  std::vector<Attribute>::const_iterator begin() const { return list.begin(); }
+  std::vector<Attribute>::const_iterator end() const { return list.end(); }
 
  private:
-  std::vector<Attribute> list_;
+  std::vector<Attribute> list;
 };
 
 // Whether two names are the same but for the case of ASCII letters.
-bool sameName(Bytes a, Bytes b);
+bool SameName(Bytes a, Bytes b);
 
 }  // namespace kav_mobi
 

@@ -2,6 +2,7 @@
 
 import json
 import os
+import re
 import subprocess
 import sys
 import tempfile
@@ -19,6 +20,7 @@ EPUBCHECK = ["java", "-jar", "/usr/share/java/epubcheck.jar"]
 
 OPF = {"opf": "http://www.idpf.org/2007/opf", "dc": "http://purl.org/dc/elements/1.1/"}
 NCX = {"ncx": "http://www.daisy.org/z3986/2005/ncx/"}
+PAGES = (".html", ".htm", ".xhtml")
 XHTML = "{http://www.w3.org/1999/xhtml}"
 
 # The navigation document has a page's document type and the identifier is a time, both on purpose.
@@ -82,9 +84,29 @@ class Book:
         listed = {"OEBPS/" + href for href in self.manifest.values()}
         fixed = {"mimetype", "META-INF/container.xml", "OEBPS/content.opf"}
         test.assertEqual(set(self.names), listed | fixed)
+        self.check_links(test)
         ncx = ET.fromstring(self.read("OEBPS/toc.ncx"))
         targets = [point.get("src") for point in ncx.iterfind(".//ncx:content", NCX)]
-        test.assertEqual([unquote(t) for t in targets], [n for n in self.spine if n != "cover.html"])
+        # A page that is not called ".html" is in the navigation, but not in the spine.
+        test.assertEqual([unquote(t) for t in targets if t.endswith(".html")],
+                         [n for n in self.spine if n != "cover.html"])
+
+    def check_links(self, test):
+        """Every link and picture of a page leads to an entry of the book, or out of it."""
+        for name in sorted(set(self.manifest.values())):
+            if not name.endswith(PAGES):
+                continue
+            page = self.page(name)
+            ids = {element.get("id") for element in page.iter()}
+            for element in page.iter():
+                for attribute in ("href", "src", "{http://www.w3.org/1999/xlink}href"):
+                    reference = element.get(attribute, "")
+                    target, _, fragment = reference.partition("#")
+                    if not reference or re.match("[a-zA-Z][a-zA-Z0-9+.-]*:", reference):
+                        continue
+                    test.assertIn("OEBPS/" + unquote(target or name), self.names, (name, reference))
+                    if not target:
+                        test.assertIn(unquote(fragment), ids, (name, reference))
 
     def check_well_formed(self, test):
         with tempfile.TemporaryDirectory() as directory:

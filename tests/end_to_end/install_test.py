@@ -97,7 +97,7 @@ class Foreign(ToolTest):
 
     def test_tool(self):
         said = self.succeed(self.prefix / "bin" / "kavepub", "convert", "in.txt")
-        self.assertEqual(said, "in.epub\n")
+        self.assertEqual(said, "in.epub (text: UTF-8, wrapped lines)\n")
         self.check_book("in.epub", "Hello, reader. ")
 
     def test_headers_stand_alone(self):

@@ -44,7 +44,7 @@ JPEG = bytes.fromhex(
 class RealBooks(ToolTest):
     def check(self, name, data):
         (self.dir / name).write_bytes(data)
-        book = self.convert(name)
+        book = self.convert(name, "--paragraphs", "wrapped")
         self.assertEqual(book.path.name, Path(name).with_suffix(".epub").name)
         self.assertEqual((book.title, book.author), (Path(name).stem, ""))
         book.check_all(self, WITHOUT_COVER)

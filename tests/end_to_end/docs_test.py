@@ -1,0 +1,114 @@
+"""The documentation: its examples run, its links lead somewhere, its tables are complete."""
+
+import os
+import re
+import shlex
+import subprocess
+import sys
+import unittest
+
+from book import BUILD, SOURCE, Book, ToolTest, run
+from text_test import JPEG, png
+
+DOCS = SOURCE / "docs"
+PAGES = sorted(DOCS.glob("*.md")) + [SOURCE / "README.md"]
+STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
+# A host is checked for leaks: the examples show who releases what.
+BUILDING = [f"-I{SOURCE}", f"-I{SOURCE}/service", "-fsanitize=address,undefined",
+            f"-L{BUILD}/lib", "-lKav_Epub", f"-Wl,-rpath,{BUILD}/lib"]
+COMPILERS = {"c": ["cc", "-std=c99"], "cpp": ["c++", "-std=c++20"]}
+
+
+class Examples(ToolTest):
+    """Every block marked "run", in the order of the page and in one directory."""
+
+    def setUp(self):
+        super().setUp()
+        (self.dir / "novel.txt").write_bytes((SOURCE / "samples/gettysburg-address.txt").read_bytes())
+        (self.dir / "front.jpg").write_bytes(JPEG)
+        (self.dir / "map.png").write_bytes(png())
+        (self.dir / "page.html").write_text("<html><body><p>A page</p></body></html>")
+        for name in ("docs", "platform"):  # as seen from the sources
+            (self.dir / name).symlink_to(SOURCE / name)
+        self.environment |= {"LD_LIBRARY_PATH": str(BUILD / "lib"), "LC_ALL": "C.UTF-8",
+                             "PATH": f"{BUILD / 'bin'}:{os.environ['PATH']}",
+                             "PYTHONPATH": str(DOCS / "examples")}
+
+    def run_program(self, language, code):
+        if language == "python":
+            return run(sys.executable, "-c", code, cwd=self.dir, env=self.environment)
+        source = self.dir / f"example.{language}"
+        source.write_text(code)
+        built = run(*COMPILERS[language], *STRICT, source, *BUILDING, "-o", self.dir / "example")
+        self.assertEqual((built.returncode, built.stderr), (0, ""))
+        return run(self.dir / "example", cwd=self.dir, env=self.environment)
+
+    def check_console(self, code):
+        for command, expected in re.findall(r"^\$ (.*(?:\\\n.*)*)\n((?:(?!\$ ).*\n)*)", code, re.MULTILINE):
+            done = subprocess.run(["bash", "-c", command], cwd=self.dir, env=self.environment, text=True,
+                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
+            self.assertEqual(done.stdout, expected, command)
+
+    def check_page(self, name):
+        blocks = re.findall(r"^```(\w+) run\n(.*?)^```(?:\n```output\n(.*?)^```)?",
+                            (DOCS / name).read_text(), re.MULTILINE | re.DOTALL)
+        self.assertTrue(blocks)
+        for language, code, output in blocks:
+            with self.subTest(code):
+                if language == "console":
+                    self.check_console(code)
+                    continue
+                done = self.run_program(language, code)
+                self.assertEqual((done.returncode, done.stderr, done.stdout), (0, "", output))
+                self.assertFalse((self.dir / "epub_temp").exists())
+        for book in self.dir.glob("*.epub"):
+            Book(book).check_structure(self)
+
+    def test_guide(self):
+        self.check_page("guide.md")
+
+    def test_text_to_paragraphs(self):
+        self.check_page("text-to-paragraphs.md")
+
+    def test_companion_libraries(self):
+        self.check_page("companion-libraries.md")
+
+
+class Pages(unittest.TestCase):
+    def test_links(self):
+        for page in PAGES:
+            text = page.read_text()
+            for target in re.findall(r"\]\(([^)\s]+)\)", text):
+                with self.subTest(page=page.name, target=target):
+                    path, _, place = target.partition("#")
+                    linked = page.parent / path if path else page
+                    self.assertTrue(linked.exists())
+                    if place:
+                        headings = re.findall(r"^#+ (.*)$", linked.read_text(), re.MULTILINE)
+                        self.assertIn(place, [h.lower().replace(" ", "-") for h in headings])
+
+    def test_examples_are_marked(self):
+        for page in PAGES:
+            if page.parent == DOCS:
+                self.assertNotRegex(page.read_text(), r"(?m)^```(c|cpp|python|console)$")
+
+    def test_named_tests_exist(self):
+        for name in re.findall(r"`([\w/]+\.(?:cpp|py|c|sh))`", (DOCS / "security.md").read_text()):
+            with self.subTest(name):
+                self.assertTrue((SOURCE / "tests" / name).exists())
+
+    def test_result_codes(self):
+        headers = [SOURCE / "fileutil/result_codes.h", *SOURCE.glob("platform/*/kav_*.h")]
+        named = re.findall(r"\b(\w+_E_\w+|EPUB_OK) = (-?\d+)", "".join(h.read_text() for h in headers))
+        told = re.findall(r"^\| (-?\d+) \| `(\w+)` \|", (DOCS / "guide.md").read_text(), re.MULTILINE)
+        self.assertEqual(sorted(named), sorted((name, number) for number, name in told))
+
+
+class Reference(unittest.TestCase):
+    def test_reference(self):
+        done = run(SOURCE / "scripts" / "docs")
+        self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
