@@ -146,7 +146,7 @@ std::string_view GuessWideEncoding(std::string_view beginning) {
 
 double ShareOfFaults(std::string_view sample, const std::string& encoding) {
   const Text text = Decode(sample, encoding);
-  const Classes classes;
+  static const Classes classes;  // costs a file to read
   if (text.empty() || !classes.Exist()) return 1;
   size_t foreign = 0;
   size_t faults = 0;
