@@ -129,7 +129,12 @@ int Run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return error.get_exit_code() == 0 ? app.exit(error) : Reject(app, error);
+    if (error.get_exit_code() != 0) return Reject(app, error);
+    const bool isHelp = dynamic_cast<const CLI::CallForHelp*>(&error) != nullptr;
+    std::string text = isHelp ? app.help() : error.what();
+    text.erase(text.find_last_not_of('\n') + 1);
+    Say(text);
+    return kDone;
   }
   if (app.got_subcommand("convert")) return RunConvert(convert);
   if (app.got_subcommand("info")) return RunInfo(info);

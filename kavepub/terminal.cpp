@@ -21,7 +21,8 @@ constexpr char kPlain[] = "\x1b[0m";
 
 bool IsTerminal() {
   const char* terminal = std::getenv("TERM");
-  return isatty(STDERR_FILENO) != 0 && terminal != nullptr && std::string(terminal) != "dumb";
+  const std::string_view name = terminal == nullptr ? "" : terminal;
+  return isatty(STDERR_FILENO) != 0 && !name.empty() && name != "dumb";
 }
 
 bool UsesColour() {
