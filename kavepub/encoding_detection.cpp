@@ -154,7 +154,7 @@ const char* FindIn(const auto& table, std::string_view name) {
 std::string Choose(const std::string& guessed, std::string_view sample) {
   if (IsMostlyUtf8(sample)) return std::string(kUtf8);
   const char* superset = FindIn(kSupersets, guessed);
-  const std::string guess = superset != nullptr ? superset : guessed;
+  std::string guess = superset != nullptr ? superset : guessed;
   if (!guess.empty() && ShareOfFaults(sample, guess) < kFewFaults) return guess;
   const char* sibling = FindIn(kSiblings, guessed);
   if (sibling != nullptr && ShareOfFaults(sample, sibling) < kFewFaults) return sibling;

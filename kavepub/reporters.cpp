@@ -22,6 +22,12 @@ double SecondsSince(Time::time_point start) {
   return std::chrono::duration<double>(Time::now() - start).count();
 }
 
+// ", 0:12 left", or nothing before there is anything to reckon with.
+std::string TimeLeft(Time::time_point start, double share) {
+  if (share <= 0) return {};
+  return ", " + Clock(SecondsSince(start) / share * (1 - share)) + " left";
+}
+
 class NoProgress : public Progress {
  public:
   void Show(double /*share*/) override {}
@@ -34,8 +40,7 @@ class BookProgress : public Progress {
   void Show(double share) override {
     if (!line.IsShown() || SecondsSince(drawn) < kRedrawAfter) return;
     drawn = Time::now();
-    const double left = share > 0 ? SecondsSince(start) / share * (1 - share) : 0;
-    line.Draw(Bar(share) + " " + Clock(left) + " left  " + name);
+    line.Draw(Bar(share) + TimeLeft(start, share) + ", " + name);
   }
 
  private:
@@ -126,7 +131,7 @@ class ManyBooksReporter : public CountingReporter {
       Say(ListOf({{sums.done, "done"},
                   {sums.upToDate, "up to date"},
                   {sums.failed, "failed"},
-                  {total - sums.Finished(), "not begun"}}) +
+                  {total - sums.Finished(), "not made"}}) +
           " in " + Clock(SecondsSince(start)) + rate);
     }
     if (WasInterrupted() && sums.Finished() < total) {
@@ -177,10 +182,9 @@ class ManyBooksReporter : public CountingReporter {
     drawn = Time::now();
     const double share =
         (static_cast<double>(sums.Finished()) + begun) / static_cast<double>(total);
-    const double left = share > 0 ? SecondsSince(start) / share * (1 - share) : 0;
     line.Draw(Bar(share) + " " + std::to_string(sums.done) + " done, " +
-              std::to_string(sums.failed) + " failed, " + std::to_string(Rate()) + " books/min, " +
-              Clock(left) + " left");
+              std::to_string(sums.failed) + " failed, " + std::to_string(Rate()) + " books/min" +
+              TimeLeft(start, share));
   }
 
   size_t total;
