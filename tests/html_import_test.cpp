@@ -323,6 +323,17 @@ TEST(Import, IsNotPackedWhenAPageCouldNotBeWritten) {
   EXPECT_FALSE(fs::exists(site.dir / "book.epub"));
 }
 
+TEST(Init, BeginsACleanBook) {
+  Site site;
+  site.Write("index.html", "<img src=p.png>");
+  site.Write("p.png", "PNG");
+  fs::create_directory(site.PathOf("page-1.html"));
+  EXPECT_EQ(site.Import(), 0);
+  ASSERT_EQ(site.book.Init((site.dir / "work").c_str(), "Title", "Author"), 0);
+  EXPECT_EQ(site.Import(), 0);
+  EXPECT_EQ(site.Records(), (Names{"page-2.html", "p.png"}));
+}
+
 TEST(Import, FindsTheDtdUnderAnyPath) {
   const TempDir dir;
   for (const std::string name : {"a b", "a%20b", "caf\xC3\xA9", "\xE9&\"'"}) {
