@@ -163,6 +163,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"FragmentOfALinkThatIsNoMore",
              "<p><a id=\"f\" href=\"b.html#g\">x</a><a href=\"#f\">y</a></p>",
              std::string("<p>") + kBlue + "x</span>" + kBlue + "y</span></p>"},
+        Case{"FragmentWithABar", "<p id=\"a|b\"><a href=\"#a|b\">x</a><a href=\"#a\">y</a></p>",
+             std::string("<p id=\"a|b\"><a href=\"#a|b\">x</a>") + kBlue + "y</span></p>"},
         Case{"InAList", "<ul><a href=\"b.html\">x</a><li>y</li></ul>", "<ul>x<li>y</li></ul>"},
         Case{"EmptyInAList", "<ul><a href=\"b.html\"></a><li>y</li></ul>", "<ul><li>y</li></ul>"}),
     NameOf);
@@ -184,6 +186,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"IdWithABlank", "<p id=\"a b\">x</p>", "<p>x</p>"},
         Case{"IdEndingAfterAMark", "<p id=\"a#b\">x</p><p id=\"b\">y</p>",
              "<p id=\"a#b\">x</p><p>y</p>"},
+        Case{"IdEndingBeforeABar", "<p id=\"a#b|c|d\">x</p><p id=\"b|c\">y</p>",
+             "<p id=\"a#b|c|d\">x</p><p>y</p>"},
         Case{"Insertion", "<p><ins cite=\"a\" datetime=\"b\" id=\"c\">x</ins></p>",
              "<p><ins>x</ins></p>"},
         Case{"ValueNotInTheDtd", "<table><tr align=\"middle\"><td>x</td></tr></table>",

@@ -178,7 +178,6 @@ class KAV_EPUB_API XMLBase {
   KAV_EPUB_LOCAL int TakeOverBody(const char* htmlPath, const char* title, xmlNode*& body);
   KAV_EPUB_LOCAL int Repair(xmlDtd* dtd, xmlNode* body);
   KAV_EPUB_LOCAL void NeutralizeDeadFragments(const std::unordered_set<xmlNode*>& deleted);
-  KAV_EPUB_LOCAL bool IsLiveFragment(const std::string& href) const;
 
   xmlDoc* doc = nullptr;
   xmlNode* root = nullptr;
@@ -192,10 +191,8 @@ class KAV_EPUB_API XMLBase {
   TRepairState* repairState = nullptr;
   // The directory of the HTML file.
   std::string baseDir;
-  // The ids of the page, as "|#first|#second|", the same as an index (true for an id, false for
-  // what follows a "#" in one), and their elements.
-  std::string idList = "|";
-  std::unordered_map<std::string, bool> knownIds;
+  // The ids of the page, with their parts that count as ids too, and their elements.
+  std::unordered_set<std::string> knownIds;
   std::unordered_set<const xmlNode*> idOwners;
   std::int32_t inBody = 0;
   // For the elements that refer to local files: the how-manieth file it was.
