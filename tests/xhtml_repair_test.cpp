@@ -312,6 +312,12 @@ std::string Times(size_t count, const std::string& text) {
   return repeated;
 }
 
+std::string Crowd() {
+  std::string attributes;
+  for (int i = 0; i < 50000; ++i) attributes += " a" + std::to_string(i);
+  return attributes;
+}
+
 class HostilePage : public testing::TestWithParam<Hostile> {};
 
 TEST_P(HostilePage, BecomesWellFormed) {
@@ -351,6 +357,9 @@ INSTANTIATE_TEST_SUITE_P(
         Hostile{"NestedBlocks", Times(300000, "<div><p>x")},
         Hostile{"NestedAndStrayEnds", Times(100000, "<i>") + Times(100000, "</b>")},
         Hostile{"ManyAttributes", "<p" + Times(20000, " a b='c' id=x") + ">y"},
+        Hostile{"ManyAttributesBehindAClosedScript", "<script/><p" + Crowd() + ">y"},
+        Hostile{"ManyAttributesBehindAComment", "<!-- --!><p" + Crowd() + ">y"},
+        Hostile{"ManyNamesWithoutBlanks", "<p " + Times(2000000, "n") + ">y"},
         Hostile{"DuplicateIds", Times(20000, "<p id=x><a href=#x>y</a></p>")},
         Hostile{"LongLine", "<p>" + Times(5000000, "word word ") + "end"}),
     [](const auto& row) { return row.param.name; });

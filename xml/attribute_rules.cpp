@@ -97,8 +97,8 @@ XhtmlRepair::Attributes XhtmlRepair::ValidateAttribute(xmlNode* node, xmlAttr* a
   return Attributes::kChanged;
 }
 
-// An id counts as known when it is another one, or what stands in one between a "#" and a "|" or the
-// ends of it; the index holds all that can be asked for.
+// An id counts as known when it is another one, or what stands in one between a "#" and a "|" or
+// the ends of it; the index holds all that can be asked for.
 bool XhtmlRepair::IsRegistered(const std::string& id) const {
   return page.knownIds.count(id) != 0;
 }
