@@ -295,6 +295,10 @@ INSTANTIATE_TEST_SUITE_P(
         Encoded{"CommentedOut", "<!-- <meta charset=gbk> --><p>caf\xE9</p>", "caf\xC3\xA9"},
         Encoded{"Undeclared", "<p>caf\xE9</p>", "caf\xC3\xA9"},
         Encoded{"UnknownName", "<meta charset=none-such><p>caf\xE9</p>", "caf\xC3\xA9"},
+        Encoded{"WideDeclaredInAscii", "<meta charset=unicode><p>caf\xE9</p>", "caf\xC3\xA9"},
+        Encoded{"EbcdicDeclaredInAscii", "<meta charset=ibm037><p>caf\xE9</p>", "caf\xC3\xA9"},
+        Encoded{"LastLetterHeldBack", "<meta charset=windows-1258><p>\xE9 banana",
+                "\xC3\xA9 banana"},
         Encoded{"BrokenUtf8", "<meta charset=utf-8><p>\xC3\xA9\xE9.</p>", "\xC3\xA9\xEF\xBF\xBD."},
         Encoded{"ControlCharacters",
                 std::string("<p>a\0b\x01\x0B", 8) + "c\xEF\xBF\xBF&#1;&#0;d</p>", "abcd"}),
@@ -314,7 +318,7 @@ std::string Times(size_t count, const std::string& text) {
 
 std::string Crowd() {
   std::string attributes;
-  for (int i = 0; i < 50000; ++i) attributes += " a" + std::to_string(i);
+  for (int i = 0; i < 50000; ++i) attributes.append(" a").append(std::to_string(i));
   return attributes;
 }
 
