@@ -161,8 +161,8 @@ void AddAttributeName(void* attribute, void* names, const xmlChar* /*element*/) 
   static_cast<std::unordered_set<std::string>*>(names)->insert(name);
 }
 
-std::unordered_set<std::string> DeclaredAttributes() {
-  std::unordered_set<std::string> names;
+std::unordered_set<std::string> LastingAttributes() {
+  std::unordered_set<std::string> names = {"recindex"};  // by which a MOBI book names a picture
   const DtdPointer dtd = ParseDtd(kXhtml1StrictDtd[0]);
   if (dtd != nullptr) {
     xmlHashScan(static_cast<xmlHashTable*>(dtd->attributes), AddAttributeName, &names);
@@ -202,7 +202,7 @@ void CopyTag(std::string_view html, TagReader& reader, size_t start,
 
 std::string LimitAttributes(const std::string& html) {
   if (!HasCrowdedTag(html)) return {};
-  const std::unordered_set<std::string> declared = DeclaredAttributes();
+  const std::unordered_set<std::string> declared = LastingAttributes();
   const std::string_view view = html;
   TagReader reader(view);
   std::string out;
