@@ -244,10 +244,11 @@ TEST(EntryNames, GoToTheFirstHolder) {
 
 TEST(EntryNames, AreKeptFromTheBooksOwnFiles) {
   Site site;
-  const Names own = {"content.opf", "toc.ncx",      "main.css", "cover.html",
-                     "page-1.html", "page-27.html", "images"};
-  const Names given = {"content-2.opf", "toc-2.ncx",      "main-2.css", "cover-2.html",
-                       "page-1-2.html", "page-27-2.html", "images-2"};
+  const Names own = {"content.opf",  "toc.ncx", "main.css",    "cover.html", "page-1.html",
+                     "page-27.html", "images",  "Content.OPF", "a.html",     "A.html"};
+  const Names given = {"content-3.opf", "toc-2.ncx",      "main-2.css", "cover-2.html",
+                       "page-1-2.html", "page-27-2.html", "images-2",   "Content-2.OPF",
+                       "a-2.html",      "A.html"};
   std::string links;
   for (const std::string& name : own) {
     links += "<a href=\"" + name + "\">x</a>";
