@@ -290,11 +290,13 @@ TEST(EntryNames, StayWithinTheLimitOfTheFileSystem) {
 
 TEST(Import, DropsLinksToPagesThatFail) {
   Site site;
-  site.Write("index.html", "<p><a href=empty.html>x</a><a href=a.html>y</a></p>");
+  site.Write("index.html",
+             "<p><a href=empty.html id=k>x</a><a href=a.html id=l>y</a>"
+             "<a href=#k>k</a><a href=#l>l</a></p>");
   site.Write("a.html", "<p><a href=empty.html>z</a></p>");
   site.Write("empty.html", "");
   ASSERT_EQ(site.Import(), 0);
-  EXPECT_EQ(site.LinksOf("page-1.html"), Names{"a.html"});
+  EXPECT_EQ(site.LinksOf("page-1.html"), (Names{"a.html", "#l"}));
   EXPECT_NE(site.Content("a.html").find("<span style=\"color:#0000ff;\">z</span>"),
             std::string::npos);
   EXPECT_EQ(site.Records(), (Names{"page-1.html", "a.html"}));

@@ -159,8 +159,9 @@ class KAV_EPUB_API XMLBase {
   // the order in which GetXhtmlExternSource hands them out, all of which must still be there.
   KAV_EPUB_LOCAL void PointLinks(const std::vector<std::string>& references);
 
-  // Turns the links of a saved page to any of the references into marked text. False when the file
-  // could not be read or, if it has such links, written again.
+  // Turns the links of a saved page to any of the references into marked text, and those to ids
+  // that go with them. False when the file could not be read or, if it has such links, written
+  // again.
   KAV_EPUB_LOCAL static bool NeutralizeLinks(const std::string& path,
                                              const std::unordered_set<std::string>& references);
 
