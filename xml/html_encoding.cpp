@@ -12,10 +12,10 @@
 
 #include "platform/utf8.h"
 #include "xml/text_gate.h"
+#include "xml/xml_text.h"
 
 namespace {
 
-constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr char kLastResort[] = "windows-1252";
 constexpr size_t kDeclarationArea = 4096;  // a declaration stands near the beginning
