@@ -11,6 +11,8 @@ namespace {
 
 constexpr size_t kLongestName = 255;  // of common file systems, in bytes
 
+constexpr size_t kLongestNumber = 11;  // with its "-"
+
 constexpr std::string_view kOwnNames[] = {"content.opf", "toc.ncx", "main.css", "cover.html",
                                           "images"};
 
@@ -24,38 +26,59 @@ bool IsPageName(std::string_view name) {
   return std::all_of(name.begin(), name.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-bool IsOwnName(std::string_view name) {
-  return std::find(std::begin(kOwnNames), std::end(kOwnNames), name) != std::end(kOwnNames) ||
-         IsPageName(name);
+// Names that differ by the case of ASCII letters only are one in many a file system.
+std::string Folded(std::string_view name) {
+  std::string folded(name);
+  for (char& c : folded) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return folded;
 }
 
-// The name with "-" and a number before its extension; a name that gets too long loses characters
-// before them.
-std::string Numbered(const std::string& name, int number) {
-  const size_t dot = std::min(name.rfind('.'), name.size());
-  std::string ending = "-";
-  ending += std::to_string(number);
-  ending += name.substr(dot);
-  if (ending.size() >= kLongestName) return Numbered(name.substr(0, kLongestName / 2), number);
-  std::string stem = name.substr(0, std::min(dot, kLongestName - ending.size()));
+bool IsOwnName(std::string_view folded) {
+  return std::find(std::begin(kOwnNames), std::end(kOwnNames), folded) != std::end(kOwnNames) ||
+         IsPageName(folded);
+}
+
+// A name without its extension; both lose characters where a number would make the name too long.
+struct Parts {
+  std::string stem;
+  std::string extension;
+};
+
+Parts PartsOf(std::string name) {
+  size_t dot = std::min(name.rfind('.'), name.size());
+  if (name.size() - dot + kLongestNumber >= kLongestName) {
+    name.resize(kLongestName / 2);
+    dot = std::min(name.rfind('.'), name.size());
+  }
+  const std::string extension = name.substr(dot);
+  std::string stem =
+      name.substr(0, std::min(dot, kLongestName - kLongestNumber - extension.size()));
   if (stem.size() < dot) stem.resize(stem.size() - UnfinishedUtf8Tail(stem));
-  return stem + ending;
+  return {stem, extension};
 }
 
 }  // namespace
 
 void EntryNames::Take(const std::string& name) {
-  taken.insert(name);
+  taken.insert(Folded(name));
 }
 
 std::string EntryNames::Claim(const std::string& wanted) {
   std::string name = wanted;
-  if (IsOwnName(name) || taken.count(name) != 0) {
-    int& number = lastNumbers.try_emplace(wanted, 1).first->second;
+  if (!IsFree(name)) {
+    const auto [stem, extension] = PartsOf(wanted);
+    int& number = lastNumbers.try_emplace(Folded(stem + extension), 1).first->second;
     do {
-      name = Numbered(wanted, ++number);
-    } while (IsOwnName(name) || taken.count(name) != 0);
+      name = stem + "-" + std::to_string(++number) + extension;
+    } while (!IsFree(name));
   }
-  taken.insert(name);
+  Take(name);
   return name;
+}
+
+bool EntryNames::IsFree(const std::string& name) const {
+  const std::string folded = Folded(name);
+  return !IsOwnName(folded) && taken.count(folded) == 0;
 }

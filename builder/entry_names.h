@@ -12,12 +12,15 @@ class EntryNames {
   void Take(const std::string& name);
 
   // Gives the wanted name, or the next free one when the book has or may come to have a file of
-  // that name: "index-2.html" for a second "index.html".
+  // that name, in letters of any case: "index-2.html" for a second "index.html".
   std::string Claim(const std::string& wanted);
 
  private:
+  bool IsFree(const std::string& name) const;
+
+  // All in lower case.
   std::unordered_set<std::string> taken;
-  std::unordered_map<std::string, int> lastNumbers;  // by wanted name
+  std::unordered_map<std::string, int> lastNumbers;  // by the name that is numbered
 };
 
 #endif

@@ -1,5 +1,6 @@
 // The working directory of a book: layout, fixed files, construction and tear-down of the builder.
 #include <string_view>
+#include <utility>
 
 #include "builder/epub_base.h"
 #include "builder/memory.h"
@@ -40,6 +41,9 @@ void EpubBase::Destory() {
 }
 
 int EpubBase::Init(const char* root, const char* title, const char* author) {
+  auto clean = std::make_unique<Memory>();
+  clean->importRoot = std::move(memory->importRoot);  // the host may set it at any time
+  memory = std::move(clean);
   if (KavIsFileOrDirExists(root) == 0) return EPUB_E_MISSING;
   tempDir = TempDirBelow(root);
   bookDir = tempDir + "/epub";
@@ -87,6 +91,7 @@ int EpubBase::GenerateCSSFile() {
 }
 
 int EpubBase::AppendPropToCSS(const char* text) {
+  if (cssPath.empty()) return EPUB_OK;  // there is no book yet that could lack the text
   OutputFile file(cssPath, OutputFile::Mode::kAppend);
   if (file.IsOpen() && text != nullptr) file.Write(text);
   if (!file.Close()) memory->isIncomplete = true;

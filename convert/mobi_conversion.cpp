@@ -1,4 +1,5 @@
 // Drives a book builder from a MOBI book, which the reader library hands over as HTML.
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -55,8 +56,8 @@ class MobiReader {
   TMobiService* record;
 };
 
-// The picture that the reader names as the cover, if it lies where the reader has put its files: no
-// name in a book may lead to any other file.
+// The picture that the reader names as the cover, if it lies below where the reader has put its
+// files: no name in a book may lead to any other file.
 std::string CoverPath(const std::string& extracted, const char* name) {
   if (name == nullptr) return {};
   const std::string path = extracted + "/" + name;
@@ -64,7 +65,9 @@ std::string CoverPath(const std::string& extracted, const char* name) {
   const auto real = std::filesystem::canonical(path, error);
   if (error) return {};
   const auto directory = std::filesystem::canonical(extracted, error);
-  return !error && real.parent_path() == directory ? path : std::string();
+  const auto differing =
+      std::mismatch(directory.begin(), directory.end(), real.begin(), real.end());
+  return !error && differing.first == directory.end() ? path : std::string();
 }
 
 // Takes all that the book needs out of the reader. The code with which the conversion ends here,

@@ -244,10 +244,11 @@ TEST(EntryNames, GoToTheFirstHolder) {
 
 TEST(EntryNames, AreKeptFromTheBooksOwnFiles) {
   Site site;
-  const Names own = {"content.opf", "toc.ncx",      "main.css", "cover.html",
-                     "page-1.html", "page-27.html", "images"};
-  const Names given = {"content-2.opf", "toc-2.ncx",      "main-2.css", "cover-2.html",
-                       "page-1-2.html", "page-27-2.html", "images-2"};
+  const Names own = {"content.opf",  "toc.ncx", "main.css",    "cover.html", "page-1.html",
+                     "page-27.html", "images",  "Content.OPF", "a.html",     "A.html"};
+  const Names given = {"content-3.opf", "toc-2.ncx",      "main-2.css", "cover-2.html",
+                       "page-1-2.html", "page-27-2.html", "images-2",   "Content-2.OPF",
+                       "a-2.html",      "A.html"};
   std::string links;
   for (const std::string& name : own) {
     links += "<a href=\"" + name + "\">x</a>";
@@ -289,11 +290,13 @@ TEST(EntryNames, StayWithinTheLimitOfTheFileSystem) {
 
 TEST(Import, DropsLinksToPagesThatFail) {
   Site site;
-  site.Write("index.html", "<p><a href=empty.html>x</a><a href=a.html>y</a></p>");
+  site.Write("index.html",
+             "<p><a href=empty.html id=k>x</a><a href=a.html id=l>y</a>"
+             "<a href=#k>k</a><a href=#l>l</a></p>");
   site.Write("a.html", "<p><a href=empty.html>z</a></p>");
   site.Write("empty.html", "");
   ASSERT_EQ(site.Import(), 0);
-  EXPECT_EQ(site.LinksOf("page-1.html"), Names{"a.html"});
+  EXPECT_EQ(site.LinksOf("page-1.html"), (Names{"a.html", "#l"}));
   EXPECT_NE(site.Content("a.html").find("<span style=\"color:#0000ff;\">z</span>"),
             std::string::npos);
   EXPECT_EQ(site.Records(), (Names{"page-1.html", "a.html"}));
@@ -321,6 +324,17 @@ TEST(Import, IsNotPackedWhenAPageCouldNotBeWritten) {
   EXPECT_EQ(site.Import(), 0);
   EXPECT_EQ(site.book.GenerateEpub((site.dir / "book.epub").c_str()), 413);
   EXPECT_FALSE(fs::exists(site.dir / "book.epub"));
+}
+
+TEST(Init, BeginsACleanBook) {
+  Site site;
+  site.Write("index.html", "<img src=p.png>");
+  site.Write("p.png", "PNG");
+  fs::create_directory(site.PathOf("page-1.html"));
+  EXPECT_EQ(site.Import(), 0);
+  ASSERT_EQ(site.book.Init((site.dir / "work").c_str(), "Title", "Author"), 0);
+  EXPECT_EQ(site.Import(), 0);
+  EXPECT_EQ(site.Records(), (Names{"page-2.html", "p.png"}));
 }
 
 TEST(Import, FindsTheDtdUnderAnyPath) {

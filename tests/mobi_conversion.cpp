@@ -82,6 +82,8 @@ const std::vector<int> kAllSteps = {1, 6, 7, 8, 9, 10};
 const Case kCases[] = {
     {"Whole", 0, true, kCovered, kAllSteps},
     {"WithCover", 0, true, kCovered, kAllSteps, kNever, Told([](auto& t) { t.cover = "c.jpg"; })},
+    {"WithCoverInADirectory", 0, true, kCovered, kAllSteps, kNever,
+     Told([](auto& t) { t.cover = "images/c.jpg"; })},
     {"CoverFileMissing", 0, true, kCovered, kAllSteps, kNever, Told([](auto& t) {
        t.cover = "c.jpg";
        t.writesCover = false;

@@ -35,6 +35,12 @@ TEST_P(MobiImages, AreLinked) {
   EXPECT_EQ(images, GetParam().images);
 }
 
+std::string ManyAttributes() {
+  std::string attributes;
+  for (int i = 0; i < 70; ++i) attributes.append("a").append(std::to_string(i)) += ' ';
+  return attributes;
+}
+
 const std::vector<std::string> kTwo = {"a.jpg", "b.jpg"};
 
 INSTANTIATE_TEST_SUITE_P(
@@ -51,6 +57,12 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"NoRecord", "<p><img src=\"y\" alt=\"z\"></p>", kTwo,
              "<p><img src=\"y\" alt=\"z\"/></p>"},
         Case{"EmptyName", "<p><img recindex=\"0\"></p>", {""}, "<p><img src=\"\"/></p>"},
+        Case{"NameOfAnyBytes",
+             "<p><img recindex=\"0\"></p>",
+             {"a\xE9\x01.jpg"},
+             "<p><img src=\"a\xEF\xBF\xBD.jpg\"/></p>"},
+        Case{"RecordAmongManyAttributes", "<p><img " + ManyAttributes() + "recindex=\"1\"></p>",
+             kTwo, "<p><img src=\"b.jpg\"/></p>"},
         Case{"FirstImageElementOnly",
              "<div><image></image></div><div><image id=\"2\"></image></div>", kTwo,
              "<div><img src=\"a.jpg\"/></div><div><image id=\"2\"/></div>"},

@@ -33,7 +33,9 @@ int ExtractHtml(void* /*handle*/, const char* path) {
   const SubstituteMobi& told = Noting("ExtractHtml");
   std::ofstream(path) << told.html;
   if (told.cover != nullptr && told.writesCover) {
-    std::ofstream(std::filesystem::path(path).replace_filename(told.cover)) << kPicture;
+    const auto cover = std::filesystem::path(path).replace_filename(told.cover);
+    std::filesystem::create_directories(cover.parent_path());
+    std::ofstream(cover) << kPicture;
   }
   return told.extractResult;
 }

@@ -163,6 +163,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"FragmentOfALinkThatIsNoMore",
              "<p><a id=\"f\" href=\"b.html#g\">x</a><a href=\"#f\">y</a></p>",
              std::string("<p>") + kBlue + "x</span>" + kBlue + "y</span></p>"},
+        Case{"FragmentWithABar", "<p id=\"a|b\"><a href=\"#a|b\">x</a><a href=\"#a\">y</a></p>",
+             std::string("<p id=\"a|b\"><a href=\"#a|b\">x</a>") + kBlue + "y</span></p>"},
         Case{"InAList", "<ul><a href=\"b.html\">x</a><li>y</li></ul>", "<ul>x<li>y</li></ul>"},
         Case{"EmptyInAList", "<ul><a href=\"b.html\"></a><li>y</li></ul>", "<ul><li>y</li></ul>"}),
     NameOf);
@@ -184,6 +186,8 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"IdWithABlank", "<p id=\"a b\">x</p>", "<p>x</p>"},
         Case{"IdEndingAfterAMark", "<p id=\"a#b\">x</p><p id=\"b\">y</p>",
              "<p id=\"a#b\">x</p><p>y</p>"},
+        Case{"IdEndingBeforeABar", "<p id=\"a#b|c|d\">x</p><p id=\"b|c\">y</p>",
+             "<p id=\"a#b|c|d\">x</p><p>y</p>"},
         Case{"Insertion", "<p><ins cite=\"a\" datetime=\"b\" id=\"c\">x</ins></p>",
              "<p><ins>x</ins></p>"},
         Case{"ValueNotInTheDtd", "<table><tr align=\"middle\"><td>x</td></tr></table>",
@@ -291,6 +295,10 @@ INSTANTIATE_TEST_SUITE_P(
         Encoded{"CommentedOut", "<!-- <meta charset=gbk> --><p>caf\xE9</p>", "caf\xC3\xA9"},
         Encoded{"Undeclared", "<p>caf\xE9</p>", "caf\xC3\xA9"},
         Encoded{"UnknownName", "<meta charset=none-such><p>caf\xE9</p>", "caf\xC3\xA9"},
+        Encoded{"WideDeclaredInAscii", "<meta charset=unicode><p>caf\xE9</p>", "caf\xC3\xA9"},
+        Encoded{"EbcdicDeclaredInAscii", "<meta charset=ibm037><p>caf\xE9</p>", "caf\xC3\xA9"},
+        Encoded{"LastLetterHeldBack", "<meta charset=windows-1258><p>\xE9 banana",
+                "\xC3\xA9 banana"},
         Encoded{"BrokenUtf8", "<meta charset=utf-8><p>\xC3\xA9\xE9.</p>", "\xC3\xA9\xEF\xBF\xBD."},
         Encoded{"ControlCharacters",
                 std::string("<p>a\0b\x01\x0B", 8) + "c\xEF\xBF\xBF&#1;&#0;d</p>", "abcd"}),
@@ -306,6 +314,12 @@ std::string Times(size_t count, const std::string& text) {
   std::string repeated;
   for (size_t i = 0; i < count; ++i) repeated += text;
   return repeated;
+}
+
+std::string Crowd() {
+  std::string attributes;
+  for (int i = 0; i < 50000; ++i) attributes.append(" a").append(std::to_string(i));
+  return attributes;
 }
 
 class HostilePage : public testing::TestWithParam<Hostile> {};
@@ -347,6 +361,9 @@ INSTANTIATE_TEST_SUITE_P(
         Hostile{"NestedBlocks", Times(300000, "<div><p>x")},
         Hostile{"NestedAndStrayEnds", Times(100000, "<i>") + Times(100000, "</b>")},
         Hostile{"ManyAttributes", "<p" + Times(20000, " a b='c' id=x") + ">y"},
+        Hostile{"ManyAttributesBehindAClosedScript", "<script/><p" + Crowd() + ">y"},
+        Hostile{"ManyAttributesBehindAComment", "<!-- --!><p" + Crowd() + ">y"},
+        Hostile{"ManyNamesWithoutBlanks", "<p " + Times(2000000, "n") + ">y"},
         Hostile{"DuplicateIds", Times(20000, "<p id=x><a href=#x>y</a></p>")},
         Hostile{"LongLine", "<p>" + Times(5000000, "word word ") + "end"}),
     [](const auto& row) { return row.param.name; });

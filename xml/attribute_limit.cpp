@@ -14,6 +14,8 @@
 namespace {
 
 constexpr size_t kUnquestioned = 64;  // that many attributes of a tag are always kept
+constexpr size_t kLongestName = 100;  // of libxml2; what follows begins another one
+constexpr std::string_view kDoctype = "!doctype";
 constexpr std::string_view kBlanks = " \t\r\n";
 
 bool IsLetter(char c) {
@@ -45,19 +47,22 @@ class TagReader {
 
   // Goes behind the name of the next start tag; false when there is none.
   bool FindTag() {
-    SkipRawText();
-    for (position = text.find('<', position); position != std::string_view::npos;
+    const bool isRaw = tagName == "script" || tagName == "style";
+    if (isRaw && !text.substr(position).starts_with("/>")) SkipRawText();
+    for (position = text.find('<', position); position < text.size();
          position = text.find('<', position)) {
       ++position;
-      if (text.substr(position).starts_with("!--")) {
-        position = std::min(text.find("-->", position), text.size());
-      } else if (position < text.size() && BeginsName(text[position])) {
-        const size_t start = position;
-        SkipName();
-        tagName = LoweredText(text.substr(start, position - start));
+      const std::string_view rest = text.substr(position);
+      if (rest.starts_with("!--")) {
+        SkipComment();
+      } else if (IsSkipped(rest)) {
+        SkipToTagEnd();
+      } else if (!rest.empty() && IsLetter(rest.front())) {
+        tagName = ReadName();
         return true;
       }
     }
+    position = text.size();
     return false;
   }
 
@@ -66,15 +71,12 @@ class TagReader {
   bool NextAttribute(std::string& name) {
     SkipBlanks();
     if (AtTagEnd()) return false;
-    const size_t start = position;
-    if (BeginsName(text[position])) {
-      SkipName();
+    name = ReadName();
+    if (!name.empty()) {
+      SkipValue();
     } else {
       while (!AtTagEnd() && kBlanks.find(text[position]) == std::string_view::npos) ++position;
     }
-    name.clear();
-    if (BeginsName(text[start])) name = LoweredText(text.substr(start, position - start));
-    if (!name.empty()) SkipValue();
     return true;
   }
 
@@ -85,18 +87,50 @@ class TagReader {
     return position >= text.size() || text[position] == '>' ||
            text.substr(position).starts_with("/>");
   }
+  // Whether what follows a "<" is a document type, an end tag or an instruction; without a name the
+  // "<" stands for itself.
+  static bool IsSkipped(std::string_view rest) {
+    if (LoweredText(rest.substr(0, kDoctype.size())) == kDoctype) return true;
+    if (rest.size() < 2) return false;
+    if (rest[0] == '/') return BeginsName(rest[1]);
+    const bool isBeyondAscii = static_cast<unsigned char>(rest[1]) >= 0x80;
+    return rest[0] == '?' && rest[1] != '.' && (BeginsName(rest[1]) || isBeyondAscii);
+  }
   // What stands in a script or style element are no tags.
   void SkipRawText() {
-    if (tagName != "script" && tagName != "style") return;
     for (position = text.find("</", position); position != std::string_view::npos;
-         position = text.find("</", position + 1)) {
-      if (LoweredText(text.substr(position + 2, tagName.size())) == tagName) return;
+         position = text.find("</", position)) {
+      const size_t start = position;
+      position += 2;
+      if (LoweredText(text.substr(position, tagName.size())) != tagName) continue;
+      if (ReadName() == tagName) {
+        position = start;
+        return;
+      }
+      SkipToTagEnd();
     }
     position = text.size();
   }
+  // From the "!" of a comment.
+  void SkipComment() {
+    if (text.substr(position).starts_with("!-->")) return;
+    const size_t content = position + 3;
+    for (position = text.find("--", position + 2); position != std::string_view::npos;
+         position = text.find("--", position + 1)) {
+      const std::string_view rest = text.substr(position);
+      if (rest.starts_with("-->") || (position >= content && rest.starts_with("--!>"))) return;
+    }
+    position = text.size();
+  }
+  void SkipToTagEnd() { position = std::min(text.find('>', position), text.size()); }
   void SkipBlanks() { position = std::min(text.find_first_not_of(kBlanks, position), text.size()); }
-  void SkipName() {
-    while (position < text.size() && IsInName(text[position])) ++position;
+  // In lower case; empty when there is none.
+  std::string ReadName() {
+    const size_t start = position;
+    if (position == text.size() || !BeginsName(text[position])) return {};
+    const size_t longest = std::min(text.size(), start + kLongestName);
+    while (position < longest && IsInName(text[position])) ++position;
+    return LoweredText(text.substr(start, position - start));
   }
   void SkipValue() {
     SkipBlanks();
@@ -127,8 +161,8 @@ void AddAttributeName(void* attribute, void* names, const xmlChar* /*element*/) 
   static_cast<std::unordered_set<std::string>*>(names)->insert(name);
 }
 
-std::unordered_set<std::string> DeclaredAttributes() {
-  std::unordered_set<std::string> names;
+std::unordered_set<std::string> LastingAttributes() {
+  std::unordered_set<std::string> names = {"recindex"};  // by which a MOBI book names a picture
   const DtdPointer dtd = ParseDtd(kXhtml1StrictDtd[0]);
   if (dtd != nullptr) {
     xmlHashScan(static_cast<xmlHashTable*>(dtd->attributes), AddAttributeName, &names);
@@ -168,7 +202,7 @@ void CopyTag(std::string_view html, TagReader& reader, size_t start,
 
 std::string LimitAttributes(const std::string& html) {
   if (!HasCrowdedTag(html)) return {};
-  const std::unordered_set<std::string> declared = DeclaredAttributes();
+  const std::unordered_set<std::string> declared = LastingAttributes();
   const std::string_view view = html;
   TagReader reader(view);
   std::string out;

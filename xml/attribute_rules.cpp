@@ -5,7 +5,7 @@
 namespace {
 
 constexpr char kXmlLang[] = "xml:lang";
-constexpr size_t kMostMarksInId = 64;
+constexpr size_t kMostPartsOfId = 64;
 
 std::string_view NameOf(const xmlAttr* attr) {
   return reinterpret_cast<const char*>(attr->name);
@@ -97,23 +97,24 @@ XhtmlRepair::Attributes XhtmlRepair::ValidateAttribute(xmlNode* node, xmlAttr* a
   return Attributes::kChanged;
 }
 
-// The list of ids is "|#first|#second|", and an id counts as known when "#" + id + "|" occurs in
-// it. The index holds what can be asked for; only an id with a "|" can lie across entries.
+// An id counts as known when it is another one, or what stands in one between a "#" and a "|" or
+// the ends of it; the index holds all that can be asked for.
 bool XhtmlRepair::IsRegistered(const std::string& id) const {
-  if (id.find('|') != std::string::npos) {
-    return page.idList.find("#" + id + "|") != std::string::npos;
-  }
   return page.knownIds.count(id) != 0;
 }
 
 void XhtmlRepair::Register(const std::string& id, const xmlNode* owner) {
   page.idOwners.insert(owner);
-  page.idList += "#" + id + "|";
-  size_t begin = 0;
-  for (size_t mark = 0; mark < kMostMarksInId; ++mark) {
-    const bool isWhole = begin == 0 || (begin >= 2 && id[begin - 2] == '|');
-    page.knownIds[id.substr(begin, id.find('|', begin) - begin)] |= isWhole;
-    begin = id.find('#', begin) + 1;
-    if (begin == 0) return;
+  page.knownIds.insert(id);
+  if (id.find_first_of("#|") == std::string::npos) return;
+  size_t parts = 0;
+  for (size_t begin = 0; begin != std::string::npos;) {
+    for (size_t end = id.find('|', begin);; end = id.find('|', end + 1)) {
+      if (parts++ == kMostPartsOfId) return;
+      page.knownIds.insert(id.substr(begin, end - begin));
+      if (end == std::string::npos) break;
+    }
+    begin = id.find('#', begin);
+    if (begin != std::string::npos) ++begin;
   }
 }

@@ -5,13 +5,13 @@
 
 #include <cstdlib>
 #include <memory>
-#include <mutex>
 
 #include "fileutil/output_file.h"
 #include "platform/kav_tool/kav_tool.h"
 #include "xml/error_silence.h"
 #include "xml/text_gate.h"
 #include "xml/xml_base.h"
+#include "xml/xml_text.h"
 
 namespace {
 
@@ -20,22 +20,12 @@ constexpr char kXhtml11PublicId[] = "-//W3C//DTD XHTML 1.1//EN";
 constexpr char kXhtml11SystemId[] = "http://www.w3.org/TR/xhtml11/DTD/xhtml11.dtd";
 constexpr char kSavedEncoding[] = "UTF-8";
 
-const xmlChar* Xml(const char* text) {
-  return reinterpret_cast<const xmlChar*>(text);
-}
-
-const xmlChar* Xml(const std::string& text) {
-  return Xml(text.c_str());
-}
-
 std::string_view View(const char* text) {
   return text == nullptr ? "" : text;
 }
 
-// libxml2 must be set up once before threads use it.
 xmlDoc* NewDocument() {
-  static std::once_flag once;
-  std::call_once(once, xmlInitParser);
+  SetUpLibxml2();
   return xmlNewDoc(Xml(kXmlVersion));
 }
 
@@ -47,16 +37,10 @@ void FreeDocument(xmlDoc*& doc) {
   doc = nullptr;
 }
 
-// libxml2 alone would let a name pass that ends in bytes which are not UTF-8.
-bool IsXmlName(const char* name) {
-  return KavIsStrNullOrEmpty(name) == 0 && xmlCheckUTF8(Xml(name)) != 0 &&
-         xmlValidateNameValue(Xml(name)) != 0;
-}
-
 // A name that XML does not know is passed over; a second attribute of one name would not be
 // well-formed either, so the last value counts. False when memory runs out.
 bool SetAttribute(xmlNode* element, const char* name, const char* value) {
-  if (!IsXmlName(name)) return true;
+  if (!IsXmlName(Xml(name))) return true;
   return xmlSetProp(element, Xml(name), Xml(ToXmlCharacters(View(value)))) != nullptr;
 }
 
@@ -111,7 +95,7 @@ std::uint32_t XMLBase::InitForOpf() {
 }
 
 std::uint32_t XMLBase::AppendElement(const char* parentPath, const char* name, xmlNode*& element) {
-  if (!IsXmlName(name)) return EPUB_E_ARGUMENT;
+  if (!IsXmlName(Xml(name))) return EPUB_E_ARGUMENT;
   if (parentPath != nullptr) {
     xmlNode* parent = FindByRule(parentPath);
     if (parent == nullptr) return EPUB_E_NOT_FOUND;
@@ -164,7 +148,7 @@ std::uint32_t XMLBase::SetNodeAttribute(const char* path, const char* name, cons
   if (KavIsStrNullOrEmpty(path) != 0) return EPUB_E_ARGUMENT;
   xmlNode* element = FindByRule(path);
   if (element == nullptr) return EPUB_E_NOT_FOUND;
-  if (!IsXmlName(name)) return EPUB_E_ARGUMENT;
+  if (!IsXmlName(Xml(name))) return EPUB_E_ARGUMENT;
   if (!SetAttribute(element, name, value)) incomplete = true;
   return EPUB_OK;
 }

@@ -203,20 +203,15 @@ int XMLBase::Repair(xmlDtd* dtd, xmlNode* body) {
   return EPUB_OK;
 }
 
-// A link stays when its id was found in the walk and is still there: links that are neutralised
-// take their own ids along, which leaves others without a target.
+// A link stays when its id is still there: links that are neutralised take their own ids along,
+// which leaves others without a target.
 void XMLBase::NeutralizeDeadFragments(const std::unordered_set<xmlNode*>& deleted) {
   std::unordered_map<std::string, std::vector<xmlNode*>> linksTo;
   for (; !anchorLinks.empty(); anchorLinks.pop_back()) {
     xmlNode* link = anchorLinks.back();
     if (deleted.count(link) != 0) continue;
     const auto href = AttributeOf(link, "href");
-    if (!href) continue;
-    if (IsLiveFragment(*href)) {
-      linksTo[*href].push_back(link);
-    } else {
-      Neutralize(link);
-    }
+    if (href) linksTo[*href].push_back(link);
   }
   const std::unordered_set<std::string> targets = FragmentsBelow(root);
   std::vector<std::string> dead;
@@ -231,14 +226,6 @@ void XMLBase::NeutralizeDeadFragments(const std::unordered_set<xmlNode*>& delete
       Neutralize(link);
     }
   }
-}
-
-// Whether "|" + href + "|" occurs in the list of ids.
-bool XMLBase::IsLiveFragment(const std::string& href) const {
-  if (href.find('|') != std::string::npos)
-    return idList.find("|" + href + "|") != std::string::npos;
-  const auto known = href.starts_with('#') ? knownIds.find(href.substr(1)) : knownIds.end();
-  return known != knownIds.end() && known->second;
 }
 
 int XMLBase::xhtmlValidateDtd(xmlValidCtxt* ctxt, xmlDoc* document, xmlDtd* dtd) {

@@ -12,10 +12,10 @@
 
 #include "platform/utf8.h"
 #include "xml/text_gate.h"
+#include "xml/xml_text.h"
 
 namespace {
 
-constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr char kLastResort[] = "windows-1252";
 constexpr size_t kDeclarationArea = 4096;  // a declaration stands near the beginning
@@ -60,8 +60,8 @@ constexpr struct {
     {"x-user-defined", kLastResort},
 };
 
-// A declaration that could be read as ASCII cannot be true of these.
-constexpr std::string_view kWideUnits[] = {"utf-16", "utf-32", "ucs-2", "ucs-4"};
+// What a declaration is written in.
+constexpr std::string_view kMarkup = "<meta charset=\"az-09\">";
 
 std::string Lowered(std::string_view text) {
   std::string lowered(text);
@@ -137,29 +137,18 @@ Converter ConverterFrom(const char* encoding) {
   return Converter(isUnknown ? nullptr : converter);
 }
 
-Converter ConverterFromDeclared(std::string_view declared) {
-  for (const auto& [name, encoding] : kWiderEncodings) {
-    if (name == declared) return ConverterFrom(encoding);
-  }
-  const bool isWide =
-      std::any_of(std::begin(kWideUnits), std::end(kWideUnits),
-                  [&](std::string_view name) { return declared.starts_with(name); });
-  if (declared.empty() || declared.starts_with("utf-8") || declared == "utf8" || isWide) {
-    return nullptr;
-  }
-  return ConverterFrom(std::string(declared).c_str());
-}
-
+// Converts all of bytes; what none or a half of a character is becomes U+FFFD.
 std::string Convert(const Converter& converter, std::string_view bytes) {
   std::string text;
   std::array<char, kConversionChunk> chunk;
   auto* input = const_cast<char*>(bytes.data());  // iconv() only reads there
   size_t inputLeft = bytes.size();
-  while (inputLeft > 0) {
+  for (bool isFlushed = false; !isFlushed;) {
     char* output = chunk.data();
     size_t outputLeft = chunk.size();
-    const bool failed =
-        iconv(converter.get(), &input, &inputLeft, &output, &outputLeft) == static_cast<size_t>(-1);
+    isFlushed = inputLeft == 0;  // then the converter may hold the last character back
+    const bool failed = iconv(converter.get(), isFlushed ? nullptr : &input, &inputLeft, &output,
+                              &outputLeft) == static_cast<size_t>(-1);
     const int error = failed ? errno : 0;
     text.append(chunk.data(), chunk.size() - outputLeft);
     if (error == EILSEQ || error == EINVAL) {
@@ -169,6 +158,17 @@ std::string Convert(const Converter& converter, std::string_view bytes) {
     }
   }
   return text;
+}
+
+// A declaration that could be read as ASCII is true only of an encoding that contains ASCII.
+Converter ConverterFromDeclared(std::string_view declared) {
+  for (const auto& [name, encoding] : kWiderEncodings) {
+    if (name == declared) return ConverterFrom(encoding);
+  }
+  if (declared.empty() || declared.starts_with("utf-8") || declared == "utf8") return nullptr;
+  Converter converter = ConverterFrom(std::string(declared).c_str());
+  if (converter == nullptr || Convert(converter, kMarkup) != kMarkup) return nullptr;
+  return converter;
 }
 
 // The converter that non-UTF-8 bytes need; null when they are best read as UTF-8 all the same.

@@ -6,10 +6,10 @@
 #include <libxml/parser.h>
 
 #include <climits>
-#include <mutex>
 
 #include "xml/attribute_limit.h"
 #include "xml/error_silence.h"
+#include "xml/xml_text.h"
 
 namespace {
 
@@ -64,8 +64,7 @@ void Characters(void* context, const xmlChar* text, int length) {
 }  // namespace
 
 XmlDocument ParseHtml(const std::string& html, const char* encoding, int options) {
-  static std::once_flag once;
-  std::call_once(once, xmlInitParser);  // libxml2 must be set up once before threads use it
+  SetUpLibxml2();
   const ErrorSilence silence;
   const std::string limited = LimitAttributes(html);
   const std::string& source = limited.empty() ? html : limited;

@@ -60,9 +60,12 @@ bool XMLBase::NeutralizeLinks(const std::string& path,
   for (xmlNode* node = page.root; node != nullptr; node = NextElement(node)) {
     const xmlAttr* href = NameOf(node) == "a" ? FindAttribute(node, Xml("href")) : nullptr;
     if (href == nullptr || href->children == nullptr) continue;
-    if (references.count(reinterpret_cast<const char*>(href->children->content)) == 0) continue;
+    const std::string target = reinterpret_cast<const char*>(href->children->content);
+    if (target.starts_with('#')) page.anchorLinks.push_back(node);
+    if (references.count(target) == 0) continue;
     Neutralize(node);
     hasChanged = true;
   }
+  if (hasChanged) page.NeutralizeDeadFragments({});  // ids have gone with their links
   return !hasChanged || page.SaveFile(path.c_str()) == EPUB_OK;
 }

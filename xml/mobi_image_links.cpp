@@ -15,6 +15,7 @@
 #include "xml/html_encoding.h"
 #include "xml/html_parser.h"
 #include "xml/repair_state.h"
+#include "xml/text_gate.h"
 #include "xml/well_formed.h"
 #include "xml/xml_base.h"
 
@@ -42,7 +43,7 @@ void Delete(xmlNode* node) {
 
 void ReplaceByImage(xmlNode* node, const std::string& source) {
   xmlNode* image = xmlNewDocNode(node->doc, nullptr, Xml("img"), nullptr);
-  if (image != nullptr) xmlNewProp(image, Xml("src"), Xml(source.c_str()));
+  if (image != nullptr) xmlNewProp(image, Xml("src"), Xml(ToXmlCharacters(source).c_str()));
   xmlReplaceNode(node, image);
   xmlFreeNode(node);
 }

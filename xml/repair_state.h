@@ -10,6 +10,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "xml/xml_text.h"
+
 struct TRepairState {
   xmlError* lastError = nullptr;    // libxml2 fills it before it calls a handler
   xmlAttr** currentAttr = nullptr;  // the attribute being validated
@@ -31,10 +33,6 @@ struct TRepairState {
   TRepairState(const TRepairState&) = delete;
   TRepairState& operator=(const TRepairState&) = delete;
 };
-
-inline const xmlChar* Xml(const char* text) {
-  return reinterpret_cast<const xmlChar*>(text);
-}
 
 // The name of a node; empty for one that has none.
 inline std::string_view NameOf(const xmlNode* node) {

@@ -10,10 +10,10 @@
 #include <cstdint>
 
 #include "platform/utf8.h"
+#include "xml/xml_text.h"
 
 namespace {
 
-constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
 // The longest name that HTML knows is "thetasym"; a longer one need not be looked up.
 constexpr size_t kLongestEntityName = 8;
 

@@ -11,10 +11,6 @@
 
 namespace {
 
-bool IsXmlName(const xmlChar* name) {
-  return name != nullptr && xmlValidateNameValue(name) != 0;
-}
-
 void RepairElement(xmlNode* element) {
   if (!IsXmlName(element->name)) xmlNodeSetName(element, Xml("span"));
   for (xmlAttr* attr = element->properties; attr != nullptr;) {

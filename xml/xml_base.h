@@ -159,8 +159,9 @@ class KAV_EPUB_API XMLBase {
   // the order in which GetXhtmlExternSource hands them out, all of which must still be there.
   KAV_EPUB_LOCAL void PointLinks(const std::vector<std::string>& references);
 
-  // Turns the links of a saved page to any of the references into marked text. False when the file
-  // could not be read or, if it has such links, written again.
+  // Turns the links of a saved page to any of the references into marked text, and those to ids
+  // that go with them. False when the file could not be read or, if it has such links, written
+  // again.
   KAV_EPUB_LOCAL static bool NeutralizeLinks(const std::string& path,
                                              const std::unordered_set<std::string>& references);
 
@@ -178,7 +179,6 @@ class KAV_EPUB_API XMLBase {
   KAV_EPUB_LOCAL int TakeOverBody(const char* htmlPath, const char* title, xmlNode*& body);
   KAV_EPUB_LOCAL int Repair(xmlDtd* dtd, xmlNode* body);
   KAV_EPUB_LOCAL void NeutralizeDeadFragments(const std::unordered_set<xmlNode*>& deleted);
-  KAV_EPUB_LOCAL bool IsLiveFragment(const std::string& href) const;
 
   xmlDoc* doc = nullptr;
   xmlNode* root = nullptr;
@@ -192,10 +192,8 @@ class KAV_EPUB_API XMLBase {
   TRepairState* repairState = nullptr;
   // The directory of the HTML file.
   std::string baseDir;
-  // The ids of the page, as "|#first|#second|", the same as an index (true for an id, false for
-  // what follows a "#" in one), and their elements.
-  std::string idList = "|";
-  std::unordered_map<std::string, bool> knownIds;
+  // The ids of the page, with their parts that count as ids too, and their elements.
+  std::unordered_set<std::string> knownIds;
   std::unordered_set<const xmlNode*> idOwners;
   std::int32_t inBody = 0;
   // For the elements that refer to local files: the how-manieth file it was.

@@ -11,7 +11,7 @@ _kavepub() {
       options+=" --paragraphs --separate --work-dir -j --jobs -f --force -n --dry-run -q --quiet --json"
       ;;
     info) options="$common --json" ;;
-    preview) options="$common -o --output" ;;
+    preview) options="$common -o --output -f --force" ;;
     *) options="$common --version" ;;
   esac
 

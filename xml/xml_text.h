@@ -1,0 +1,33 @@
+// The few helpers that every user of libxml2 here needs: its string type, names and set-up.
+#ifndef KAV_EPUB_XML_TEXT_H
+#define KAV_EPUB_XML_TEXT_H
+
+#include <libxml/parser.h>
+#include <libxml/valid.h>
+
+#include <mutex>
+#include <string>
+#include <string_view>
+
+inline constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
+
+inline const xmlChar* Xml(const char* text) {
+  return reinterpret_cast<const xmlChar*>(text);
+}
+
+inline const xmlChar* Xml(const std::string& text) {
+  return Xml(text.c_str());
+}
+
+// libxml2 alone would let a name pass that ends in bytes which are not UTF-8.
+inline bool IsXmlName(const xmlChar* name) {
+  return name != nullptr && xmlCheckUTF8(name) != 0 && xmlValidateNameValue(name) != 0;
+}
+
+// libxml2 must be set up once before threads use it.
+inline void SetUpLibxml2() {
+  static std::once_flag once;
+  std::call_once(once, xmlInitParser);
+}
+
+#endif
