@@ -67,7 +67,7 @@ class Sites(ToolTest):
         self.assertEqual(expected - words, Counter())
         book.check_all(self, messages)
         self.check_validity(book)
-        drawn = run("mutool", "draw", "-r", "30", "-o", self.dir / "page.png", book.path, "2")
+        drawn = run("mutool", "draw", "-a", "-r", "30", "-o", self.dir / "page.png", book.path, "2")
         self.assertEqual(drawn.returncode, 0, drawn.stderr)
 
     def check_validity(self, book):

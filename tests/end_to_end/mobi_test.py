@@ -42,7 +42,7 @@ class Books(ToolTest):
                 self.check_inner_links(body)
                 self.check_pictures(book, body)
                 book.check_all(self, ALLOWED)
-                drawn = run("mutool", "draw", "-r", "30", "-o", self.dir / "p.png", book.path, "3")
+                drawn = run("mutool", "draw", "-a", "-r", "30", "-o", self.dir / "p.png", book.path, "3")
                 self.assertEqual(drawn.returncode, 0, drawn.stderr)
 
     def check_words(self, body):

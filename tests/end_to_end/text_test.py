@@ -52,7 +52,7 @@ class RealBooks(ToolTest):
         lines = re.findall(rb"[^\n]{0,253}\n|[^\n]{254}|[^\n]+", data)
         self.assertEqual(len(book.spine), -(-len(lines) // 60))
         for page in {1, len(book.spine) // 2 + 1}:
-            drawn = run("mutool", "draw", "-r", "30", "-o", self.dir / "page.png", book.path, page)
+            drawn = run("mutool", "draw", "-a", "-r", "30", "-o", self.dir / "page.png", book.path, page)
             self.assertEqual(drawn.returncode, 0, drawn.stderr)
 
     def test_sample(self):
