@@ -24,13 +24,14 @@ void PrintForMachines(const std::filesystem::path& book, const BookInfo& info) {
 }
 
 void PrintForPeople(const std::filesystem::path& book, const BookInfo& info) {
-  Say(OneLine(book.string()));
-  Say("  Format    " + info.format);
-  Say("  Title     " + OneLine(info.title));
-  Say("  Author    " + OneLine(info.author));
-  if (info.pages > 0) Say("  Pages     " + std::to_string(info.pages));
-  Say("  Pictures  " + std::to_string(info.pictures));
-  Say("  Size      " + std::to_string(info.bytes) + " bytes");
+  std::string text = OneLine(book.string());
+  text += "\n  Format    " + info.format;
+  text += "\n  Title     " + OneLine(info.title);
+  text += "\n  Author    " + OneLine(info.author);
+  if (info.pages > 0) text += "\n  Pages     " + std::to_string(info.pages);
+  text += "\n  Pictures  " + std::to_string(info.pictures);
+  text += "\n  Size      " + std::to_string(info.bytes) + " bytes";
+  Say(text);
 }
 
 }  // namespace

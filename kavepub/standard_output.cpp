@@ -39,6 +39,8 @@ void Say(const std::string& line) {
 bool AllWasSaid() {
   Note(std::fflush(stdout) == 0);
   if (firstError == 0 && std::ferror(stdout) == 0) return true;
+  // A reader that went away, like "head", has what it wanted.
+  if (firstError == EPIPE) return false;
   const int error = firstError == 0 ? EIO : firstError;
   std::fprintf(stderr,
                "kavepub: standard output: %s; what was to be said is lost, send it to a file or "

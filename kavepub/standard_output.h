@@ -11,7 +11,7 @@ void GuardStandardStreams();
 // Writes a line, at once. When its reader has gone, the call is interrupted: nobody waits for it.
 void Say(const std::string& line);
 
-// Says on standard error when something that was said got lost. False then.
+// False when something that was said got lost; says so on standard error, unless the reader went.
 bool AllWasSaid();
 
 #endif

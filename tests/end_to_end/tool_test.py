@@ -279,8 +279,7 @@ class StandardStreams(Files):
         for i in range(500):
             self.write(f"lib/{i}.txt")
         code, out, message = self.shell('set -o pipefail; $K convert lib --json | head -n 1')
-        self.assertEqual((code, out.count("\n")), (1, 1))
-        self.assertRegex(message, "^kavepub: standard output: Broken pipe; .*\n$")
+        self.assertEqual((code, out.count("\n"), message), (1, 1, ""))
         self.assertLess(len(self.books()), 500)  # nobody waits for them
 
 
