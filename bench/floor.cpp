@@ -3,9 +3,9 @@
 //   floor [--no-sync] PLAN WORKDIR OUTPUT [MOBI]
 //
 // Every entry of the plan is written into the working directory and, from memory, into the
-// container, which is synchronised and renamed into its place; then the working directory goes. HTML
-// pages are parsed and saved by libxml2 on the way. Of a MOBI book, libmobi extracts the page and
-// the pictures first, for the plan to name them.
+// container, which is synchronised and renamed into its place; then the working directory goes.
+// HTML pages are parsed and saved by libxml2 on the way. Of a MOBI book, libmobi extracts the page
+// and the pictures first, for the plan to name them.
 #include <fcntl.h>
 #include <libdeflate.h>
 #include <libxml/HTMLparser.h>

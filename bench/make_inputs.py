@@ -20,8 +20,8 @@ import old_books  # pylint: disable=wrong-import-position
 MB = 1_000_000
 VOCABULARY = 20_000
 POOL = 20_000  # paragraphs to choose from: far more than a deflated page can look back on
-LETTERS = ("etaoinshrdlucmfwygpbvkxqjz", [13, 9, 8, 8, 7, 7, 6, 6, 6, 4, 4, 3, 3, 2.5, 2.2, 2.2, 2,
-                                          2, 2, 1.5, 1, .8, .2, .1, .1, .1])
+SYLLABLES = [onset + vowel + coda for onset in ("b", "c", "d", "f", "h", "l", "m", "s", "t", "th", "w")
+             for vowel in "aeio" for coda in ("", "n", "r")]
 HANZI = [chr(0x4E00 + 7 * number) for number in range(2500)]
 
 # What is wrong with pages as they are found: {0} is a text, {1} a number, {2} a link.
@@ -35,8 +35,7 @@ FAULTS = ["<p>{0}</p>\n", "<p>{0}\n", "<P ALIGN=center>{0}</P>\n", "<p id=p{1}>{
 
 
 def english_word(rng, rank):
-    length = rng.randint(1, 4) if rank < 100 else rng.randint(3, 10)
-    return "".join(rng.choices(*LETTERS, k=length))
+    return "".join(rng.choices(SYLLABLES, k=1 if rank < 100 else rng.randint(1, 4)))
 
 
 def chinese_word(rng, rank):
@@ -45,16 +44,22 @@ def chinese_word(rng, rank):
 
 
 def paragraphs(rng, make_word, blank, comma, stop):
-    """A pool of paragraphs of three to eight sentences."""
+    """A pool of paragraphs of three to eight sentences, each with words of a topic of its own."""
     words = [make_word(rng, rank) for rank in range(VOCABULARY)]
     sums = list(itertools.accumulate(1 / (rank + 2.7) for rank in range(VOCABULARY)))
 
-    def sentence():
-        chosen = rng.choices(words, cum_weights=sums, k=rng.randint(5, 25))
+    def sentence(topic):
+        chosen = rng.choices(words, cum_weights=sums, k=rng.randint(4, 20))
+        chosen += rng.choices(topic, k=len(chosen) // 4)
+        rng.shuffle(chosen)
         middle = len(chosen) // 2
         return (blank.join(chosen[:middle]) + comma + blank.join(chosen[middle:])).capitalize() + stop
 
-    return [blank.join(sentence() for _ in range(rng.randint(3, 8))) for _ in range(POOL)]
+    def paragraph():
+        topic = rng.choices(words, cum_weights=sums, k=10)
+        return blank.join(sentence(topic) for _ in range(rng.randint(3, 8)))
+
+    return [paragraph() for _ in range(POOL)]
 
 
 def english(rng):

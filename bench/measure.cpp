@@ -2,9 +2,9 @@
 //
 //   measure LIMIT COMMAND [ARGUMENT...]
 //
-// Its output is discarded; after LIMIT seconds it is killed with all its processes. A process begins
-// with the peak memory of the one that it comes from, so a host larger than this little one would
-// spoil the figure.
+// Its output is discarded; after LIMIT seconds it is killed with all its processes. A process
+// begins with the peak memory of the one that it comes from, so a host larger than this little one
+// would spoil the figure.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>

@@ -75,7 +75,7 @@ void LineClassifier(State& state) {
   CountBytes(state, line.size());
   state.SetComplexityN(state.range(0));
 }
-BENCHMARK(LineClassifier)->RangeMultiplier(8)->Range(64, 1 << 18)->Complexity(benchmark::oN);
+BENCHMARK(LineClassifier)->RangeMultiplier(8)->Range(64, 1 << 18)->Complexity();
 
 void TextGate(State& state) {
   const std::string text = Sample(Size(state));
@@ -83,7 +83,7 @@ void TextGate(State& state) {
   CountBytes(state, text.size());
   state.SetComplexityN(state.range(0));
 }
-BENCHMARK(TextGate)->RangeMultiplier(8)->Range(64, 1 << 18)->Complexity(benchmark::oN);
+BENCHMARK(TextGate)->RangeMultiplier(8)->Range(64, 1 << 18)->Complexity();
 
 // A look-up by a path in a package document of n items, and nothing else but a constant attribute.
 void NodePathLookup(State& state) {
@@ -100,7 +100,7 @@ void NodePathLookup(State& state) {
   }
   state.SetComplexityN(state.range(0));
 }
-BENCHMARK(NodePathLookup)->RangeMultiplier(10)->Range(1000, 100000)->Complexity(benchmark::o1);
+BENCHMARK(NodePathLookup)->RangeMultiplier(10)->Range(1000, 100000)->Complexity();
 
 // A manifest and a spine of n pages from nothing.
 void PackageRecords(State& state) {
@@ -117,17 +117,49 @@ BENCHMARK(PackageRecords)
     ->RangeMultiplier(10)
     ->Range(1000, 100000)
     ->Unit(benchmark::kMillisecond)
-    ->Complexity(benchmark::oN);
+    ->Complexity();
 
-// A page of n paragraphs, each with faults, from the file to the repaired tree.
-void RepairWalk(State& state) {
+// Pages that grow in one way each; {} is a number of the repeated piece.
+constexpr struct {
+  const char* name;
+  const char* begin;
+  const char* piece;
+  const char* end;
+} kPages[] = {
+    {"usual faults", "",
+     "<p align=center id=i{}><font>one</font> <a href=#i{} onclick=x>two</a>\n"
+     "<center><nobr>three</nobr> & <b>four<i> five</b></i></center>\n",
+     ""},
+    {"elements", "", "<p>text</p>\n", ""},
+    {"ids and fragments", "", "<p id=i{}><a href=#i{}>x</a><a href=#none{}>y</a></p>", ""},
+    {"bad elements in a body", "", "<center>x</center>", ""},
+    {"bad elements in a div", "<div>", "<font>x</font><u>y</u>", "</div>"},
+    {"bad objects in a paragraph", "<p>", "<object>x</object>", "</p>"},
+    {"bad elements in a list", "<ul>", "<font>x</font>", "</ul>"},
+    {"bad elements in an unknown one", "<d>", "<center>x</center>", "</d>"},
+    {"links in a list", "<ul>", "<a href=#x>x</a>", "</ul>"},
+    {"bad attributes of one element", "<p", " a{}=v", ">x</p>"},
+    {"bad attributes of many", "", "<p align=left nonsense=1>x</p>", ""},
+    {"nested elements", "", "<div><b>", ""},
+    {"nested elements and stray ends", "", "<div></i>", ""},
+    {"duplicate ids", "", "<p id=same>x</p>", ""},
+    {"one line", "", "word ", ""},
+};
+
+// From the file to the repaired tree.
+void RepairWalk(State& state, const auto& shape) {
   const ScratchDir dir;
   std::ofstream(dir / "strict.dtd") << kXhtml1StrictDtd[0];
   std::ofstream page(dir / "page.html");
+  page << "<html><body>" << shape.begin;
   for (size_t i = 0; i < Size(state); ++i) {
-    page << "<p align=center id=i" << i << "><font>one</font> <a href=#i" << i / 2
-         << " onclick=x>two</a>\n<center><nobr>three</nobr> & <b>four<i> five</b></i></center>\n";
+    std::string piece = shape.piece;
+    for (size_t at; (at = piece.find("{}")) != std::string::npos;) {
+      piece.replace(at, 2, std::to_string(i));
+    }
+    page << piece;
   }
+  page << shape.end << "</body></html>";
   page.close();
   for (auto _ : state) {
     XMLBase document;
@@ -138,11 +170,37 @@ void RepairWalk(State& state) {
   }
   state.SetComplexityN(state.range(0));
 }
-BENCHMARK(RepairWalk)
+
+void RegisterRepairWalks() {
+  for (const auto& shape : kPages) {
+    const std::string name = std::string("RepairWalk, ") + shape.name;
+    benchmark::RegisterBenchmark(name.c_str(), [&shape](State& state) { RepairWalk(state, shape); })
+        ->RangeMultiplier(10)
+        ->Range(1000, 100000)
+        ->Unit(benchmark::kMillisecond)
+        ->Complexity();
+  }
+}
+
+// The import of n pages, each of which links to the next.
+void PageChain(State& state) {
+  const ScratchDir dir;
+  for (size_t i = 0; i < Size(state); ++i) {
+    std::ofstream(dir / (std::to_string(i) + ".html")) << "<a href=" << i + 1 << ".html>next</a>";
+  }
+  for (auto _ : state) {
+    EpubBase book;
+    book.Init((dir / "").c_str(), "", "");
+    const int code = book.AddHTHLToEpub((dir / "0.html").c_str());
+    if (code != EPUB_OK) state.SkipWithError("the pages cannot be imported");
+  }
+  state.SetComplexityN(state.range(0));
+}
+BENCHMARK(PageChain)
     ->RangeMultiplier(10)
     ->Range(100, 10000)
     ->Unit(benchmark::kMillisecond)
-    ->Complexity(benchmark::oN);
+    ->Complexity();
 
 // A directory of n pages into a container, synchronised with the disk.
 void Packer(State& state) {
@@ -162,7 +220,7 @@ BENCHMARK(Packer)
     ->RangeMultiplier(10)
     ->Range(100, 10000)
     ->Unit(benchmark::kMillisecond)
-    ->Complexity(benchmark::oN);
+    ->Complexity();
 
 // The pages deflated one by one, as the packer does it, at each level; and what is left of them.
 void Deflate(State& state, const auto& deflatedSize) {
@@ -221,6 +279,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "Usage: microbench PLAN [--benchmark_...]\n");
     return 2;
   }
+  RegisterRepairWalks();
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
   return 0;

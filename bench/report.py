@@ -69,11 +69,11 @@ def targets(results):
             add(f"{input_name(result)}: peak memory", 12 + 0.002 * result.pages,
                 result.peak_kib * KIB / MB, " MB")
 
-    base, small, large = [result for result in results
-                          if (result.kind, result.program) == ("pages", "engine")]
+    base, small, large = (result for result in results
+                          if (result.kind, result.program) == ("pages", "engine"))
     add(f"{large.size:,} pages: wall time, in {small.size:,} pages", 10.5,
         large.wall_s / small.wall_s)
-    add("… memory above that of one page", 10.5,
+    add(f"{large.size:,} pages: memory above that of one page, in {small.size:,} pages", 10.5,
         (large.peak_kib - base.peak_kib) / (small.peak_kib - base.peak_kib))
     start = next(result for result in results if result.kind == "start-up")
     add("`kavepub --version`: CPU time", 5, start.cpu_s * 1000, " ms")
