@@ -17,7 +17,7 @@ Result = collections.namedtuple(
     "Result", "kind size pages program rounds wall_s cpu_s peak_kib book_bytes")
 
 NAMES = {"english": "English text", "chinese": "Chinese text", "html": "site of HTML pages",
-         "mobi": "MOBI book", "pages": "text of short pages"}
+         "mobi": "MOBI book", "pages": "short pages of text"}
 HEAD = ["| Input | Program | Rounds | Wall s | CPU s | Peak MB | Book MB "
         "| Wall ÷ floor | CPU ÷ floor | Peak ÷ floor | Wall ÷ engine |",
         "|---|---|--:|--:|--:|--:|--:|--:|--:|--:|--:|"]
@@ -29,8 +29,10 @@ def find(results, kind, size, program):
 
 
 def input_name(result):
-    unit = f"{result.size:,} pages" if result.kind == "pages" else f"{result.size} MB"
-    return result.kind if result.size == 0 else f"{NAMES.get(result.kind, result.kind)}, {unit}"
+    if result.size == 0:
+        return result.kind
+    unit = f"{result.size:,}" if result.kind == "pages" else f"{result.size} MB"
+    return f"{NAMES.get(result.kind, result.kind)}, {unit}"
 
 
 def rows(results):
@@ -96,6 +98,10 @@ def levels(micro):
     return lines
 
 
+def figure(value):
+    return f"{value:.3g}" if value < 1000 else f"{value:,.0f}"
+
+
 def complexity(micro):
     """The fits, and the times they are made of."""
     lines = ["| Part | Fit | Root mean square | CPU time for each n |", "|---|---|--:|---|"]
@@ -104,10 +110,10 @@ def complexity(micro):
         if "big_o" not in fit:
             continue
         name = fit["run_name"]
-        times = [f"{int(run['name'].split('/')[1]):,}: {run['cpu_time']:.3g} {run['time_unit']}"
+        times = [f"{int(run['name'].split('/')[1]):,}: {figure(run['cpu_time'])} {run['time_unit']}"
                  for run in micro if run["name"].startswith(name + "/")]
         order = "constant" if fit["big_o"] == "(1)" else fit["big_o"]
-        lines.append(f"| {name} | {order} × {fit['cpu_coefficient']:.3g} {fit['time_unit']} "
+        lines.append(f"| {name} | {order} × {figure(fit['cpu_coefficient'])} {fit['time_unit']} "
                      f"| {deviations[name] * 100:.0f} % | {'; '.join(times)} |")
     return lines
 
@@ -123,9 +129,9 @@ def machine():
 
 def plot(results, path, field, label, factor):
     """Four plots of a figure over the size, in one picture."""
-    script = ["set terminal svg size 900,700 font 'sans,12' background '#ffffff'",
+    script = ["set terminal svg size 1100,700 font 'sans,12' background '#ffffff'",
               f"set output '{path}'", "set multiplot layout 2,2", "set logscale xy", "set grid",
-              "set key left top", "set xlabel 'input, MB'", f"set ylabel '{label}'",
+              "set key outside right top", "set xlabel 'input, MB'", f"set ylabel '{label}'",
               "set format y '%g'"]
     for kind in ("english", "chinese", "html", "mobi"):
         lines = collections.defaultdict(list)
