@@ -1,0 +1,46 @@
+// Writes an XML document from its first element to its last, without holding it in memory.
+#ifndef KAV_EPUB_DOCUMENT_WRITER_H
+#define KAV_EPUB_DOCUMENT_WRITER_H
+
+#include <libxml/xmlwriter.h>
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <string>
+
+#include "fileutil/output_file.h"
+#include "xml/error_silence.h"
+#include "xml/xml_base.h"
+
+// Texts and attribute values may hold any bytes, as those of XMLBase, but "&" stands for itself.
+// The bytes written are those that XMLBase::SaveFile writes for the same document.
+class DocumentWriter {
+ public:
+  enum class Type { kNone, kXhtml11 };
+
+  DocumentWriter(const std::string& path, Type type);
+
+  void Begin(const char* name, std::initializer_list<XmlAttribute> attributes = {});
+  void Text(const std::string& text);
+  void End();
+
+  // A whole element, empty or with a text.
+  void Element(const char* name, std::initializer_list<XmlAttribute> attributes,
+               const std::string& text = {});
+
+  // Ends the document. EPUB_E_WRITE when the file could not be opened or has not taken all of it,
+  // or memory ran out.
+  std::uint32_t Close();
+
+ private:
+  void Check(int result) { failed = failed || result < 0; }
+
+  ErrorSilence silence;
+  OutputFile file;
+  std::unique_ptr<xmlTextWriter, decltype(&xmlFreeTextWriter)> writer{nullptr, &xmlFreeTextWriter};
+  xmlOutputBuffer* buffer = nullptr;  // owned by the writer
+  bool failed = false;
+};
+
+#endif
