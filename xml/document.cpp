@@ -153,7 +153,7 @@ std::uint32_t XMLBase::SaveFile(const char* fileName) {
   // libxml2 takes a file name for a URI, in which "%20" is a blank, so it is not shown the name.
   OutputFile file(fileName);
   if (!file.IsOpen()) return EPUB_E_WRITE;
-  xmlOutputBuffer* buffer = NewOutputBuffer(file, xmlFindCharEncodingHandler(kSavedEncoding));
+  xmlOutputBuffer* buffer = NewOutputBuffer(file);
   if (buffer == nullptr) return EPUB_E_WRITE;
   const int written = xmlSaveFileTo(buffer, doc, kSavedEncoding);
   return file.Close() && written >= 0 && !incomplete ? EPUB_OK : EPUB_E_WRITE;

@@ -8,7 +8,7 @@
 
 DocumentWriter::DocumentWriter(const std::string& path, Type type) : file(path) {
   SetUpLibxml2();
-  if (file.IsOpen()) buffer = NewOutputBuffer(file, nullptr);
+  if (file.IsOpen()) buffer = NewOutputBuffer(file);
   if (buffer != nullptr) writer.reset(xmlNewTextWriter(buffer));
   if (writer == nullptr) {
     xmlOutputBufferClose(buffer);

@@ -10,13 +10,14 @@ inline constexpr char kSavedEncoding[] = "UTF-8";
 inline constexpr char kXhtml11PublicId[] = "-//W3C//DTD XHTML 1.1//EN";
 inline constexpr char kXhtml11SystemId[] = "http://www.w3.org/TR/xhtml11/DTD/xhtml11.dtd";
 
-// A buffer before the file, which stays the caller's; null when memory runs out.
-inline xmlOutputBuffer* NewOutputBuffer(OutputFile& file, xmlCharEncodingHandler* encoder) {
+// A buffer before the file, which stays the caller's; null when memory runs out. It needs no encoder:
+// texts are in UTF-8 already.
+inline xmlOutputBuffer* NewOutputBuffer(OutputFile& file) {
   const auto write = [](void* target, const char* bytes, int count) {
     const std::string_view view(bytes, static_cast<size_t>(count));
     return static_cast<OutputFile*>(target)->Write(view) ? count : -1;
   };
-  return xmlOutputBufferCreateIO(write, nullptr, &file, encoder);
+  return xmlOutputBufferCreateIO(write, nullptr, &file, nullptr);
 }
 
 #endif
