@@ -1,5 +1,5 @@
-// What goes into the package and navigation documents, kept compact: a book can have a hundred
-// thousand pages.
+// What goes into the documents of a book. The records of package and navigation document are
+// compact, because a book can have a hundred thousand pages.
 #ifndef KAV_EPUB_BOOK_RECORDS_H
 #define KAV_EPUB_BOOK_RECORDS_H
 
@@ -7,6 +7,7 @@
 #include <deque>
 #include <new>
 #include <string>
+#include <vector>
 
 struct PackageRecords {
   struct Item {
@@ -28,6 +29,30 @@ struct NavigationRecords {
   std::deque<std::string> sources;
   bool isIncomplete = false;
 };
+
+struct PageRecords {
+  using Row = std::vector<std::string>;
+
+  struct Block {
+    enum class Kind { kParagraph, kPicture, kSheet, kTable };
+
+    Kind kind;
+    std::string text;  // of a paragraph; the reference of a picture or sheet
+    std::vector<Row> rows;
+  };
+
+  std::string title;
+  std::deque<Block> blocks;
+  Block* lastParagraph = nullptr;
+  Block* lastTable = nullptr;
+  Row* lastRow = nullptr;  // of any table: a cell may come before the newest one has a row
+  bool isIncomplete = false;
+};
+
+// A null text counts as empty.
+inline const char* TextOf(const char* text) {
+  return text == nullptr ? "" : text;
+}
 
 // Runs a step that adds to the records. Adding reports no failure, so saving has to.
 template <typename Records, typename Step>

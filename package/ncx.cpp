@@ -42,14 +42,14 @@ void WritePoint(DocumentWriter& ncx, size_t order, const std::string& source) {
 
 std::uint32_t XMLFile::InitNcxFile(const char* title) {
   navigation = std::make_unique<NavigationRecords>();
-  navigation->title = title == nullptr ? "" : title;
+  navigation->title = TextOf(title);
   navigation->identifier = NewBookIdentifier();
   return EPUB_OK;
 }
 
 std::uint32_t XMLFile::AddRecordToNcx(const char* src) {
   if (navigation == nullptr) return EPUB_OK;
-  KeepIn(*navigation, [&] { navigation->sources.emplace_back(src == nullptr ? "" : src); });
+  KeepIn(*navigation, [&] { navigation->sources.emplace_back(TextOf(src)); });
   return EPUB_OK;
 }
 

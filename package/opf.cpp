@@ -102,13 +102,13 @@ XMLFile::~XMLFile() = default;
 void XMLFile::Destory() {
   package.reset();
   navigation.reset();
-  pageDoc.reset();
+  page.reset();
 }
 
 std::uint32_t XMLFile::InitOpfFile(const char* title, const char* author) {
   package = std::make_unique<PackageRecords>();
-  package->title = title == nullptr ? "" : title;
-  package->author = author == nullptr ? "" : author;
+  package->title = TextOf(title);
+  package->author = TextOf(author);
   package->identifier = NewBookIdentifier();
   return EPUB_OK;
 }
@@ -117,9 +117,9 @@ std::uint32_t XMLFile::AddCoverToOpf(const char* coverPage, const char* coverIma
   if (package == nullptr) return EPUB_OK;
   KeepIn(*package, [&] {
     auto& names = package->coverNames;
-    names.emplace_back(coverImage == nullptr ? "" : coverImage);
+    names.emplace_back(TextOf(coverImage));
     package->items.push_back({kCoverImage, &names.back()});
-    names.emplace_back(coverPage == nullptr ? "" : coverPage);
+    names.emplace_back(TextOf(coverPage));
     package->items.push_back({kCoverPage, &names.back()});
   });
   return EPUB_OK;

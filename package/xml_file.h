@@ -1,7 +1,7 @@
 // The documents of one book: package document, navigation document, container file and pages.
 //
-// Texts are NUL-terminated UTF-8. Pages are built in memory, of the other documents only what goes
-// into them is kept; the Save operations write them.
+// Texts are NUL-terminated UTF-8. What goes into a document is kept in memory; the Save operations
+// write it.
 // An object is used by one thread at a time.
 #ifndef KAV_EPUB_XML_FILE_H
 #define KAV_EPUB_XML_FILE_H
@@ -14,9 +14,9 @@
 #include "../fileutil/export.h"
 #include "../fileutil/result_codes.h"
 
-class XMLBase;
 struct NavigationRecords;
 struct PackageRecords;
+struct PageRecords;
 
 // One step in building a table.
 enum FormOperator {
@@ -73,7 +73,7 @@ class KAV_EPUB_API XMLFile {
   // A page (XHTML 1.1). The adding operations give EPUB_E_NO_PAGE before InitHTML, else EPUB_OK;
   // references in their texts ("&amp;") become characters.
 
-  // Begins a page. EPUB_E_CREATE_DOCUMENT when memory runs out.
+  // Begins a page. Always EPUB_OK.
   std::uint32_t InitHTML(const char* title);
 
   // Appends a paragraph, even an empty one.
@@ -97,7 +97,7 @@ class KAV_EPUB_API XMLFile {
  private:
   std::unique_ptr<PackageRecords> package;
   std::unique_ptr<NavigationRecords> navigation;
-  std::unique_ptr<XMLBase> pageDoc;
+  std::unique_ptr<PageRecords> page;
   std::unordered_set<std::string> opfRecords;  // of all package documents begun
   std::int32_t recordCount = 0;
 };

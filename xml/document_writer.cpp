@@ -30,9 +30,16 @@ void DocumentWriter::Begin(const char* name, std::initializer_list<XmlAttribute>
   }
 }
 
-// The writer would escape quotes too, which a saved tree leaves as they are.
 void DocumentWriter::Text(const std::string& text) {
-  const std::string characters = ToXmlCharacters(text);
+  WriteCharacters(ToXmlCharacters(text));
+}
+
+void DocumentWriter::ResolvedText(const std::string& text) {
+  WriteCharacters(ToXmlText(text));
+}
+
+// The writer itself would escape quotes too, which a saved tree leaves as they are.
+void DocumentWriter::WriteCharacters(const std::string& characters) {
   if (failed || characters.empty()) return;
   Check(xmlTextWriterWriteRaw(writer.get(), Xml("")));  // ends the start tag
   Check(xmlOutputBufferWriteEscape(buffer, Xml(characters), nullptr));

@@ -13,7 +13,7 @@
 #include "xml/error_silence.h"
 #include "xml/xml_base.h"
 
-// Texts and attribute values may hold any bytes, as those of XMLBase, but "&" stands for itself.
+// Texts and attribute values may hold any bytes, as those of XMLBase; "&" stands for itself.
 // The bytes written are those that XMLBase::SaveFile writes for the same document.
 class DocumentWriter {
  public:
@@ -23,6 +23,8 @@ class DocumentWriter {
 
   void Begin(const char* name, std::initializer_list<XmlAttribute> attributes = {});
   void Text(const std::string& text);
+  // References in it ("&amp;", "&eacute;") become their characters.
+  void ResolvedText(const std::string& text);
   void End();
 
   // A whole element, empty or with a text.
@@ -34,6 +36,7 @@ class DocumentWriter {
   std::uint32_t Close();
 
  private:
+  void WriteCharacters(const std::string& characters);
   void Check(int result) { failed = failed || result < 0; }
 
   ErrorSilence silence;
