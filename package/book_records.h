@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/kav_tool/kav_tool.h"
+#include "xml/document_writer.h"
+
 struct PackageRecords {
   struct Item {
     std::int32_t number;      // of a record; below zero for the parts of a cover
@@ -61,6 +64,22 @@ void KeepIn(Records& records, Step step) {
     step();
   } catch (const std::bad_alloc&) {
     records.isIncomplete = true;
+  }
+}
+
+// Writes the document that the records are for; they are null when it was never begun.
+template <typename Records, typename Write>
+std::uint32_t Save(const Records* records, const char* path, DocumentWriter::Type type,
+                   Write write) {
+  if (records == nullptr) return EPUB_E_NO_PAGE;
+  if (KavIsStrNullOrEmpty(path) != 0) return EPUB_E_ARGUMENT;
+  if (records->isIncomplete) return EPUB_E_WRITE;
+  try {
+    DocumentWriter document(path, type);
+    write(document, *records);
+    return document.Close();
+  } catch (const std::bad_alloc&) {
+    return EPUB_E_WRITE;
   }
 }
 

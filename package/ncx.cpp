@@ -4,8 +4,6 @@
 #include "package/book_identifier.h"
 #include "package/book_records.h"
 #include "package/xml_file.h"
-#include "platform/kav_tool/kav_tool.h"
-#include "xml/document_writer.h"
 
 namespace {
 
@@ -38,6 +36,17 @@ void WritePoint(DocumentWriter& ncx, size_t order, const std::string& source) {
   ncx.End();
 }
 
+void WriteNavigation(DocumentWriter& ncx, const NavigationRecords& navigation) {
+  ncx.Begin("ncx", {{"xmlns", kNcxNamespace}, {"version", "2005-1"}});
+  WriteHead(ncx, navigation);
+  WriteLabel(ncx, "docTitle", navigation.title);
+  ncx.Begin("navMap");
+  size_t order = 0;
+  for (const std::string& source : navigation.sources) WritePoint(ncx, ++order, source);
+  ncx.End();
+  ncx.End();
+}
+
 }  // namespace
 
 std::uint32_t XMLFile::InitNcxFile(const char* title) {
@@ -54,17 +63,5 @@ std::uint32_t XMLFile::AddRecordToNcx(const char* src) {
 }
 
 std::uint32_t XMLFile::SaveNcxFile(const char* path) {
-  if (navigation == nullptr) return EPUB_E_NO_PAGE;
-  if (KavIsStrNullOrEmpty(path) != 0) return EPUB_E_ARGUMENT;
-  if (navigation->isIncomplete) return EPUB_E_WRITE;
-  DocumentWriter ncx(path, DocumentWriter::Type::kXhtml11);
-  ncx.Begin("ncx", {{"xmlns", kNcxNamespace}, {"version", "2005-1"}});
-  WriteHead(ncx, *navigation);
-  WriteLabel(ncx, "docTitle", navigation->title);
-  ncx.Begin("navMap");
-  size_t order = 0;
-  for (const std::string& source : navigation->sources) WritePoint(ncx, ++order, source);
-  ncx.End();
-  ncx.End();
-  return ncx.Close();
+  return Save(navigation.get(), path, DocumentWriter::Type::kXhtml11, WriteNavigation);
 }

@@ -6,8 +6,6 @@
 #include "package/book_identifier.h"
 #include "package/book_records.h"
 #include "package/xml_file.h"
-#include "platform/kav_tool/kav_tool.h"
-#include "xml/document_writer.h"
 
 namespace {
 
@@ -93,6 +91,18 @@ void WriteGuide(DocumentWriter& opf, const PackageRecords& package) {
   opf.End();
 }
 
+void WritePackage(DocumentWriter& opf, const PackageRecords& package) {
+  opf.Begin("package", {{"xmlns", kOpfNamespace},
+                        {"xmlns:dc", kDublinCoreNamespace},
+                        {"unique-identifier", kIdentifierId},
+                        {"version", "2.0"}});
+  WriteMetadata(opf, package);
+  WriteManifest(opf, package);
+  WriteSpine(opf, package);
+  WriteGuide(opf, package);
+  opf.End();
+}
+
 }  // namespace
 
 XMLFile::XMLFile() = default;
@@ -136,18 +146,5 @@ std::uint32_t XMLFile::AddRecordToOpf(const char* fileName) {
 }
 
 std::uint32_t XMLFile::SaveOpfFile(const char* path) {
-  if (package == nullptr) return EPUB_E_NO_PAGE;
-  if (KavIsStrNullOrEmpty(path) != 0) return EPUB_E_ARGUMENT;
-  if (package->isIncomplete) return EPUB_E_WRITE;
-  DocumentWriter opf(path, DocumentWriter::Type::kNone);
-  opf.Begin("package", {{"xmlns", kOpfNamespace},
-                        {"xmlns:dc", kDublinCoreNamespace},
-                        {"unique-identifier", kIdentifierId},
-                        {"version", "2.0"}});
-  WriteMetadata(opf, *package);
-  WriteManifest(opf, *package);
-  WriteSpine(opf, *package);
-  WriteGuide(opf, *package);
-  opf.End();
-  return opf.Close();
+  return Save(package.get(), path, DocumentWriter::Type::kNone, WritePackage);
 }

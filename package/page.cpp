@@ -1,16 +1,12 @@
 // The page documents: skeleton, paragraphs, pictures and tables.
 #include "package/book_records.h"
 #include "package/xml_file.h"
-#include "platform/kav_tool/kav_tool.h"
-#include "xml/document_writer.h"
 
 namespace {
 
 constexpr char kXhtmlNamespace[] = "http://www.w3.org/1999/xhtml";
 constexpr char kSvgNamespace[] = "http://www.w3.org/2000/svg";
 constexpr char kXlinkNamespace[] = "http://www.w3.org/1999/xlink";
-
-constexpr auto kNotSaved = static_cast<std::uint32_t>(EPUB_E_FAILED);
 
 using Block = PageRecords::Block;
 
@@ -80,6 +76,15 @@ BlockWriter WriterOf(Block::Kind kind) {
   }
 }
 
+void WritePage(DocumentWriter& html, const PageRecords& page) {
+  html.Begin("html", {{"xmlns", kXhtmlNamespace}});
+  WriteHead(html, page.title);
+  html.Begin("body");
+  for (const Block& block : page.blocks) WriterOf(block.kind)(html, block);
+  html.End();
+  html.End();
+}
+
 std::uint32_t Append(PageRecords* page, Block::Kind kind, const char* text) {
   if (page == nullptr) return EPUB_E_NO_PAGE;
   KeepIn(*page, [&] {
@@ -137,13 +142,6 @@ std::uint32_t XMLFile::AddFormToHtml(const char* text, FormOperator op) {
 }
 
 std::uint32_t XMLFile::SaveHtml(const char* path) {
-  if (page == nullptr || page->isIncomplete || KavIsStrNullOrEmpty(path) != 0) return kNotSaved;
-  DocumentWriter html(path, DocumentWriter::Type::kXhtml11);
-  html.Begin("html", {{"xmlns", kXhtmlNamespace}});
-  WriteHead(html, page->title);
-  html.Begin("body");
-  for (const Block& block : page->blocks) WriterOf(block.kind)(html, block);
-  html.End();
-  html.End();
-  return html.Close() == EPUB_OK ? std::uint32_t{EPUB_OK} : kNotSaved;
+  const auto code = Save(page.get(), path, DocumentWriter::Type::kXhtml11, WritePage);
+  return code == EPUB_OK ? code : static_cast<std::uint32_t>(EPUB_E_FAILED);
 }

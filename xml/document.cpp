@@ -9,7 +9,6 @@
 #include "fileutil/output_file.h"
 #include "platform/kav_tool/kav_tool.h"
 #include "xml/error_silence.h"
-#include "xml/saved_document.h"
 #include "xml/text_gate.h"
 #include "xml/xml_base.h"
 #include "xml/xml_text.h"
@@ -17,6 +16,9 @@
 namespace {
 
 constexpr char kXmlVersion[] = "1.0";
+constexpr char kXhtml11PublicId[] = "-//W3C//DTD XHTML 1.1//EN";
+constexpr char kXhtml11SystemId[] = "http://www.w3.org/TR/xhtml11/DTD/xhtml11.dtd";
+constexpr char kSavedEncoding[] = "UTF-8";
 
 std::string_view View(const char* text) {
   return text == nullptr ? "" : text;
@@ -56,6 +58,11 @@ xmlNode* AppendNew(xmlNode* parent, const char* name) {
 bool MayHoldNodes(const xmlNode* node) {
   return node->type == XML_ELEMENT_NODE || node->type == XML_DOCUMENT_NODE ||
          node->type == XML_HTML_DOCUMENT_NODE;
+}
+
+int WriteToFile(void* file, const char* bytes, int count) {
+  const std::string_view view(bytes, static_cast<size_t>(count));
+  return static_cast<OutputFile*>(file)->Write(view) ? count : -1;
 }
 
 }  // namespace
@@ -153,7 +160,8 @@ std::uint32_t XMLBase::SaveFile(const char* fileName) {
   // libxml2 takes a file name for a URI, in which "%20" is a blank, so it is not shown the name.
   OutputFile file(fileName);
   if (!file.IsOpen()) return EPUB_E_WRITE;
-  xmlOutputBuffer* buffer = NewOutputBuffer(file);
+  // Texts are in UTF-8 already, so there is nothing to encode.
+  xmlOutputBuffer* buffer = xmlOutputBufferCreateIO(WriteToFile, nullptr, &file, nullptr);
   if (buffer == nullptr) return EPUB_E_WRITE;
   const int written = xmlSaveFileTo(buffer, doc, kSavedEncoding);
   return file.Close() && written >= 0 && !incomplete ? EPUB_OK : EPUB_E_WRITE;

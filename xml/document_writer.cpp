@@ -1,33 +1,54 @@
-// Writing of a document with libxml2's writer.
+// Writing of a document's markup, with the escapes that libxml2 gives a saved tree.
 #include "xml/document_writer.h"
 
-#include "fileutil/result_codes.h"
-#include "xml/saved_document.h"
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
 #include "xml/text_gate.h"
-#include "xml/xml_text.h"
+
+namespace {
+
+constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+constexpr std::string_view kXhtml11Type =
+    "<!DOCTYPE html PUBLIC \"-//W3C//DTD XHTML 1.1//EN\" "
+    "\"http://www.w3.org/TR/xhtml11/DTD/xhtml11.dtd\">\n";
+
+constexpr char kSpecialInText[] = "<>&\r";
+constexpr char kSpecialInAttributes[] = "<>&\r\"\n\t";
+
+constexpr struct {
+  char character;
+  std::string_view reference;
+} kReferences[] = {{'<', "&lt;"},   {'>', "&gt;"},   {'&', "&amp;"}, {'"', "&quot;"},
+                   {'\r', "&#13;"}, {'\n', "&#10;"}, {'\t', "&#9;"}};
+
+std::string_view ReferenceTo(char character) {
+  return std::find_if(std::begin(kReferences), std::end(kReferences),
+                      [=](const auto& row) { return row.character == character; })
+      ->reference;
+}
+
+}  // namespace
 
 DocumentWriter::DocumentWriter(const std::string& path, Type type) : file(path) {
-  SetUpLibxml2();
-  if (file.IsOpen()) buffer = NewOutputBuffer(file);
-  if (buffer != nullptr) writer.reset(xmlNewTextWriter(buffer));
-  if (writer == nullptr) {
-    xmlOutputBufferClose(buffer);
-    failed = true;
-    return;
-  }
-  Check(xmlTextWriterStartDocument(writer.get(), nullptr, kSavedEncoding, nullptr));
-  if (type == Type::kNone) return;
-  Check(xmlTextWriterWriteDTD(writer.get(), Xml("html"), Xml(kXhtml11PublicId),
-                              Xml(kXhtml11SystemId), nullptr));
-  Check(xmlTextWriterWriteRaw(writer.get(), Xml("\n")));
+  file.Write(kDeclaration);
+  if (type == Type::kXhtml11) file.Write(kXhtml11Type);
 }
 
 void DocumentWriter::Begin(const char* name, std::initializer_list<XmlAttribute> attributes) {
-  if (failed) return;
-  Check(xmlTextWriterStartElement(writer.get(), Xml(name)));
+  EndStartTag();
+  file.Write("<");
+  file.Write(name);
   for (const auto& [attribute, value] : attributes) {
-    Check(xmlTextWriterWriteAttribute(writer.get(), Xml(attribute), Xml(ToXmlCharacters(value))));
+    file.Write(" ");
+    file.Write(attribute);
+    file.Write("=\"");
+    WriteEscaped(ToXmlCharacters(value), kSpecialInAttributes);
+    file.Write("\"");
   }
+  open.push_back(name);
+  isInStartTag = true;
 }
 
 void DocumentWriter::Text(const std::string& text) {
@@ -38,15 +59,16 @@ void DocumentWriter::ResolvedText(const std::string& text) {
   WriteCharacters(ToXmlText(text));
 }
 
-// The writer itself would escape quotes too, which a saved tree leaves as they are.
-void DocumentWriter::WriteCharacters(const std::string& characters) {
-  if (failed || characters.empty()) return;
-  Check(xmlTextWriterWriteRaw(writer.get(), Xml("")));  // ends the start tag
-  Check(xmlOutputBufferWriteEscape(buffer, Xml(characters), nullptr));
-}
-
 void DocumentWriter::End() {
-  if (!failed) Check(xmlTextWriterEndElement(writer.get()));
+  if (isInStartTag) {
+    file.Write("/>");
+    isInStartTag = false;
+  } else {
+    file.Write("</");
+    file.Write(open.back());
+    file.Write(">");
+  }
+  open.pop_back();
 }
 
 void DocumentWriter::Element(const char* name, std::initializer_list<XmlAttribute> attributes,
@@ -57,8 +79,29 @@ void DocumentWriter::Element(const char* name, std::initializer_list<XmlAttribut
 }
 
 std::uint32_t DocumentWriter::Close() {
-  if (!failed) Check(xmlTextWriterEndDocument(writer.get()));
-  writer.reset();
-  const bool closed = file.Close();
-  return closed && !failed ? EPUB_OK : EPUB_E_WRITE;
+  file.Write("\n");
+  return file.Close() ? EPUB_OK : EPUB_E_WRITE;
+}
+
+void DocumentWriter::EndStartTag() {
+  if (isInStartTag) file.Write(">");
+  isInStartTag = false;
+}
+
+// An element without characters stays an empty one.
+void DocumentWriter::WriteCharacters(const std::string& characters) {
+  if (characters.empty()) return;
+  EndStartTag();
+  WriteEscaped(characters, kSpecialInText);
+}
+
+void DocumentWriter::WriteEscaped(const std::string& characters, const char* special) {
+  const char* rest = characters.c_str();
+  for (;;) {
+    const size_t plain = std::strcspn(rest, special);
+    file.Write({rest, plain});
+    rest += plain;
+    if (*rest == '\0') return;
+    file.Write(ReferenceTo(*rest++));
+  }
 }

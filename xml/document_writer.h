@@ -2,25 +2,24 @@
 #ifndef KAV_EPUB_DOCUMENT_WRITER_H
 #define KAV_EPUB_DOCUMENT_WRITER_H
 
-#include <libxml/xmlwriter.h>
-
 #include <cstdint>
 #include <initializer_list>
-#include <memory>
 #include <string>
+#include <vector>
 
 #include "fileutil/output_file.h"
-#include "xml/error_silence.h"
 #include "xml/xml_base.h"
 
-// Texts and attribute values may hold any bytes, as those of XMLBase; "&" stands for itself.
-// The bytes written are those that XMLBase::SaveFile writes for the same document.
+// Names are taken as they are. Texts and attribute values may hold any bytes, as those of XMLBase;
+// "&" stands for itself. The bytes written are those that XMLBase::SaveFile writes for the same
+// document.
 class DocumentWriter {
  public:
   enum class Type { kNone, kXhtml11 };
 
   DocumentWriter(const std::string& path, Type type);
 
+  // The name has to live until the end of its element.
   void Begin(const char* name, std::initializer_list<XmlAttribute> attributes = {});
   void Text(const std::string& text);
   // References in it ("&amp;", "&eacute;") become their characters.
@@ -31,19 +30,17 @@ class DocumentWriter {
   void Element(const char* name, std::initializer_list<XmlAttribute> attributes,
                const std::string& text = {});
 
-  // Ends the document. EPUB_E_WRITE when the file could not be opened or has not taken all of it,
-  // or memory ran out.
+  // Ends the document. EPUB_E_WRITE when the file could not be opened or has not taken all of it.
   std::uint32_t Close();
 
  private:
+  void EndStartTag();
   void WriteCharacters(const std::string& characters);
-  void Check(int result) { failed = failed || result < 0; }
+  void WriteEscaped(const std::string& characters, const char* special);
 
-  ErrorSilence silence;
   OutputFile file;
-  std::unique_ptr<xmlTextWriter, decltype(&xmlFreeTextWriter)> writer{nullptr, &xmlFreeTextWriter};
-  xmlOutputBuffer* buffer = nullptr;  // owned by the writer
-  bool failed = false;
+  std::vector<const char*> open;  // elements
+  bool isInStartTag = false;
 };
 
 #endif
