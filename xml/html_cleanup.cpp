@@ -159,9 +159,9 @@ int XMLBase::HtmlProcess(const char* htmlPath, const char* sourceDir, const char
 
 int XMLBase::TakeOverBody(const char* htmlPath, const char* title, xmlNode*& body) {
   XmlDocument source;
-  {
-    const auto bytes = ReadRegularFile(htmlPath);
-    if (bytes) source = ParseHtml(HtmlToUtf8(*bytes), "UTF-8", kParseOptions);
+  if (auto html = ReadRegularFile(htmlPath)) {
+    *html = HtmlToUtf8(*html);  // the bytes themselves are not needed while the page is parsed
+    source = ParseHtml(*html, "UTF-8", kParseOptions);
   }
   if (source == nullptr) return EPUB_E_OPEN;
   xmlNode* sourceRoot = xmlDocGetRootElement(source.get());
