@@ -42,7 +42,7 @@ class EpubBase::HtmlImport {
   EpubBase& book;
   ImportFiles files;
   std::string directory;  // of the book's files, with its "/"
-  std::vector<std::string> written;
+  std::vector<const ImportFile*> written;
   std::unordered_set<std::string> missing;  // references to pages that could not be imported
 };
 
@@ -93,7 +93,7 @@ int EpubBase::HtmlImport::AddPage(const ImportFile& file, References& references
   const std::string target = directory + file.name;
   references = NameReferences(page, sourceDir);
   if (page.SaveFile(target.c_str()) != EPUB_OK) book.memory->isIncomplete = true;
-  written.push_back(target);
+  written.push_back(&file);
   auto recorded = book.opfFile->AddRecordToOpf(reference.c_str());
   if (recorded == EPUB_OK) recorded = book.ncxFile->AddRecordToNcx(reference.c_str());
   return static_cast<int>(recorded);
@@ -125,8 +125,10 @@ void EpubBase::HtmlImport::AddResource(const ImportFile& file) {
 // Whether a page can be imported shows only after pages that link to it have been written.
 void EpubBase::HtmlImport::DropDeadLinks() {
   if (missing.empty()) return;
-  for (const std::string& path : written) {
-    if (!XMLBase::NeutralizeLinks(path, missing)) book.memory->isIncomplete = true;
+  for (const ImportFile* file : written) {
+    if (!XMLBase::NeutralizeLinks(directory + file->name, missing)) {
+      book.memory->isIncomplete = true;
+    }
   }
 }
 

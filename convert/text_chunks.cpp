@@ -5,9 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <iterator>
 #include <utility>
 
 namespace {
@@ -47,8 +45,8 @@ bool TextChunks::Next() {
     const size_t lineFeed = window.find('\n');
     isLineEnd = lineFeed != std::string_view::npos;
     const std::string_view piece = isLineEnd ? window.substr(0, lineFeed + 1) : window;
-    std::copy_if(piece.begin(), piece.end(), std::back_inserter(text),
-                 [](char c) { return c != '\0'; });
+    text += piece;
+    if (piece.find('\0') != std::string_view::npos) std::erase(text, '\0');
     room -= piece.size();
     unread.remove_prefix(piece.size());
   }

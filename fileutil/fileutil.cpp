@@ -24,7 +24,7 @@
 
 namespace {
 
-constexpr size_t kCopyChunk = 4096;
+constexpr size_t kCopyChunk = size_t{64} * 1024;
 
 // The number of bytes read, 0 at the end, negative on failure.
 ssize_t ReadChunk(int descriptor, char* buffer, size_t size) {

@@ -1,4 +1,4 @@
-// Unbuffered writing to a file descriptor, with interrupted and partial writes continued.
+// Writing to a file descriptor in large pieces, with interrupted and partial writes continued.
 #include "fileutil/output_file.h"
 
 #include <fcntl.h>
@@ -9,6 +9,7 @@
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;  // less the umask
+constexpr size_t kLargestGathered = size_t{64} * 1024;
 
 int OpenForWriting(const std::string& path, OutputFile::Mode mode) {
   const int disposition = mode == OutputFile::Mode::kAppend ? O_APPEND : O_TRUNC;
@@ -25,6 +26,19 @@ OutputFile::OutputFile(const std::string& path, Mode mode)
     : descriptor(OpenForWriting(path, mode)) {}
 
 bool OutputFile::Write(std::string_view bytes) {
+  if (gathered.size() + bytes.size() > kLargestGathered) {
+    WriteThrough(gathered);
+    gathered.clear();
+  }
+  if (bytes.size() > kLargestGathered) {
+    WriteThrough(bytes);
+  } else {
+    gathered += bytes;
+  }
+  return !failed;
+}
+
+void OutputFile::WriteThrough(std::string_view bytes) {
   while (!failed && !bytes.empty()) {
     const ssize_t written = write(descriptor.Get(), bytes.data(), bytes.size());
     if (written > 0) {
@@ -33,11 +47,11 @@ bool OutputFile::Write(std::string_view bytes) {
       failed = true;
     }
   }
-  return !failed;
 }
 
 bool OutputFile::Close() {
   if (!IsOpen()) return false;
+  WriteThrough(gathered);
   // A close that is interrupted has closed the descriptor all the same (Linux).
   const bool closed = close(descriptor.Release()) == 0 || errno == EINTR;
   return closed && !failed;

@@ -15,14 +15,18 @@ class OutputFile {
 
   bool IsOpen() const { return static_cast<bool>(descriptor); }
 
-  // Writes all bytes; false as soon as one write of this file has failed.
+  // Takes all bytes, and writes them in large pieces; false as soon as one write of this file has
+  // failed.
   bool Write(std::string_view bytes);
 
   // Closes the file; true when it was open and everything written has been taken.
   bool Close();
 
  private:
+  void WriteThrough(std::string_view bytes);
+
   UniqueFd descriptor;
+  std::string gathered;
   bool failed = false;
 };
 

@@ -2,6 +2,7 @@
 #include "kavepub/text_book.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <memory>
@@ -35,37 +36,54 @@ class LineReader {
   // False at the end of the file.
   bool Next(std::string& line, size_t room) {
     line.clear();
-    for (size_t taken = 0; taken < room; ++taken) {
-      const int c = getc_unlocked(file.get());
-      if (c == EOF) return taken > 0 || CheckEnd();
-      if (c != '\0') line += static_cast<char>(c);
-      if (c == '\n') break;
+    const size_t wanted = room;
+    for (bool isLineEnd = false; room > 0 && !isLineEnd;) {
+      if (unread.empty() && !Fill()) return room < wanted;
+      const std::string_view window = unread.substr(0, room);
+      const size_t lineFeed = window.find('\n');
+      isLineEnd = lineFeed != std::string_view::npos;
+      const std::string_view piece = isLineEnd ? window.substr(0, lineFeed + 1) : window;
+      line += piece;
+      if (piece.find('\0') != std::string_view::npos) std::erase(line, '\0');
+      room -= piece.size();
+      unread.remove_prefix(piece.size());
     }
     return true;
   }
 
   // The next byte, or EOF.
   int Get() {
-    int c = getc_unlocked(file.get());
-    while (c == '\0') c = getc_unlocked(file.get());
-    return c == EOF ? (CheckEnd(), EOF) : c;
+    while (!unread.empty() || Fill()) {
+      const char c = unread.front();
+      unread.remove_prefix(1);
+      if (c != '\0') return static_cast<unsigned char>(c);
+    }
+    return EOF;
   }
 
   void ShowProgress() {
-    progress.Show(static_cast<double>(std::ftell(file.get())) / size);
+    progress.Show(static_cast<double>(taken - unread.size()) / size);
     StopIfInterrupted();
   }
 
  private:
-  bool CheckEnd() const {
-    if (std::ferror(file.get()) == 0) return false;
-    throw Failure(text, "cannot be read to its end; check the disk");
+  bool Fill() {
+    const size_t count = std::fread(buffer.data(), 1, buffer.size(), file.get());
+    if (std::ferror(file.get()) != 0) {
+      throw Failure(text, "cannot be read to its end; check the disk");
+    }
+    unread = {buffer.data(), count};
+    taken += count;
+    return count > 0;
   }
 
   const std::filesystem::path& text;
   Progress& progress;
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> file;
   double size;
+  std::array<char, 1 << 16> buffer;
+  std::string_view unread;
+  size_t taken = 0;  // from the file
 };
 
 // Gives lines to the engine and begins a page for every sixty.

@@ -1,11 +1,11 @@
 // The package document: metadata, manifest, spine and guide of the book.
 #include <algorithm>
 #include <string>
+#include <string_view>
 
 #include "package/book_identifier.h"
-#include "package/escape.h"
+#include "package/book_records.h"
 #include "package/xml_file.h"
-#include "xml/xml_base.h"
 
 namespace {
 
@@ -17,27 +17,90 @@ constexpr char kCoverPageId[] = "title";
 constexpr char kXhtmlMediaType[] = "application/xhtml+xml";
 constexpr char kJpegMediaType[] = "image/jpeg";
 
+// The numbers of items that are no records.
+constexpr std::int32_t kCoverImage = -1;
+constexpr std::int32_t kCoverPage = -2;
+
 constexpr struct {
-  const char* extension;
+  std::string_view extension;
   const char* mediaType;
 } kMediaTypes[] = {{"html", kXhtmlMediaType}, {"jpg", kJpegMediaType}, {"css", "text/css"}};
 
-std::string MediaTypeOf(const std::string& extension) {
+std::string MediaTypeOf(std::string_view extension) {
   const auto* known = std::find_if(std::begin(kMediaTypes), std::end(kMediaTypes),
                                    [&](const auto& row) { return extension == row.extension; });
-  return known == std::end(kMediaTypes) ? "image/" + extension : known->mediaType;
+  if (known != std::end(kMediaTypes)) return known->mediaType;
+  return std::string("image/").append(extension);
 }
 
-void AddMetadata(XMLBase& opf, const char* title, const char* author) {
-  opf.AddElement("package", "metadata");
-  opf.AddElement("metadata", "dc:title");
-  opf.AddElement("metadata", "dc:creator");
-  opf.AddElement("metadata", "dc:language");
-  opf.AddTextToNode("dc:title", EscapeAmpersands(title).c_str());
-  opf.AddTextToNode("dc:creator", EscapeAmpersands(author).c_str());
-  opf.AddTextToNode("dc:language", "en");
-  opf.AddElement("metadata", "dc:identifier", {{"id", kIdentifierId}});
-  opf.AddTextToNode("dc:identifier", NewBookIdentifier().c_str());
+std::string IdOf(const PackageRecords::Item& item) {
+  if (item.number == kCoverImage) return kCoverImageId;
+  if (item.number == kCoverPage) return kCoverPageId;
+  return "rc_" + std::to_string(item.number);
+}
+
+std::string MediaTypeOf(const PackageRecords::Item& item) {
+  // Readers look for the cover's picture under this type, whatever it is.
+  if (item.number == kCoverImage) return kJpegMediaType;
+  return MediaTypeOf(std::string_view(*item.href).substr(item.href->rfind('.') + 1));
+}
+
+bool IsPage(const PackageRecords::Item& item) {
+  return item.number == kCoverPage || MediaTypeOf(item) == kXhtmlMediaType;
+}
+
+void WriteMetadata(DocumentWriter& opf, const PackageRecords& package) {
+  opf.Begin("metadata");
+  opf.Element("dc:title", {}, package.title);
+  opf.Element("dc:creator", {}, package.author);
+  opf.Element("dc:language", {}, "en");
+  opf.Element("dc:identifier", {{"id", kIdentifierId}}, package.identifier);
+  for (const auto& item : package.items) {
+    if (item.number != kCoverImage) continue;
+    opf.Element("meta", {{"name", "cover"}, {"content", kCoverImageId}});
+  }
+  opf.End();
+}
+
+void WriteManifest(DocumentWriter& opf, const PackageRecords& package) {
+  opf.Begin("manifest");
+  opf.Element("item",
+              {{"id", "ncx"}, {"href", "toc.ncx"}, {"media-type", "application/x-dtbncx+xml"}});
+  for (const auto& item : package.items) {
+    opf.Element("item", {{"id", IdOf(item).c_str()},
+                         {"href", item.href->c_str()},
+                         {"media-type", MediaTypeOf(item).c_str()}});
+  }
+  opf.End();
+}
+
+void WriteSpine(DocumentWriter& opf, const PackageRecords& package) {
+  opf.Begin("spine", {{"toc", "ncx"}});
+  for (const auto& item : package.items) {
+    if (IsPage(item)) opf.Element("itemref", {{"idref", IdOf(item).c_str()}});
+  }
+  opf.End();
+}
+
+void WriteGuide(DocumentWriter& opf, const PackageRecords& package) {
+  opf.Begin("guide");
+  for (const auto& item : package.items) {
+    if (item.number != kCoverPage) continue;
+    opf.Element("reference", {{"href", item.href->c_str()}, {"type", "cover"}, {"title", "Cover"}});
+  }
+  opf.End();
+}
+
+void WritePackage(DocumentWriter& opf, const PackageRecords& package) {
+  opf.Begin("package", {{"xmlns", kOpfNamespace},
+                        {"xmlns:dc", kDublinCoreNamespace},
+                        {"unique-identifier", kIdentifierId},
+                        {"version", "2.0"}});
+  WriteMetadata(opf, package);
+  WriteManifest(opf, package);
+  WriteSpine(opf, package);
+  WriteGuide(opf, package);
+  opf.End();
 }
 
 }  // namespace
@@ -47,61 +110,41 @@ XMLFile::XMLFile() = default;
 XMLFile::~XMLFile() = default;
 
 void XMLFile::Destory() {
-  opfDoc.reset();
-  ncxDoc.reset();
-  pageDoc.reset();
+  package.reset();
+  navigation.reset();
+  page.reset();
 }
 
 std::uint32_t XMLFile::InitOpfFile(const char* title, const char* author) {
-  opfDoc = std::make_unique<XMLBase>();
-  if (const std::uint32_t code = opfDoc->InitForOpf(); code != EPUB_OK) return code;
-  opfDoc->AddElement(nullptr, "package",
-                     {{"xmlns", kOpfNamespace},
-                      {"xmlns:dc", kDublinCoreNamespace},
-                      {"unique-identifier", kIdentifierId},
-                      {"version", "2.0"}});
-  AddMetadata(*opfDoc, title, author);
-  opfDoc->AddElement("package", "manifest");
-  opfDoc->AddElement(
-      "manifest", "item",
-      {{"id", "ncx"}, {"href", "toc.ncx"}, {"media-type", "application/x-dtbncx+xml"}});
-  opfDoc->AddElement("package", "spine", {{"toc", "ncx"}});
-  opfDoc->AddElement("package", "guide");
+  package = std::make_unique<PackageRecords>();
+  package->title = TextOf(title);
+  package->author = TextOf(author);
+  package->identifier = NewBookIdentifier();
   return EPUB_OK;
 }
 
 std::uint32_t XMLFile::AddCoverToOpf(const char* coverPage, const char* coverImage) {
-  if (opfDoc == nullptr) return EPUB_OK;
-  opfDoc->AddElement("metadata", "meta", {{"name", "cover"}, {"content", kCoverImageId}});
-  // Readers look for the picture under this type, whatever it is.
-  opfDoc->AddElement("manifest", "item",
-                     {{"id", kCoverImageId}, {"href", coverImage}, {"media-type", kJpegMediaType}});
-  opfDoc->AddElement("manifest", "item",
-                     {{"id", kCoverPageId}, {"href", coverPage}, {"media-type", kXhtmlMediaType}});
-  opfDoc->AddElement("spine", "itemref", {{"idref", kCoverPageId}});
-  opfDoc->AddElement("guide", "reference",
-                     {{"href", coverPage}, {"type", "cover"}, {"title", "Cover"}});
+  if (package == nullptr) return EPUB_OK;
+  KeepIn(*package, [&] {
+    auto& names = package->coverNames;
+    names.emplace_back(TextOf(coverImage));
+    package->items.push_back({kCoverImage, &names.back()});
+    names.emplace_back(TextOf(coverPage));
+    package->items.push_back({kCoverPage, &names.back()});
+  });
   return EPUB_OK;
 }
 
 std::uint32_t XMLFile::AddRecordToOpf(const char* fileName) {
-  const std::string id = "rc_" + std::to_string(recordCount++);
-  if (opfDoc == nullptr || fileName == nullptr) return EPUB_OK;
-  const std::string name = fileName;
-  if (!opfRecords.insert(name).second) return EPUB_OK;
-  const size_t dot = name.rfind('.');
-  if (dot == std::string::npos) return EPUB_OK;
-
-  const std::string mediaType = MediaTypeOf(name.substr(dot + 1));
-  opfDoc->AddElement("manifest", "item",
-                     {{"id", id.c_str()}, {"href", fileName}, {"media-type", mediaType.c_str()}});
-  if (mediaType == kXhtmlMediaType) {
-    opfDoc->AddElement("spine", "itemref", {{"idref", id.c_str()}});
-  }
+  const std::int32_t number = recordCount++;
+  if (package == nullptr || fileName == nullptr) return EPUB_OK;
+  KeepIn(*package, [&] {
+    const auto [name, isNew] = opfRecords.emplace(fileName);
+    if (isNew && name->find('.') != std::string::npos) package->items.push_back({number, &*name});
+  });
   return EPUB_OK;
 }
 
 std::uint32_t XMLFile::SaveOpfFile(const char* path) {
-  if (opfDoc == nullptr) return EPUB_E_NO_PAGE;
-  return opfDoc->SaveFile(path);
+  return Save(package.get(), path, DocumentWriter::Type::kNone, WritePackage);
 }

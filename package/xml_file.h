@@ -1,6 +1,7 @@
 // The documents of one book: package document, navigation document, container file and pages.
 //
-// Texts are NUL-terminated UTF-8. Documents are built in memory and written by the Save operations.
+// Texts are NUL-terminated UTF-8. What goes into a document is kept in memory; the Save operations
+// write it.
 // An object is used by one thread at a time.
 #ifndef KAV_EPUB_XML_FILE_H
 #define KAV_EPUB_XML_FILE_H
@@ -13,7 +14,9 @@
 #include "../fileutil/export.h"
 #include "../fileutil/result_codes.h"
 
-class XMLBase;
+struct NavigationRecords;
+struct PackageRecords;
+struct PageRecords;
 
 // One step in building a table.
 enum FormOperator {
@@ -35,8 +38,8 @@ class KAV_EPUB_API XMLFile {
 
   // The package document (OPF 2.0.1), "content.opf".
 
-  // Begins it with the metadata; a null text counts as empty. EPUB_E_CREATE_DOCUMENT when memory
-  // runs out. To be called before the other operations on this document.
+  // Begins it with the metadata; a null text counts as empty. Always EPUB_OK. To be called before
+  // the other operations on this document.
   std::uint32_t InitOpfFile(const char* title, const char* author);
 
   // Lists the cover's page and picture, by their references, as the beginning of the book. Always
@@ -48,12 +51,13 @@ class KAV_EPUB_API XMLFile {
   // all. Always EPUB_OK.
   std::uint32_t AddRecordToOpf(const char* fileName);
 
-  // Writes the document. EPUB_E_NO_PAGE when it was never begun, else a code of XMLBase::SaveFile.
+  // Writes the document. EPUB_E_NO_PAGE when it was never begun, EPUB_E_ARGUMENT without a
+  // path, EPUB_E_WRITE when the file does not take all of it or memory runs out.
   std::uint32_t SaveOpfFile(const char* path);
 
   // The navigation document (NCX 2005-1), "toc.ncx".
 
-  // Begins it. EPUB_E_CREATE_DOCUMENT when memory runs out.
+  // Begins it. Always EPUB_OK.
   std::uint32_t InitNcxFile(const char* title);
 
   // Appends a navigation point that leads to src and is labelled with its number. Always EPUB_OK.
@@ -69,7 +73,7 @@ class KAV_EPUB_API XMLFile {
   // A page (XHTML 1.1). The adding operations give EPUB_E_NO_PAGE before InitHTML, else EPUB_OK;
   // references in their texts ("&amp;") become characters.
 
-  // Begins a page. EPUB_E_CREATE_DOCUMENT when memory runs out.
+  // Begins a page. Always EPUB_OK.
   std::uint32_t InitHTML(const char* title);
 
   // Appends a paragraph, even an empty one.
@@ -91,11 +95,10 @@ class KAV_EPUB_API XMLFile {
   std::uint32_t SaveHtml(const char* path);
 
  private:
-  std::unique_ptr<XMLBase> opfDoc;
-  std::unique_ptr<XMLBase> ncxDoc;
-  std::unique_ptr<XMLBase> pageDoc;
-  std::unordered_set<std::string> opfRecords;
-  std::int32_t navOrder = 0;
+  std::unique_ptr<PackageRecords> package;
+  std::unique_ptr<NavigationRecords> navigation;
+  std::unique_ptr<PageRecords> page;
+  std::unordered_set<std::string> opfRecords;  // of all package documents begun
   std::int32_t recordCount = 0;
 };
 

@@ -160,8 +160,8 @@ std::uint32_t XMLBase::SaveFile(const char* fileName) {
   // libxml2 takes a file name for a URI, in which "%20" is a blank, so it is not shown the name.
   OutputFile file(fileName);
   if (!file.IsOpen()) return EPUB_E_WRITE;
-  xmlOutputBuffer* buffer = xmlOutputBufferCreateIO(WriteToFile, nullptr, &file,
-                                                    xmlFindCharEncodingHandler(kSavedEncoding));
+  // Texts are in UTF-8 already, so there is nothing to encode.
+  xmlOutputBuffer* buffer = xmlOutputBufferCreateIO(WriteToFile, nullptr, &file, nullptr);
   if (buffer == nullptr) return EPUB_E_WRITE;
   const int written = xmlSaveFileTo(buffer, doc, kSavedEncoding);
   return file.Close() && written >= 0 && !incomplete ? EPUB_OK : EPUB_E_WRITE;

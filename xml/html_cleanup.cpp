@@ -159,21 +159,18 @@ int XMLBase::HtmlProcess(const char* htmlPath, const char* sourceDir, const char
 
 int XMLBase::TakeOverBody(const char* htmlPath, const char* title, xmlNode*& body) {
   XmlDocument source;
-  {
-    const auto bytes = ReadRegularFile(htmlPath);
-    if (bytes) source = ParseHtml(HtmlToUtf8(*bytes), "UTF-8", kParseOptions);
+  if (auto html = ReadRegularFile(htmlPath)) {
+    *html = HtmlToUtf8(*html);  // the bytes themselves are not needed while the page is parsed
+    source = ParseHtml(*html, "UTF-8", kParseOptions);
   }
   if (source == nullptr) return EPUB_E_OPEN;
   xmlNode* sourceRoot = xmlDocGetRootElement(source.get());
   if (sourceRoot == nullptr) return EPUB_E_NOT_FOUND;
   xmlNode* html = FindNode(root, "html");
   if (html == nullptr || xmlAddChild(html, GenerateHeadNode(title)) == nullptr) incomplete = true;
-  const xmlNode* sourceBody = FindNode(sourceRoot, "body");
-  if (html == nullptr || sourceBody == nullptr) return EPUB_E_NOT_FOUND;
-  // A page has few names, and each element would own a copy of its own.
-  if (doc->dict == nullptr) doc->dict = xmlDictCreate();
-  body = xmlDocCopyNode(const_cast<xmlNode*>(sourceBody), doc, 1);
-  if (body == nullptr) return EPUB_E_OPEN;
+  body = FindNode(sourceRoot, "body");
+  if (html == nullptr || body == nullptr) return EPUB_E_NOT_FOUND;
+  xmlUnlinkNode(body);
   xmlAddChild(html, body);
   return EPUB_OK;
 }

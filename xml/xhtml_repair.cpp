@@ -1,6 +1,7 @@
 // The walk of the repair and its rules of elements.
 #include "xml/xhtml_repair.h"
 
+#include <libxml/parserInternals.h>
 #include <libxml/uri.h>
 
 #include <string_view>
@@ -25,6 +26,12 @@ std::string DecodeEscapes(const std::string& reference) {
   std::string path = decoded == nullptr ? "" : decoded;
   xmlFree(decoded);
   return path;
+}
+
+// Half of all nodes, and no rule does anything about them.
+bool IsPlainText(const xmlNode* node) {
+  return node->type == XML_TEXT_NODE && node->name == xmlStringText && node->content != nullptr &&
+         node->children == nullptr;
 }
 
 bool IsInListContainer(const xmlNode* node) {
@@ -92,7 +99,7 @@ bool XhtmlRepair::Visit(xmlNode* node) {
                              &XhtmlRepair::RepairAnchor,          &XhtmlRepair::ValidateElement,
                              &XhtmlRepair::RepairAttributes,      &XhtmlRepair::ValidateNamespaces};
   if (node->type == XML_ENTITY_REF_NODE || node->type == XML_XINCLUDE_START ||
-      node->type == XML_XINCLUDE_END) {
+      node->type == XML_XINCLUDE_END || IsPlainText(node)) {
     return false;
   }
   for (const Rule rule : kRules) {
