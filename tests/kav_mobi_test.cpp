@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
+#include <ctime>
 #include <random>
 #include <thread>
 
@@ -167,9 +167,9 @@ TEST(KavMobi, MakesOfMarkup) {
 TEST(KavMobi, TakesLinearTimeForPathologicalMarkup) {
   for (const auto& row : DataRows("mobi_pathological.txt", 2)) {
     SCOPED_TRACE(row[0]);
-    const auto begin = std::chrono::steady_clock::now();
+    const std::clock_t begin = std::clock();  // of this process, so that others do not matter
     EXPECT_GT(BodyOfBook(row[1]).size(), 3U);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+    EXPECT_LT(std::clock() - begin, 20 * CLOCKS_PER_SEC);
   }
 }
 
