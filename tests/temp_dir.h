@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <set>
 #include <string>
 
@@ -35,6 +36,14 @@ class TempDir {
  private:
   std::filesystem::path path;
 };
+
+// Bytes that no packing makes smaller, the same ones each time.
+inline std::string RandomBytes(size_t size) {
+  std::mt19937 generator(1);  // NOLINT(cert-msc32-c,cert-msc51-cpp)
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(generator());
+  return bytes;
+}
 
 // The content of a file; empty when it cannot be read.
 inline std::string ReadFile(const std::filesystem::path& path) {
