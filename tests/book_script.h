@@ -22,8 +22,8 @@ struct Book {
     return TextsOf(Content("OEBPS/page-" + std::to_string(page) + ".html"), "p");
   }
 
-  // Does one operation, with null for the argument "null"; "block" puts a directory that is not empty
-  // in the place of a file of the book, "unblock" takes it away.
+  // Does one operation, with null for the argument "null"; "block" puts a directory that is not
+  // empty in the place of a file of the book, "unblock" takes it away.
   int Do(const std::string& operation, const std::string& argument) {
     namespace fs = std::filesystem;
     const std::string path = dir / argument;
@@ -31,8 +31,7 @@ struct Book {
     const char* const text = argument == "null" ? nullptr : argument.c_str();
     const std::string inBook = Path(argument);
     const std::map<std::string, std::function<int()>> operations = {
-        {"begin",
-         [&] { return epub = std::make_unique<EpubBase>(), epub->Init(file, "T", "A"); }},
+        {"begin", [&] { return epub = std::make_unique<EpubBase>(), epub->Init(file, "T", "A"); }},
         {"fresh", [&] { return epub = std::make_unique<EpubBase>(), 0; }},
         {"start", [&] { return epub->StartPage(); }},
         {"line", [&] { return epub->AddTextLineToPage(text); }},

@@ -1,6 +1,7 @@
 // The rows of the data files: cells separated by tabs; a line that begins with a tab continues the
-// row above it, one that begins with "#" is a comment. Escapes are \n, \t, \r, \\, \xHH and, for long
-// texts, \*COUNT{TEXT}, which repeats what is in the braces, with the number of each in place of \#.
+// row above it, one that begins with "#" is a comment. Escapes are \n, \t, \r, \\, \xHH and, for
+// long texts, \*COUNT{TEXT}, which repeats what is in the braces, with the number of each in place
+// of \#.
 #ifndef KAV_EPUB_TESTS_DATA_ROWS_H
 #define KAV_EPUB_TESTS_DATA_ROWS_H
 

@@ -19,28 +19,10 @@ struct FreeService {
 };
 using Service = std::unique_ptr<TEpubService, FreeService>;
 
-TEST(Service, TheRecordIsTwelvePointers) {
-  const std::pair<const char*, size_t> fields[] = {
-      {"data", offsetof(TEpubService, data)},
-      {"InitEpub", offsetof(TEpubService, InitEpub)},
-      {"ClearUp", offsetof(TEpubService, ClearUp)},
-      {"StartPage", offsetof(TEpubService, StartPage)},
-      {"EndPage", offsetof(TEpubService, EndPage)},
-      {"AddTextLineToPage", offsetof(TEpubService, AddTextLineToPage)},
-      {"AddImageToPage", offsetof(TEpubService, AddImageToPage)},
-      {"AddImageToEpub", offsetof(TEpubService, AddImageToEpub)},
-      {"GenerateEpub", offsetof(TEpubService, GenerateEpub)},
-      {"AddHtmlToEpub", offsetof(TEpubService, AddHtmlToEpub)},
-      {"Txt2Epub", offsetof(TEpubService, Txt2Epub)},
-      {"Mobi2Epub", offsetof(TEpubService, Mobi2Epub)}};
-  size_t offset = 0;
-  for (const auto& [name, actual] : fields) {
-    EXPECT_EQ(actual, offset) << name;
-    offset += sizeof(void*);
-  }
-  EXPECT_EQ(sizeof(TEpubService), offset);
-  EXPECT_EQ(sizeof(TEpubData), sizeof(void*));
-}
+// Hosts that open the library at run time may have their own declaration of the record.
+static_assert(sizeof(TEpubService) == 12 * sizeof(void*));
+static_assert(offsetof(TEpubService, Mobi2Epub) == 11 * sizeof(void*));
+static_assert(sizeof(TEpubData) == sizeof(void*));
 
 TEST(Service, WithoutABuilderEveryEntryRefuses) {
   const TempDir dir;
