@@ -7,8 +7,7 @@ import subprocess
 import sys
 import unittest
 
-from book import BUILD, SOURCE, Book, ToolTest, run
-from text_test import JPEG, png
+from book import BUILD, JPEG, PNG, SOURCE, WITHOUT_COVER, Book, ToolTest, run
 
 DOCS = SOURCE / "docs"
 PAGES = sorted(DOCS.glob("*.md")) + [SOURCE / "README.md"]
@@ -26,7 +25,7 @@ class Examples(ToolTest):
         super().setUp()
         (self.dir / "novel.txt").write_bytes((SOURCE / "samples/gettysburg-address.txt").read_bytes())
         (self.dir / "front.jpg").write_bytes(JPEG)
-        (self.dir / "map.png").write_bytes(png())
+        (self.dir / "map.png").write_bytes(PNG)
         (self.dir / "page.html").write_text("<html><body><p>A page</p></body></html>")
         for name in ("docs", "platform"):  # as seen from the sources
             (self.dir / name).symlink_to(SOURCE / name)
@@ -63,6 +62,16 @@ class Examples(ToolTest):
                 self.assertFalse((self.dir / "epub_temp").exists())
         for book in self.dir.glob("*.epub"):
             Book(book).check_structure(self)
+
+    def test_readme(self):
+        readme = (SOURCE / "README.md").read_text()
+        code = re.search(r"```c\n(.*?)```", readme, re.DOTALL)[1]
+        done = self.run_program("c", code.replace('"/tmp"', '"."'))
+        self.assertEqual((done.returncode, done.stdout + done.stderr), (0, ""))
+        book = Book(self.dir / "book.epub")
+        self.assertEqual(book.text_of_pages(), "First line, second line. ")
+        book.check_all(self, WITHOUT_COVER)
+        self.assertFalse((self.dir / "epub_temp").exists())
 
     def test_guide(self):
         self.check_page("guide.md")
@@ -108,7 +117,3 @@ class Reference(unittest.TestCase):
     def test_reference(self):
         done = run(SOURCE / "scripts" / "docs")
         self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
-
-
-if __name__ == "__main__":
-    unittest.main()

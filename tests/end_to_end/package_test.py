@@ -71,7 +71,3 @@ class Packages(ToolTest):
         self.succeed("cc", EXAMPLES / "convert.c", *flags, "-o", "convert", env=where)
         self.succeed(self.dir / "convert", "in.txt", "foreign.epub", env=where)
         self.check_book("foreign.epub", "Hello, reader. ")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -70,7 +70,3 @@ class HtmlRepair(Documented):
                 markup = book.read("OEBPS/page-1.html").decode()
                 self.assertEqual(re.search("<body>(.*)</body>", markup, re.DOTALL).group(1), row[-1])
                 book.check_well_formed(self)
-
-
-if __name__ == "__main__":
-    unittest.main()
