@@ -3,8 +3,6 @@
 #include <libxml/uri.h>
 #include <sys/stat.h>
 
-#include <thread>
-
 #include "builder/epub_base.h"
 #include "data_rows.h"
 #include "service/epub_service.h"
@@ -186,31 +184,6 @@ TEST(HtmlImport, ChecksThePathBeforeTheHandle) {
   EXPECT_EQ(service->AddHtmlToEpub(service->data, nullptr), 411);
   EXPECT_EQ(service->AddHtmlToEpub(service->data, path.c_str()), 0);
   FreeEpubService(service);
-}
-
-TEST(HtmlImport, RunsOnManyThreads) {
-  const TempDir dir;
-  const std::string html = dir.Write(
-      "x.html",
-      Unescaped(R"(\*300{<p id=i\# align=left><font>x</font><a href=#i7>y</a><map><img></map>})"));
-  std::vector<std::string> results(4);
-  std::vector<std::thread> threads;
-  for (std::string& result : results) {
-    const std::string root = dir / std::string(threads.size() + 1, 'w');
-    fs::create_directory(root);
-    threads.emplace_back([root, &html, &result] {
-      EpubBase book;
-      if (book.Init(root.c_str(), "", "") != 0) return;
-      for (int round = 0; round < 5; ++round) {
-        if (book.AddHTHLToEpub(html.c_str()) != 0) return;
-      }
-      result = ReadFile(root + "/epub_temp/epub/OEBPS/page-5.html");
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_NE(results[0].find("<p id=\"i299\"><span>x</span><a href=\"#i7\">y</a>"),
-            std::string::npos);
-  for (const std::string& result : results) EXPECT_EQ(result, results[0]);
 }
 
 }  // namespace

@@ -140,7 +140,6 @@ class Paragraphs(ToolTest):
             "blank lines": "\n\none\n\n\ntwo\n   \nthree\n\u3000\u3000\nfour\n\t\nfive\n",
             "page and more": "".join(" " * (i % 7) + f"line {i}\n" for i in range(150)),
             "bullets": "".join("•" * (i % 3) + " " * (i % 2) + f"item {i}\n" for i in range(150)),
-            "gaps": "a    b   c\nd      e\n",
             "long lines": "".join("x" * length + "\n" for length in range(240, 520, 7)),
             "long lines of words": ("word and another " * 100 + "\n") * 40,
             "long lines in wide letters": chinese + "\n" + "雪" * 5000 + "\n",
