@@ -192,6 +192,20 @@ class ToolTest(unittest.TestCase):
         self.report = json.loads(done.stdout)
         return Book(self.dir / self.report["output"])
 
+    def succeed(self, *command, **options):
+        """What a command of other programs prints."""
+        done = run(*command, cwd=self.dir, **{"env": self.environment, **options})
+        self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
+        return done.stdout
+
+    def check_book(self, name, text):
+        """A sound book of this text, made by another program, with nothing left beside it."""
+        book = Book(self.dir / name)
+        book.check_structure(self)
+        self.assertEqual(book.text_of_pages(), text)
+        self.assertFalse((self.dir / "epub_temp").exists())
+        return book
+
     def check_drawing(self, book, page):
         """A reader program can show a page."""
         drawn = run("mutool", "draw", "-a", "-r", "30", "-o", self.dir / "page.png", book.path, page)

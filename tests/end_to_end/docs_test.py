@@ -68,10 +68,7 @@ class Examples(ToolTest):
         code = re.search(r"```c\n(.*?)```", readme, re.DOTALL)[1]
         done = self.run_program("c", code.replace('"/tmp"', '"."'))
         self.assertEqual((done.returncode, done.stdout + done.stderr), (0, ""))
-        book = Book(self.dir / "book.epub")
-        self.assertEqual(book.text_of_pages(), "First line, second line. ")
-        book.check_all(self, WITHOUT_COVER)
-        self.assertFalse((self.dir / "epub_temp").exists())
+        self.check_book("book.epub", "First line, second line. ").check_all(self, WITHOUT_COVER)
 
     def test_guide(self):
         self.check_page("guide.md")

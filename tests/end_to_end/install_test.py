@@ -9,7 +9,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from book import BUILD, KAVEPUB, SOURCE, Book, ToolTest, run
+from book import BUILD, KAVEPUB, SOURCE, ToolTest, run
 
 EXAMPLES = SOURCE / "docs" / "examples"
 PAGES = SOURCE / "docs" / "man"
@@ -56,18 +56,6 @@ class Foreign(ToolTest):
         super().setUp()
         self.environment["PKG_CONFIG_PATH"] = str(self.libraries / "pkgconfig")
         self.write("in.txt", content=b"Hello, reader.\n")
-
-    def succeed(self, *command, **options):
-        done = run(*command, cwd=self.dir, env=self.environment, **options)
-        self.assertEqual((done.returncode, done.stderr), (0, ""))
-        return done.stdout
-
-    def check_book(self, name, text):
-        book = Book(self.dir / name)
-        book.check_structure(self)
-        self.assertEqual(book.text_of_pages(), text)
-        self.assertFalse((self.dir / "epub_temp").exists())
-        return book
 
     def compile_c(self, source, program):
         flags = shlex.split(self.succeed("pkg-config", "--cflags", "--libs", "kav_epub"))
