@@ -163,11 +163,12 @@ TEST(KavDeleteDir, WhatIsNoRemovableDirectoryIsLeftAlone) {
   const TempDir scratch;
   scratch.Write("file", "x");
   scratch.Write("dir/kept", "x");
+  scratch.Write("dir/sub/kept", "x");
   for (const char* name : {"file", "file/", "missing", "dir/.", "dir/./", "dir/sub/.."}) {
     EXPECT_NE(KavDeleteDir((scratch / name).c_str()), 0) << name;
   }
   EXPECT_EQ(ReadFile(scratch / "file"), "x");
-  EXPECT_EQ(ReadFile(scratch / "dir/kept"), "x");
+  EXPECT_EQ(FilesBelow(scratch / "dir"), (std::set<std::string>{"kept", "sub/", "sub/kept"}));
 }
 
 TEST(KavDeleteDir, EverythingDeletableGoesWhenSomethingIsNot) {
