@@ -208,5 +208,6 @@ class ToolTest(unittest.TestCase):
 
     def check_drawing(self, book, page):
         """A reader program can show a page."""
-        drawn = run("mutool", "draw", "-a", "-r", "30", "-o", self.dir / "page.png", book.path, page)
+        drawn = run("mutool", "draw", "-a", "-r", "30", "-o", self.dir / "page.png",
+                    book.path, page)
         self.assertEqual(drawn.returncode, 0, drawn.stderr)

@@ -2,7 +2,6 @@
 
 import os
 import re
-import shlex
 import subprocess
 import sys
 import unittest
@@ -23,9 +22,10 @@ class Examples(ToolTest):
 
     def setUp(self):
         super().setUp()
-        (self.dir / "novel.txt").write_bytes((SOURCE / "samples/gettysburg-address.txt").read_bytes())
-        (self.dir / "front.jpg").write_bytes(JPEG)
-        (self.dir / "map.png").write_bytes(PNG)
+        novel = SOURCE / "samples" / "gettysburg-address.txt"
+        self.write("novel.txt", content=novel.read_bytes())
+        self.write("front.jpg", content=JPEG)
+        self.write("map.png", content=PNG)
         (self.dir / "page.html").write_text("<html><body><p>A page</p></body></html>")
         for name in ("docs", "platform"):  # as seen from the sources
             (self.dir / name).symlink_to(SOURCE / name)
@@ -43,9 +43,11 @@ class Examples(ToolTest):
         return run(self.dir / "example", cwd=self.dir, env=self.environment)
 
     def check_console(self, code):
-        for command, expected in re.findall(r"^\$ (.*(?:\\\n.*)*)\n((?:(?!\$ ).*\n)*)", code, re.MULTILINE):
-            done = subprocess.run(["bash", "-c", command], cwd=self.dir, env=self.environment, text=True,
-                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
+        commands = re.findall(r"^\$ (.*(?:\\\n.*)*)\n((?:(?!\$ ).*\n)*)", code, re.MULTILINE)
+        for command, expected in commands:
+            done = subprocess.run(["bash", "-c", command], cwd=self.dir, env=self.environment,
+                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                                  timeout=60)
             self.assertEqual(done.stdout, expected, command)
 
     def check_page(self, name):
@@ -105,8 +107,10 @@ class Pages(unittest.TestCase):
 
     def test_result_codes(self):
         headers = [SOURCE / "fileutil/result_codes.h", *SOURCE.glob("platform/*/kav_*.h")]
-        named = re.findall(r"\b(\w+_E_\w+|EPUB_OK) = (-?\d+)", "".join(h.read_text() for h in headers))
-        told = re.findall(r"^\| (-?\d+) \| `(\w+)` \|", (DOCS / "guide.md").read_text(), re.MULTILINE)
+        named = re.findall(r"\b(\w+_E_\w+|EPUB_OK) = (-?\d+)",
+                           "".join(header.read_text() for header in headers))
+        guide = (DOCS / "guide.md").read_text()
+        told = re.findall(r"^\| (-?\d+) \| `(\w+)` \|", guide, re.MULTILINE)
         self.assertEqual(sorted(named), sorted((name, number) for number, name in told))
 
 

@@ -75,7 +75,7 @@ class Encodings(ToolTest):
                                  rf"^in\.txt: byte {byte} is not valid .*; name the right "
                                  "--encoding, or use --encoding-errors replace$")
                 self.reports("--encoding", encoding, "--encoding-errors", "replace", "in.txt")
-                # Runs of replacements count as one: how many bytes make one error is iconv's choice.
+                # Runs of replacements count as one: what makes an error is iconv's choice.
                 found = re.sub("\ufffd+", "\ufffd", Book(self.dir / "in.epub").text_of_pages())
                 self.assertEqual(found, text)
 
@@ -86,30 +86,10 @@ def paragraphs(book):
             for name in book.spine]
 
 
-def wrapped(text, columns):
-    return "\n".join(line[at:at + columns] for line in text.splitlines()
-                     for at in range(0, len(line), columns)) + "\n"
-
-
 class Paragraphs(ToolTest):
     def test_recognised(self):
-        speech = ("“你来了？”\n“来了。”\n“外面冷吗？”\n“冷得很，雪一直没有停，路上连个人影也看不见。”\n"
-                  "她给他倒了一杯热茶，又在炉子里添了两块炭，火光照在她的脸上，忽明忽暗。\n“明天还走？”\n“走。”\n")
-        rows = (
-            ("one line", "Short.\n", "wrapped"),
-            ("wrapped", wrapped(TEXTS["french"] * 5, 70), "wrapped"),
-            ("whole paragraphs", TEXTS["french"], "line"),
-            ("whole paragraphs in Russian", TEXTS["russian"], "line"),
-            ("Russian verse", "Буря мглою небо кроет,\nВихри снежные крутя;\n" * 9, "wrapped"),
-            ("Chinese", TEXTS["chinese"], "line"),
-            ("Chinese speech", speech * 3, "line"),
-            ("Chinese, wrapped", wrapped(TEXTS["chinese"] * 9, 36), "wrapped"),
-            ("Chinese, wrapped narrowly", wrapped(TEXTS["chinese"] * 9, 20), "wrapped"),
-            ("Japanese", TEXTS["japanese"], "line"),
-            ("one wide line in twenty", ("short line\n" * 19 + "x" * 200 + "\n") * 9, "wrapped"),
-        )
         said = {"line": "UTF-8, one paragraph a line", "wrapped": "UTF-8, wrapped lines"}
-        for name, text, mode in rows:
+        for name, text, mode in data_rows("paragraph_modes.txt"):
             with self.subTest(name):
                 self.write("in.txt", content=text.encode())
                 self.convert("in.txt")
@@ -155,9 +135,10 @@ class Paragraphs(ToolTest):
 
     def test_random_lines(self):
         chance = random.Random(5)
-        words = ["a", "word", "雪", "“你来了？”", "•", "\uf06e", "   ", "\u3000", "\t", "𝄞", "x" * 40]
+        words = ["a", "word", "雪", "“你来了？”", "•", "\uf06e", "   ", "\u3000", "\t", "𝄞",
+                 "x" * 40]
         for _ in range(40):
-            lines = ["".join(chance.choice(words) for _ in range(chance.choice((0, 1, 5, 60, 300))))
+            lines = ["".join(chance.choices(words, k=chance.choice((0, 1, 5, 60, 300))))
                      for _ in range(chance.randint(1, 150))]
             lines.append("end")
             with self.subTest(text="\n".join(lines)[:200]):

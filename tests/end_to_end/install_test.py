@@ -9,7 +9,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from book import BUILD, KAVEPUB, SOURCE, ToolTest, run
+from book import BUILD, KAVEPUB, SOURCE, XHTML, ToolTest, run
 
 EXAMPLES = SOURCE / "docs" / "examples"
 PAGES = SOURCE / "docs" / "man"
@@ -64,7 +64,8 @@ class Foreign(ToolTest):
 
     def test_program_in_c(self):
         self.compile_c(EXAMPLES / "convert.c", "convert")
-        self.assertEqual(self.succeed(self.dir / "convert", "in.txt", "out.epub"), "1 of 2\n2 of 2\n")
+        said = self.succeed(self.dir / "convert", "in.txt", "out.epub")
+        self.assertEqual(said, "1 of 2\n2 of 2\n")
         self.check_book("out.epub", "Hello, reader. ")
 
     def test_program_of_the_manual_page(self):
@@ -81,11 +82,12 @@ class Foreign(ToolTest):
         self.succeed("cmake", "--build", self.dir / "build")
         self.succeed(self.dir / "build" / "table")
         book = self.check_book("table.epub", "Two poles and their elevations: ")
-        cells = [cell.text for cell in book.page("page-1.html").iter("{http://www.w3.org/1999/xhtml}td")]
+        cells = [cell.text for cell in book.page("page-1.html").iter(XHTML + "td")]
         self.assertEqual(cells, ["North", "0 m", "South", "2835 m"])
 
     def test_script_in_python(self):
-        self.succeed(sys.executable, EXAMPLES / "book.py", "out.epub", self.libraries / "libKav_Epub.so")
+        self.succeed(sys.executable, EXAMPLES / "book.py", "out.epub",
+                     self.libraries / "libKav_Epub.so")
         book = self.check_book("out.epub", "First line, second line. third line: 你好. ")
         self.assertEqual((book.title, book.author), ("Grüße", "A Writer"))
 
@@ -137,7 +139,8 @@ class ManualPages(unittest.TestCase):
             self.assertRegex(page, rf"(?m)^ +(\w+, )*{entry}(, \w+)*$", "is not explained")
         for function in re.findall(r"KAV_EPUB_API .*?(\w+)\(", header):
             self.assertRegex(page, rf"{function}\(.*\);")
-        codes = re.findall(r"(EPUB_\w+) = (-?\d+)", (SOURCE / "fileutil/result_codes.h").read_text())
+        header = (SOURCE / "fileutil" / "result_codes.h").read_text()
+        codes = re.findall(r"(EPUB_\w+) = (-?\d+)", header)
         for name, number in codes:
             self.assertRegex(page, rf"\b{name} +\({number}\)")
 
@@ -148,7 +151,8 @@ class Completions(unittest.TestCase):
                  '_kavepub; printf "%s\n" "${COMPREPLY[@]}"'
 
         def offered(*words):
-            done = run("bash", "-uc", script, "bash", COMPLETIONS / "kavepub.bash", "kavepub", *words)
+            done = run("bash", "-uc", script, "bash", COMPLETIONS / "kavepub.bash", "kavepub",
+                       *words)
             self.assertEqual((done.returncode, done.stderr), (0, ""))
             return set(done.stdout.split())
 

@@ -3,7 +3,6 @@
 import re
 import shlex
 import sys
-import unittest
 from pathlib import Path
 
 from book import SOURCE, ToolTest, run

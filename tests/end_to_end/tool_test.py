@@ -25,7 +25,8 @@ MOBI = TESTS / "fixtures" / "mobi" / "old.mobi"
 
 class Files(ToolTest):
     def books(self, root="."):
-        return sorted(str(p.relative_to(self.dir / root)) for p in (self.dir / root).rglob("*.epub"))
+        top = self.dir / root
+        return sorted(str(path.relative_to(top)) for path in top.rglob("*.epub"))
 
     def without_rights(self):
         """Options of a call by a user to whom permissions apply, who owns all files here."""
@@ -96,7 +97,8 @@ class Planning(Files):
                 self.assertEqual("|".join(f"{book['output']}: {', '.join(book['inputs'])}"
                                           for book in books), plan)
         self.assertEqual(self.books(), ["lib/beside.epub", "lib/old/x.epub"])
-        done = run(KAVEPUB, "convert", ".", "--dry-run", cwd=self.dir / "site", env=self.environment)
+        done = run(KAVEPUB, "convert", ".", "--dry-run", cwd=self.dir / "site",
+                   env=self.environment)
         self.assertIn(f"{self.dir}/site.epub (HTML)\n", done.stdout)
 
     def test_dry_run(self):
@@ -120,8 +122,9 @@ class Batches(Files):
         self.write("lib/album/1.jpg", content=JPEG)
         self.write("lib/album/2.jpg", content=b"\0")
         (self.dir / "lib/lost.txt").symlink_to("nowhere")
-        failing = {"album/1.jpg": "album/2.jpg: is no JPEG", "closed.txt": "Permission denied", "locked": "Permission denied",
-                   "lost.txt": "No such file", "zip.txt": "is a ZIP"}
+        failing = {"album/1.jpg": "album/2.jpg: is no JPEG", "closed.txt": "Permission denied",
+                   "locked": "Permission denied", "lost.txt": "No such file",
+                   "zip.txt": "is a ZIP"}
         (self.dir / "lib/closed.txt").chmod(0)
         (self.dir / "lib/locked").chmod(0)
         self.addCleanup((self.dir / "lib/locked").chmod, 0o700)
@@ -254,7 +257,8 @@ class Interruptions(Files):
             with self.subTest(sent):
                 self.write_batch()
                 out, err = self.interrupt(self.has_ten_books, sent, "convert", "lib", "-j", "2")
-                self.assertEqual(err, "kavepub: interrupted; the same command again makes the rest\n")
+                self.assertEqual(err,
+                                 "kavepub: interrupted; the same command again makes the rest\n")
                 done, left = map(int, re.match(r"(\d+) done, (\d+) not made in ", out).groups())
                 self.assertEqual(done + left, self.COUNT)
                 books = self.books("lib")
@@ -338,7 +342,8 @@ class InfoAndPreview(Files):
         self.convert("a.txt")
         for arguments, code, message in (
                 ("a.epub", 0, r"^a\.png \(12 pages\)\n$"), ("a.epub", 1, "already; use --force"),
-                ("a.epub -f", 0, r"^a\.png"), ("a.epub -o none/x.png", 1, r"^kavepub: none/x\.png: "),
+                ("a.epub -f", 0, r"^a\.png"),
+                ("a.epub -o none/x.png", 1, r"^kavepub: none/x\.png: "),
                 ("a.epub -o b.png", 0, r"^b\.png"), ("a.epub -o b.png", 0, r"^b\.png")):
             with self.subTest(arguments):
                 done = self.kavepub("preview", *arguments.split())
@@ -384,7 +389,8 @@ class Terminals(Files):
         one = r", \d+:\d\d left, big\.txt"
         many = r" \d+ done, 0 failed, \d+ books/min(, \d+:\d\d left)?"
         for source, text in (("big.txt", one), ("lib", many)):
-            for setting, look in (({}, green), ({"NO_COLOR": "1"}, plain), ({"NO_COLOR": ""}, green)):
+            for setting, look in (({}, green), ({"NO_COLOR": ""}, green),
+                                  ({"NO_COLOR": "1"}, plain)):
                 with self.subTest(source, **setting):
                     shown, out = self.on_terminal("convert", "-f", source, **setting)
                     # Each drawing wipes the one before, and the last is wiped.
