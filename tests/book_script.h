@@ -4,11 +4,11 @@
 
 #include <functional>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "builder/epub_base.h"
+#include "data_rows.h"
 #include "temp_dir.h"
 #include "xml_text.h"
 
@@ -22,29 +22,30 @@ struct Book {
     return TextsOf(Content("OEBPS/page-" + std::to_string(page) + ".html"), "p");
   }
 
-  // Does one operation; "block" puts a directory that is not empty in the place of a file of the
-  // book, "unblock" takes it away.
+  // Does one operation, with null for the argument "null"; "block" puts a directory that is not
+  // empty in the place of a file of the book, "unblock" takes it away.
   int Do(const std::string& operation, const std::string& argument) {
     namespace fs = std::filesystem;
     const std::string path = dir / argument;
+    const char* const file = argument == "null" ? nullptr : path.c_str();
+    const char* const text = argument == "null" ? nullptr : argument.c_str();
     const std::string inBook = Path(argument);
     const std::map<std::string, std::function<int()>> operations = {
-        {"begin",
-         [&] { return epub = std::make_unique<EpubBase>(), epub->Init(path.c_str(), "T", "A"); }},
+        {"begin", [&] { return epub = std::make_unique<EpubBase>(), epub->Init(file, "T", "A"); }},
         {"fresh", [&] { return epub = std::make_unique<EpubBase>(), 0; }},
         {"start", [&] { return epub->StartPage(); }},
-        {"line", [&] { return epub->AddTextLineToPage(argument.c_str()); }},
+        {"line", [&] { return epub->AddTextLineToPage(text); }},
         {"end", [&] { return epub->EndPage(); }},
-        {"cover", [&] { return epub->AddCoverImageToEpub(path.c_str()); }},
-        {"sheet", [&] { return epub->AddImageToEpub(path.c_str()); }},
-        {"picture", [&] { return epub->AddImageToPage(path.c_str()); }},
+        {"cover", [&] { return epub->AddCoverImageToEpub(file); }},
+        {"sheet", [&] { return epub->AddImageToEpub(file); }},
+        {"picture", [&] { return epub->AddImageToPage(file); }},
         {"cell", [&] { return epub->AddFormToPage(argument.c_str(), FormCell); }},
         {"row", [&] { return epub->AddFormToPage("", FormRow); }},
         {"table", [&] { return epub->AddFormToPage("", FormTable); }},
         {"mimetype", [&] { return epub->GenerateMimetypeFile(); }},
         {"css", [&] { return epub->GenerateCSSFile(); }},
-        {"rules", [&] { return epub->AppendPropToCSS(argument.c_str()); }},
-        {"generate", [&] { return epub->GenerateEpub(path.c_str()); }},
+        {"rules", [&] { return epub->AppendPropToCSS(text); }},
+        {"generate", [&] { return epub->GenerateEpub(file); }},
         {"clear", [&] { return epub->ClearData(); }},
         {"release", [&] { return epub->Destory(), 0; }},
         {"write", [&] { return dir.Write(argument, "x"), 0; }},
@@ -59,8 +60,7 @@ struct Book {
   // arguments are below the directory.
   int Run(const std::string& script) {
     int result = 0;
-    std::istringstream operations(script);
-    for (std::string operation; std::getline(operations, operation, '|');) {
+    for (const std::string& operation : Split(script, '|')) {
       const size_t end = std::min(operation.find(' '), operation.size());
       result = Do(operation.substr(0, end), operation.substr(std::min(end + 1, operation.size())));
     }

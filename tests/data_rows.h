@@ -1,5 +1,7 @@
 // The rows of the data files: cells separated by tabs; a line that begins with a tab continues the
-// row above it, one that begins with "#" is a comment. Escapes are \n, \t, \r, \\ and \xHH.
+// row above it, one that begins with "#" is a comment. Escapes are \n, \t, \r, \\, \xHH and, for
+// long texts, \*COUNT{TEXT}, which repeats what is in the braces, with the number of each in place
+// of \#.
 #ifndef KAV_EPUB_TESTS_DATA_ROWS_H
 #define KAV_EPUB_TESTS_DATA_ROWS_H
 
@@ -7,23 +9,57 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 constexpr char kEmptyCell[] = "\"\"";
+constexpr std::string_view kNumber = "\\#";
 
-inline std::string Unescaped(const std::string& cell) {
-  std::string text;
-  for (size_t at = 0; at < cell.size(); ++at) {
-    if (cell[at] != '\\') {
-      text += cell[at];
-    } else if (cell[++at] == 'x') {
-      text += static_cast<char>(std::stoi(cell.substr(at + 1, 2), nullptr, 16));
-      at += 2;
-    } else {
-      text += cell[at] == 'n' ? '\n' : cell[at] == 't' ? '\t' : cell[at] == 'r' ? '\r' : cell[at];
+inline std::string Repeated(const std::string& text, size_t count) {
+  const size_t number = text.find(kNumber);
+  std::string all;
+  for (size_t i = 0; i < count; ++i) {
+    all.append(text, 0, number);
+    if (number != std::string::npos) {
+      all.append(std::to_string(i)).append(text, number + kNumber.size());
     }
   }
-  return cell == kEmptyCell ? "" : text;
+  return all;
+}
+
+// What a cell says from here to a letter that ends it; stays behind that.
+inline std::string ReadEscapes(std::istream& cell, int end) {
+  std::string text;
+  for (int letter = 0; (letter = cell.get()) != end && cell;) {
+    if (letter != '\\') {
+      text += static_cast<char>(letter);
+    } else if ((letter = cell.get()) == '*') {
+      size_t count = 0;
+      cell >> count;
+      cell.ignore();  // the brace
+      text += Repeated(ReadEscapes(cell, '}'), count);
+    } else if (letter == '#') {
+      text += kNumber;
+    } else if (letter == 'x') {
+      const std::string digits = {static_cast<char>(cell.get()), static_cast<char>(cell.get())};
+      text += static_cast<char>(std::stoi(digits, nullptr, 16));
+    } else {
+      text += letter == 'n' ? '\n' : letter == 't' ? '\t' : letter == 'r' ? '\r' : char(letter);
+    }
+  }
+  return text;
+}
+
+inline std::string Unescaped(const std::string& cell) {
+  std::istringstream letters(cell);
+  return cell == kEmptyCell ? "" : ReadEscapes(letters, EOF);
+}
+
+inline std::vector<std::string> Split(const std::string& text, char separator) {
+  std::vector<std::string> parts;
+  std::istringstream rest(text);
+  for (std::string part; std::getline(rest, part, separator);) parts.push_back(part);
+  return parts;
 }
 
 // All rows have this many cells, or the file is damaged.
@@ -33,8 +69,7 @@ inline std::vector<std::vector<std::string>> DataRows(const std::string& file, s
   for (std::string line; std::getline(lines, line);) {
     if (line.empty() || line[0] == '#') continue;
     if (line[0] != '\t') rows.emplace_back();
-    std::istringstream split(line);
-    for (std::string cell; std::getline(split, cell, '\t');) {
+    for (const std::string& cell : Split(line, '\t')) {
       if (!cell.empty()) rows.back().push_back(Unescaped(cell));
     }
   }

@@ -15,10 +15,6 @@ using namespace std::string_literals;
 
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
-const xmlChar* Xml(const char* text) {
-  return reinterpret_cast<const xmlChar*>(text);
-}
-
 // An attribute list from names and values; each record links to the next.
 struct Attributes {
   explicit Attributes(std::initializer_list<std::pair<const char*, std::string>> list)
@@ -159,6 +155,10 @@ void ProvokeLibxml2() {
   const XmlDoc doc = ParseXml("<r/>");
   EXPECT_EQ(XMLBase::GetNodeSet(doc.get(), Xml("//[")), nullptr);
   EXPECT_EQ(XMLBase::GetNodeSet(doc.get(), Xml("p:q()")), nullptr);
+  const TempDir dir;
+  const std::string html = dir.Write("x.html", "<p nonsense=1><font>x</font>&nope; <b></i></p>");
+  const std::string dtd = dir.Write("dtd", kXhtml1StrictDtd[0]);
+  EXPECT_EQ(base.HtmlProcess(html.c_str(), dir.String().c_str(), "t", dtd.c_str()), 0);
 }
 
 TEST(Document, LeavesTheHostsLibxml2AloneAndPrintsNothing) {

@@ -26,20 +26,18 @@ std::string Taken(char* text) {
   return copy;
 }
 
-TEST(KavTool, NullOrEmptyText) {
+TEST(KavTool, TakesNullAndEmptyTexts) {
   EXPECT_NE(KavIsStrNullOrEmpty(nullptr), 0);
   EXPECT_NE(KavIsStrNullOrEmpty(""), 0);
   EXPECT_EQ(KavIsStrNullOrEmpty(" "), 0);
-  EXPECT_EQ(KavIsStrNullOrEmpty("a"), 0);
-}
-
-TEST(KavTool, NullIsSafeEverywhere) {
-  EXPECT_EQ(KavIsFileOrDirExists(nullptr), 0);
-  EXPECT_EQ(KavIsFileExists(nullptr), 0);
   EXPECT_EQ(KavGetRunDirectory(nullptr), nullptr);
-  EXPECT_NE(KavMkdir(nullptr), 0);
-  EXPECT_NE(KavDeleteDir(nullptr), 0);
   EXPECT_EQ(KavGetLocalCurrentTime(nullptr, 16), nullptr);
+  for (const char* nothing : {static_cast<const char*>(nullptr), ""}) {
+    EXPECT_EQ(KavIsFileOrDirExists(nothing), 0);
+    EXPECT_EQ(KavIsFileExists(nothing), 0);
+    EXPECT_NE(KavMkdir(nothing), 0);
+    EXPECT_NE(KavDeleteDir(nothing), 0);
+  }
 }
 
 TEST(KavTool, Existence) {
@@ -56,8 +54,6 @@ TEST(KavTool, Existence) {
     EXPECT_EQ(KavIsFileOrDirExists(path.c_str()) != 0, row[1] == "exists");
     EXPECT_EQ(KavIsFileExists(path.c_str()) != 0, row[2] == "file");
   }
-  EXPECT_EQ(KavIsFileOrDirExists(""), 0);
-  EXPECT_EQ(KavIsFileExists(""), 0);
 }
 
 TEST(KavTool, RunDirectory) {
@@ -73,11 +69,10 @@ TEST(KavTool, Mkdir) {
   scratch.Write("file", "x");
   EXPECT_EQ(KavMkdir((scratch / "new").c_str()), 0);
   EXPECT_TRUE(fs::is_directory(scratch / "new"));
-  EXPECT_NE(KavMkdir((scratch / "new").c_str()), 0);
-  EXPECT_NE(KavMkdir((scratch / "file").c_str()), 0);
-  EXPECT_NE(KavMkdir((scratch / "no/parent").c_str()), 0);
+  for (const char* refused : {"new", "file", "no/parent"}) {
+    EXPECT_NE(KavMkdir((scratch / refused).c_str()), 0) << refused;
+  }
   EXPECT_FALSE(fs::exists(scratch / "no"));
-  EXPECT_NE(KavMkdir(""), 0);
 }
 
 TEST(KavTool, LocalCurrentTime) {
@@ -91,18 +86,12 @@ TEST(KavTool, LocalCurrentTimeIsLocalAndCurrent) {
   setenv("TZ", "XYZ-05:30", 1);
   tzset();
   const time_t before = time(nullptr);
-  const std::string text = Taken(KavGetLocalCurrentTime("%Y%m%d%H%M%S", 16));
-  const time_t after = time(nullptr);
+  const std::string seconds = Taken(KavGetLocalCurrentTime("%s", 16));
+  EXPECT_LE(before, std::stoll(seconds));
+  EXPECT_LE(std::stoll(seconds), time(nullptr));
   EXPECT_EQ(Taken(KavGetLocalCurrentTime("%z", 16)), "+0530");
   unsetenv("TZ");
   tzset();
-  ASSERT_EQ(text.size(), 14U);
-  tm fields{};
-  ASSERT_NE(strptime(text.c_str(), "%Y%m%d%H%M%S", &fields), nullptr);
-  constexpr time_t kOffset = 19800;  // five and a half hours
-  const time_t shown = timegm(&fields) - kOffset;
-  EXPECT_LE(before, shown);
-  EXPECT_LE(shown, after);
 }
 
 // A tree of the given depth, each level with a file; its paths are far too long for the system.
@@ -119,16 +108,18 @@ void MakeDeepTree(const std::string& top, int depth) {
   close(current);
 }
 
-TEST(KavDeleteDir, LargeTreesWithFewDescriptors) {
+TEST(KavDeleteDir, LargeTreesWithFewDescriptorsAndLittleStack) {
   const TempDir scratch;
-  MakeDeepTree(scratch / "deep", 30000);
-  for (int i = 0; i < 2000; ++i) {
+  MakeDeepTree(scratch / "deep", 3000);
+  for (int i = 0; i < 600; ++i) {
     scratch.Write("wide/" + std::to_string(i) + "/inner/file", "x");
     scratch.Write("wide/file-" + std::to_string(i), "x");
   }
   for (const char* tree : {"deep", "wide"}) {
     const std::string path = scratch / tree;
-    EXPECT_EQ(WithLimit(RLIMIT_NOFILE, 16, [&] { return KavDeleteDir(path.c_str()); }), 0) << tree;
+    const auto deletion = [&] { return KavDeleteDir(path.c_str()); };
+    const auto onLittleStack = [&] { return WithLimit(RLIMIT_STACK, 512 << 10, deletion); };
+    EXPECT_EQ(WithLimit(RLIMIT_NOFILE, 16, onLittleStack), 0) << tree;
     EXPECT_FALSE(fs::exists(path)) << tree;
   }
 }
@@ -172,12 +163,12 @@ TEST(KavDeleteDir, WhatIsNoRemovableDirectoryIsLeftAlone) {
   const TempDir scratch;
   scratch.Write("file", "x");
   scratch.Write("dir/kept", "x");
+  scratch.Write("dir/sub/kept", "x");
   for (const char* name : {"file", "file/", "missing", "dir/.", "dir/./", "dir/sub/.."}) {
     EXPECT_NE(KavDeleteDir((scratch / name).c_str()), 0) << name;
   }
-  EXPECT_NE(KavDeleteDir(""), 0);
   EXPECT_EQ(ReadFile(scratch / "file"), "x");
-  EXPECT_EQ(ReadFile(scratch / "dir/kept"), "x");
+  EXPECT_EQ(FilesBelow(scratch / "dir"), (std::set<std::string>{"kept", "sub/", "sub/kept"}));
 }
 
 TEST(KavDeleteDir, EverythingDeletableGoesWhenSomethingIsNot) {

@@ -12,10 +12,6 @@ namespace {
 
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
-const xmlChar* Xml(const std::string& text) {
-  return reinterpret_cast<const xmlChar*>(text.c_str());
-}
-
 std::string IdOf(xmlNode* node) {
   return node == nullptr ? "none" : TakenXml(xmlGetProp(node, Xml("id")));
 }
@@ -54,8 +50,7 @@ TEST(NodePath, LeadsOperationsToTheElementOfTheRules) {
     XMLBase base;
     base.InitForOpf();
     base.AddXMLNode(nullptr, "a", nullptr);
-    std::istringstream operations(row[1]);
-    for (std::string line; std::getline(operations, line, '|');) {
+    for (const std::string& line : Split(row[1], '|')) {
       const bool fails = line[0] == '!';
       std::istringstream words(line.substr(fails ? 1 : 0));
       std::string operation;

@@ -4,7 +4,6 @@
 #include <functional>
 #include <map>
 #include <regex>
-#include <sstream>
 
 #include "data_rows.h"
 #include "package/xml_file.h"
@@ -44,8 +43,7 @@ TEST(PackageDocuments, AreWhatTheirOperationsMakeOfThem) {
   for (const auto& row : DataRows("package_documents.txt", 3)) {
     SCOPED_TRACE(row[0]);
     XMLFile file;
-    std::istringstream script(row[1]);
-    for (std::string operation; std::getline(script, operation, '|');) {
+    for (const std::string& operation : Split(row[1], '|')) {
       EXPECT_EQ(Do(file, operation, dir / "document"), 0U) << operation;
     }
     const std::regex time("id_[0-9]{14}");

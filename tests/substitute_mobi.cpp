@@ -12,42 +12,43 @@ namespace {
 // The smallest head of a JPEG picture; nothing looks further.
 constexpr char kPicture[] = "\xFF\xD8\xFF\xE0";
 
-SubstituteMobi& Noting(const char* call) {
+// Notes a call; what the reader is told about something.
+const std::string& Told(const char* call, const char* what) {
   Substitute().calls.emplace_back(call);
-  return Substitute();
+  return Substitute().told[what];
 }
 
-char* Copy(const char* text) {
-  return text == nullptr ? nullptr : strdup(text);
+char* Copy(const std::string& text) {
+  return text == "null" ? nullptr : strdup(text.c_str());
 }
 
 int Open(void* /*handle*/, const char* /*path*/) {
-  return Noting("Open").openResult;
+  return std::stoi(Told("Open", "open"));
 }
 
 void Close(void* /*handle*/) {
-  Noting("Close");
+  Substitute().calls.emplace_back("Close");
 }
 
 int ExtractHtml(void* /*handle*/, const char* path) {
-  const SubstituteMobi& told = Noting("ExtractHtml");
-  std::ofstream(path) << told.html;
-  if (told.cover != nullptr && told.writesCover) {
-    const auto cover = std::filesystem::path(path).replace_filename(told.cover);
+  auto& told = Substitute().told;
+  std::ofstream(path) << told["html"];
+  if (told["cover"] != "null" && told["writesCover"] == "yes") {
+    const auto cover = std::filesystem::path(path).replace_filename(told["cover"]);
     std::filesystem::create_directories(cover.parent_path());
     std::ofstream(cover) << kPicture;
   }
-  return told.extractResult;
+  return std::stoi(Told("ExtractHtml", "extract"));
 }
 
 char* GetTitle(void* /*handle*/) {
-  return Copy(Noting("GetTitle").title);
+  return Copy(Told("GetTitle", "title"));
 }
 char* GetAuthor(void* /*handle*/) {
-  return Copy(Noting("GetAuthor").author);
+  return Copy(Told("GetAuthor", "author"));
 }
 char* GetCoverImage(void* /*handle*/) {
-  return Copy(Noting("GetCoverImage").cover);
+  return Copy(Told("GetCoverImage", "cover"));
 }
 
 }  // namespace
@@ -58,11 +59,11 @@ SubstituteMobi& Substitute() {
 }
 
 TMobiService* CreateMobiService(void) {
-  Noting("Create");
+  Substitute().calls.emplace_back("Create");
   return new TMobiService{nullptr, Open, Close, ExtractHtml, GetTitle, GetAuthor, GetCoverImage};
 }
 
 void FreeMobiService(TMobiService* service) {
-  Noting("Free");
+  Substitute().calls.emplace_back("Free");
   delete service;
 }

@@ -2,19 +2,15 @@
 #ifndef KAV_EPUB_TESTS_SUBSTITUTE_MOBI_H
 #define KAV_EPUB_TESTS_SUBSTITUTE_MOBI_H
 
+#include <map>
 #include <string>
 #include <vector>
 
 struct SubstituteMobi {
-  // What it is told.
-  int openResult = 0;
-  int extractResult = 0;
-  const char* title = "A Title";  // null: GetTitle returns null
-  const char* author = "An Author";
-  const char* cover = nullptr;  // null: the book has none
-  std::string html = "<p>Text</p>";
-  bool writesCover = true;
-
+  // What it is told; "null" makes it return null.
+  std::map<std::string, std::string> told = {
+      {"open", "0"},     {"extract", "0"},       {"title", "A Title"},   {"author", "An Author"},
+      {"cover", "null"}, {"writesCover", "yes"}, {"html", "<p>Text</p>"}};
   // The calls, by name, in order.
   std::vector<std::string> calls;
 };

@@ -2,6 +2,7 @@
 #ifndef KAV_EPUB_TESTS_XML_TEXT_H
 #define KAV_EPUB_TESTS_XML_TEXT_H
 
+#include <libxml/HTMLparser.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xpath.h>
@@ -15,6 +16,10 @@ struct FreeXmlDoc {
   void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
 };
 using XmlDoc = std::unique_ptr<xmlDoc, FreeXmlDoc>;
+
+inline const xmlChar* Xml(const std::string& text) {
+  return reinterpret_cast<const xmlChar*>(text.c_str());
+}
 
 inline XmlDoc ParseXml(std::string_view xml) {
   constexpr int kOptions =
@@ -30,18 +35,36 @@ inline std::string TakenXml(xmlChar* xml) {
   return text;
 }
 
-// The value of an XPath expression, as a string; "(malformed)" for a document that cannot be
-// parsed.
-inline std::string XPathText(std::string_view xml, const char* expression) {
-  const XmlDoc doc = ParseXml(xml);
-  if (doc == nullptr) return "(malformed)";
+// The contents of all nodes that an XPath expression finds, in document order; the one value of an
+// expression that finds no nodes; "(malformed)" for a document that could not be parsed.
+inline std::vector<std::string> XPathTexts(const XmlDoc& doc, const std::string& expression) {
+  if (doc == nullptr) return {"(malformed)"};
   xmlXPathContext* context = xmlXPathNewContext(doc.get());
-  xmlXPathObject* value =
-      xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression), context);
-  std::string text = TakenXml(xmlXPathCastToString(value));
-  xmlXPathFreeObject(value);
+  xmlXPathObject* found = xmlXPathEvalExpression(Xml(expression), context);
+  std::vector<std::string> texts;
+  if (found->type != XPATH_NODESET) {
+    texts.push_back(TakenXml(xmlXPathCastToString(found)));
+  } else {
+    for (int i = 0; i < xmlXPathNodeSetGetLength(found->nodesetval); ++i) {
+      texts.push_back(TakenXml(xmlNodeGetContent(found->nodesetval->nodeTab[i])));
+    }
+  }
+  xmlXPathFreeObject(found);
   xmlXPathFreeContext(context);
-  return text;
+  return texts;
+}
+
+// The contents of all elements of a name.
+inline std::vector<std::string> TextsOf(std::string_view xml, const std::string& name) {
+  return XPathTexts(ParseXml(xml), "//*[local-name()='" + name + "']");
+}
+
+// What the body of a page holds, as it is written; all of the page if it has none.
+inline std::string BodyOf(const std::string& page) {
+  const size_t start = page.find("<body>");
+  const size_t end = page.rfind("</body>");
+  if (start == std::string::npos || end == std::string::npos) return page;
+  return page.substr(start + 6, end - start - 6);
 }
 
 // A document as libxml2 writes it.
@@ -50,28 +73,6 @@ inline std::string Written(const XmlDoc& doc) {
   int size = 0;
   xmlDocDumpMemory(doc.get(), &xml, &size);
   return TakenXml(xml);
-}
-
-// The contents of all elements of a name, in document order; one entry "(malformed)" for a document
-// that cannot be parsed.
-inline std::vector<std::string> TextsOf(std::string_view xml, std::string_view name) {
-  const XmlDoc doc = ParseXml(xml);
-  if (doc == nullptr) return {"(malformed)"};
-  std::vector<std::string> texts;
-  xmlNode* node = xmlDocGetRootElement(doc.get());
-  while (node != nullptr) {
-    if (node->type == XML_ELEMENT_NODE && name == reinterpret_cast<const char*>(node->name)) {
-      texts.push_back(TakenXml(xmlNodeGetContent(node)));
-    }
-    if (node->children != nullptr) {
-      node = node->children;
-      continue;
-    }
-    while (node != nullptr && node->next == nullptr) node = node->parent;
-    if (node != nullptr && node->type == XML_DOCUMENT_NODE) break;
-    if (node != nullptr) node = node->next;
-  }
-  return texts;
 }
 
 #endif

@@ -4,7 +4,6 @@ import json
 import os
 import re
 import subprocess
-import sys
 import tempfile
 import unittest
 import xml.etree.ElementTree as ET
@@ -14,19 +13,54 @@ from urllib.parse import unquote
 
 BUILD = Path(os.environ["KAV_BUILD_DIR"])
 SOURCE = Path(__file__).resolve().parents[2]
+TESTS = SOURCE / "tests"
 KAVEPUB = BUILD / "bin" / "kavepub"
 IS_SANITIZED = BUILD.name != "release"
-EPUBCHECK = ["java", "-jar", "/usr/share/java/epubcheck.jar"]
+# A short run: compiling for long ones and collecting garbage on many threads would not pay.
+EPUBCHECK = ["java", "-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC", "-Xshare:auto",
+             "-jar", "/usr/share/java/epubcheck.jar"]
 
 OPF = {"opf": "http://www.idpf.org/2007/opf", "dc": "http://purl.org/dc/elements/1.1/"}
 NCX = {"ncx": "http://www.daisy.org/z3986/2005/ncx/"}
 PAGES = (".html", ".htm", ".xhtml")
+JPEG, PNG, GIF = ((TESTS / "fixtures" / "mobi" / "source" / name).read_bytes()
+                  for name in ("photo.jpg", "map.png", "sign.gif"))
+FORBIDDEN = re.compile("[\x00-\x08\x0b\x0e-\x17\x19-\x1f\ufffe\uffff]")
 XHTML = "{http://www.w3.org/1999/xhtml}"
 
 # The navigation document has a page's document type and the identifier is a time, both on purpose.
 # An empty guide is written as such; epubcheck wants a reference in it, which only a cover brings.
 ALLOWED = {"HTM-004", "OPF-085"}
 WITHOUT_COVER = ALLOWED | {"RSC-005 guide"}
+
+
+def unescaped(cell):
+    """What a cell of a data file says; bytes that are no UTF-8 become surrogates."""
+    def letter(match):
+        code = match[1]
+        return bytes.fromhex(code[1:].decode()) if len(code) > 1 else plain.get(code, code)
+    plain = {b"n": b"\n", b"t": b"\t", b"r": b"\r"}
+    cell = re.sub(rb"\\\*(\d+)\{(.*?)\}", lambda match: match[2] * int(match[1]), cell)
+    text = b"" if cell == b'""' else re.sub(rb"\\(x[0-9A-F]{2}|.)", letter, cell)
+    return text.decode(errors="surrogateescape")
+
+
+def data_rows(name):
+    """The rows of a data file in the form that data_rows.h describes."""
+    lines = (TESTS / "data" / name).read_bytes().replace(b"\n\t", b"\t").splitlines()
+    return [[unescaped(cell) for cell in line.split(b"\t") if cell]
+            for line in lines if not line.startswith(b"#")]
+
+
+def as_in_a_book(data, encoding="utf-8"):
+    """What a book shows of a text: undecodable bytes replaced (runs of them count as one here),
+    forbidden characters dropped, line ends and two old control characters blank."""
+    text = FORBIDDEN.sub("", data.decode(encoding, "replace").removeprefix("\ufeff"))
+    return re.sub("\r\n|[\r\n\x0c\x18]", " ", re.sub("\ufffd+", "\ufffd", text))
+
+
+def as_bytes(text):
+    return text.encode(errors="surrogateescape")
 
 
 def run(*command, **options):
@@ -135,6 +169,17 @@ class ToolTest(unittest.TestCase):
         self.temp.mkdir()
         self.environment = {**os.environ, "TMPDIR": str(self.temp), "TERM": "dumb"}
 
+    def write(self, *names, content=b"Hello\n"):
+        for name in names:
+            path = self.dir / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_bytes(content)
+
+    def write_rows(self, name):
+        """Makes the files that a data file describes: path, content."""
+        for path, content in data_rows(name):
+            self.write(path, content=as_bytes(content))
+
     def kavepub(self, *arguments, **options):
         done = run(KAVEPUB, *arguments, cwd=self.dir, env=self.environment, **options)
         self.assertEqual(list(self.temp.iterdir()), [], "working files were left")
@@ -147,6 +192,22 @@ class ToolTest(unittest.TestCase):
         self.report = json.loads(done.stdout)
         return Book(self.dir / self.report["output"])
 
+    def succeed(self, *command, **options):
+        """What a command of other programs prints."""
+        done = run(*command, cwd=self.dir, **{"env": self.environment, **options})
+        self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
+        return done.stdout
 
-def main():
-    sys.exit(unittest.main(verbosity=2))
+    def check_book(self, name, text):
+        """A sound book of this text, made by another program, with nothing left beside it."""
+        book = Book(self.dir / name)
+        book.check_structure(self)
+        self.assertEqual(book.text_of_pages(), text)
+        self.assertFalse((self.dir / "epub_temp").exists())
+        return book
+
+    def check_drawing(self, book, page):
+        """A reader program can show a page."""
+        drawn = run("mutool", "draw", "-a", "-r", "30", "-o", self.dir / "page.png",
+                    book.path, page)
+        self.assertEqual(drawn.returncode, 0, drawn.stderr)

@@ -2,13 +2,11 @@
 
 import os
 import re
-import shlex
 import subprocess
 import sys
 import unittest
 
-from book import BUILD, SOURCE, Book, ToolTest, run
-from text_test import JPEG, png
+from book import BUILD, JPEG, PNG, SOURCE, WITHOUT_COVER, Book, ToolTest, run
 
 DOCS = SOURCE / "docs"
 PAGES = sorted(DOCS.glob("*.md")) + [SOURCE / "README.md"]
@@ -24,9 +22,10 @@ class Examples(ToolTest):
 
     def setUp(self):
         super().setUp()
-        (self.dir / "novel.txt").write_bytes((SOURCE / "samples/gettysburg-address.txt").read_bytes())
-        (self.dir / "front.jpg").write_bytes(JPEG)
-        (self.dir / "map.png").write_bytes(png())
+        novel = SOURCE / "samples" / "gettysburg-address.txt"
+        self.write("novel.txt", content=novel.read_bytes())
+        self.write("front.jpg", content=JPEG)
+        self.write("map.png", content=PNG)
         (self.dir / "page.html").write_text("<html><body><p>A page</p></body></html>")
         for name in ("docs", "platform"):  # as seen from the sources
             (self.dir / name).symlink_to(SOURCE / name)
@@ -44,9 +43,11 @@ class Examples(ToolTest):
         return run(self.dir / "example", cwd=self.dir, env=self.environment)
 
     def check_console(self, code):
-        for command, expected in re.findall(r"^\$ (.*(?:\\\n.*)*)\n((?:(?!\$ ).*\n)*)", code, re.MULTILINE):
-            done = subprocess.run(["bash", "-c", command], cwd=self.dir, env=self.environment, text=True,
-                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60)
+        commands = re.findall(r"^\$ (.*(?:\\\n.*)*)\n((?:(?!\$ ).*\n)*)", code, re.MULTILINE)
+        for command, expected in commands:
+            done = subprocess.run(["bash", "-c", command], cwd=self.dir, env=self.environment,
+                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                                  timeout=60)
             self.assertEqual(done.stdout, expected, command)
 
     def check_page(self, name):
@@ -63,6 +64,13 @@ class Examples(ToolTest):
                 self.assertFalse((self.dir / "epub_temp").exists())
         for book in self.dir.glob("*.epub"):
             Book(book).check_structure(self)
+
+    def test_readme(self):
+        readme = (SOURCE / "README.md").read_text()
+        code = re.search(r"```c\n(.*?)```", readme, re.DOTALL)[1]
+        done = self.run_program("c", code.replace('"/tmp"', '"."'))
+        self.assertEqual((done.returncode, done.stdout + done.stderr), (0, ""))
+        self.check_book("book.epub", "First line, second line. ").check_all(self, WITHOUT_COVER)
 
     def test_guide(self):
         self.check_page("guide.md")
@@ -99,8 +107,10 @@ class Pages(unittest.TestCase):
 
     def test_result_codes(self):
         headers = [SOURCE / "fileutil/result_codes.h", *SOURCE.glob("platform/*/kav_*.h")]
-        named = re.findall(r"\b(\w+_E_\w+|EPUB_OK) = (-?\d+)", "".join(h.read_text() for h in headers))
-        told = re.findall(r"^\| (-?\d+) \| `(\w+)` \|", (DOCS / "guide.md").read_text(), re.MULTILINE)
+        named = re.findall(r"\b(\w+_E_\w+|EPUB_OK) = (-?\d+)",
+                           "".join(header.read_text() for header in headers))
+        guide = (DOCS / "guide.md").read_text()
+        told = re.findall(r"^\| (-?\d+) \| `(\w+)` \|", guide, re.MULTILINE)
         self.assertEqual(sorted(named), sorted((name, number) for number, name in told))
 
 
@@ -108,7 +118,3 @@ class Reference(unittest.TestCase):
     def test_reference(self):
         done = run(SOURCE / "scripts" / "docs")
         self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -67,8 +67,7 @@ class Sites(ToolTest):
         self.assertEqual(expected - words, Counter())
         book.check_all(self, messages)
         self.check_validity(book)
-        drawn = run("mutool", "draw", "-a", "-r", "30", "-o", self.dir / "page.png", book.path, "2")
-        self.assertEqual(drawn.returncode, 0, drawn.stderr)
+        self.check_drawing(book, 2)
 
     def check_validity(self, book):
         """All pages are XHTML 1.0 Strict, but for their document type declaration, which names
@@ -96,8 +95,9 @@ class Sites(ToolTest):
 
 
 class Pages(ToolTest):
-    def write(self, name, head, body="<p>Text</p>"):
-        (self.dir / name).write_text(f"<html><head>{head}</head><body>{body}</body></html>")
+    def write_page(self, name, head, body="<p>Text</p>"):
+        page = f"<html><head>{head}</head><body>{body}</body></html>"
+        self.write(name, content=page.encode())
 
     def test_title_and_author(self):
         named = "<title> Of\n Mice &amp; Men</title><meta name=Author content='J. S.'>"
@@ -106,18 +106,15 @@ class Pages(ToolTest):
                 ("", (), ("page", "")))
         for head, options, expected in rows:
             with self.subTest(head=head, options=options):
-                self.write("page.html", head)
+                self.write_page("page.html", head)
                 book = self.convert("page.html", *options)
                 self.assertEqual((book.title, book.author), expected)
 
     def test_pages_in_the_order_given(self):
         for name in ("b.html", "a.html", "c.htm"):
-            self.write(name, f"<title>Of {name}</title>", f"<p>{name}</p>")
+            self.write_page(name, f"<title>Of {name}</title>", f"<p>{name}</p>")
         book = self.convert("b.html", "a.html", "c.htm", "-o", "three.epub")
         texts = ["".join(book.page(name).find(XHTML + "body").itertext()) for name in book.spine]
         self.assertEqual((book.title, texts), ("Of b.html", ["b.html", "a.html", "c.htm"]))
         book.check_all(self, WITHOUT_COVER)
 
-
-if __name__ == "__main__":
-    unittest.main()

@@ -3,24 +3,19 @@
 import re
 import shlex
 import sys
-import unittest
 from pathlib import Path
 
-from book import SOURCE, Book, ToolTest, run
+from book import SOURCE, ToolTest, run
 
 EXAMPLES = SOURCE / "docs" / "examples"
 PACKAGES = ["kavepub", "libkav-epub", "libkav-epub-dev"]
 
 
 class Packages(ToolTest):
-    def succeed(self, *command, **options):
-        done = run(*command, cwd=self.dir, **{"env": self.environment, **options})
-        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
-        return done.stdout
-
     def test_packages(self):
-        files = self.succeed(SOURCE / "scripts" / "package").split()
-        packages = [SOURCE / file for file in files]
+        packed = run(SOURCE / "scripts" / "package")
+        self.assertEqual(packed.returncode, 0, packed.stderr)
+        packages = [SOURCE / file for file in packed.stdout.split()]
         self.assertEqual(sorted(file.name.split("_")[0] for file in packages), PACKAGES)
         self.check_with_lintian(packages)
         self.check_dependencies(packages)
@@ -43,13 +38,8 @@ class Packages(ToolTest):
         plan = self.succeed("apt-get", "--simulate", "--no-download", "install", *packages)
         self.assertEqual(sorted(re.findall(r"^Inst (\S+)", plan, re.MULTILINE)), PACKAGES)
 
-    def check_book(self, name, text):
-        book = Book(self.dir / name)
-        book.check_structure(self)
-        self.assertEqual(book.text_of_pages(), text)
-
     def check_tool(self):
-        (self.dir / "in.txt").write_text("Hello, reader.\n")
+        self.write("in.txt", content=b"Hello, reader.\n")
         tool = self.root / "usr" / "bin" / "kavepub"
         loaded = self.succeed("ldd", tool)
         paths = re.findall(r"libKav_\w+\.so => (\S+)", loaded)
@@ -71,7 +61,3 @@ class Packages(ToolTest):
         self.succeed("cc", EXAMPLES / "convert.c", *flags, "-o", "convert", env=where)
         self.succeed(self.dir / "convert", "in.txt", "foreign.epub", env=where)
         self.check_book("foreign.epub", "Hello, reader. ")
-
-
-if __name__ == "__main__":
-    unittest.main()

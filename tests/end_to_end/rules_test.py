@@ -2,8 +2,6 @@
 
 import json
 import re
-import unittest
-from pathlib import Path
 
 from book import SOURCE, XHTML, Book, ToolTest
 
@@ -24,7 +22,8 @@ class Documented(ToolTest):
             (self.dir / name).write_bytes(text.encode())
         done = self.kavepub("convert", "--json", "--force", "-o", "books/", *options, *names)
         self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
-        outputs = {book["inputs"][0]: book["output"] for book in map(json.loads, done.stdout.splitlines())}
+        reports = map(json.loads, done.stdout.splitlines())
+        outputs = {report["inputs"][0]: report["output"] for report in reports}
         return [Book(self.dir / outputs[name]) for name in names]
 
 
@@ -35,7 +34,8 @@ class Paragraphs(Documented):
 
     def test_examples(self):
         page = (DOCS / "text-to-paragraphs.md").read_text()
-        examples = re.findall(r"```text before(.*)\n((?:.*\n)*?)```\n```text after\n((?:.*\n)*?)```", page)
+        examples = re.findall(
+            r"```text before(.*)\n((?:.*\n)*?)```\n```text after\n((?:.*\n)*?)```", page)
         self.assertEqual(len(examples), len(re.findall("```text", page)) / 2)
         for options in {options for options, *_ in examples}:
             chosen = [(text, after) for other, text, after in examples if other == options]
@@ -68,9 +68,5 @@ class HtmlRepair(Documented):
         for row, book in zip(table, books):
             with self.subTest(row):
                 markup = book.read("OEBPS/page-1.html").decode()
-                self.assertEqual(re.search("<body>(.*)</body>", markup, re.DOTALL).group(1), row[-1])
+                self.assertEqual(re.search("<body>(.*)</body>", markup, re.DOTALL)[1], row[-1])
                 book.check_well_formed(self)
-
-
-if __name__ == "__main__":
-    unittest.main()
