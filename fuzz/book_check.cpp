@@ -79,10 +79,10 @@ std::vector<std::string> AttributesOf(const XmlDoc& doc, const char* element, co
   return values;
 }
 
-std::map<std::string, std::string> ReadArchive(const std::string& path) {
+Entries ReadArchive(const std::string& path) {
   zip_t* archive = zip_open(path.c_str(), ZIP_CHECKCONS | ZIP_RDONLY, nullptr);
   Require(archive != nullptr, "the book is a container");
-  std::map<std::string, std::string> entries;
+  Entries entries;
   const zip_int64_t count = zip_get_num_entries(archive, 0);
   for (zip_int64_t i = 0; i < count; ++i) {
     zip_stat_t status;
@@ -93,15 +93,17 @@ std::map<std::string, std::string> ReadArchive(const std::string& path) {
     const bool isRead = file != nullptr && zip_fread(file, content.data(), status.size + 1) ==
                                                static_cast<zip_int64_t>(status.size);
     Require(isRead && zip_fclose(file) == 0, "an entry can be read");
-    Require(entries.emplace(zip_get_name(archive, index, ZIP_FL_ENC_RAW), content).second,
-            "an entry is there once");
+    entries.emplace_back(zip_get_name(archive, index, ZIP_FL_ENC_RAW), content);
   }
   zip_discard(archive);
   return entries;
 }
 
 CheckedBook CheckBook(const std::string& path, const std::string& secret) {
-  CheckedBook book{ReadArchive(path), {}};
+  CheckedBook book;
+  for (const auto& [name, content] : ReadArchive(path)) {
+    Require(book.entries.emplace(name, content).second, name + " is there once");
+  }
   Require(ReadFile(path).substr(30, kBegin.size()) == kBegin, "the type comes first, as it is");
   for (const auto& [name, content] : book.entries) {
     Require(content.find(secret) == std::string::npos, name + " holds no secret");

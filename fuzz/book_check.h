@@ -16,8 +16,9 @@ XmlDoc RequiredXml(std::string_view xml, const std::string& name);
 // elements.
 std::vector<std::string> AttributesOf(const XmlDoc& doc, const char* element, const char* name);
 
-// The contents of a container by names, each there once.
-std::map<std::string, std::string> ReadArchive(const std::string& path);
+// Names and contents of what a container holds, in its order.
+using Entries = std::vector<std::pair<std::string, std::string>>;
+Entries ReadArchive(const std::string& path);
 
 struct CheckedBook {
   std::map<std::string, std::string> entries;
