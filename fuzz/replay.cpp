@@ -26,7 +26,8 @@ int main(int count, char** arguments) {
     Run(input);  // fills what lasts, such as tables of libxml2
     const size_t before = Allocated();
     Run(input);
-    Require(Allocated() == before, "memory is released");
+    const bool isReleased = Allocated() <= before;
+    Require(isReleased, "memory is released");
   }
   return 0;
 }
