@@ -363,6 +363,7 @@ INSTANTIATE_TEST_SUITE_P(
         Hostile{"ManyAttributes", "<p" + Times(20000, " a b='c' id=x") + ">y"},
         Hostile{"ManyAttributesBehindAClosedScript", "<script/><p" + Crowd() + ">y"},
         Hostile{"ManyAttributesBehindAComment", "<!-- --!><p" + Crowd() + ">y"},
+        Hostile{"ManyAttributesBehindALongerComment", "<!--><x y='--><p" + Crowd() + ">y"},
         Hostile{"ManyNamesWithoutBlanks", "<p " + Times(2000000, "n") + ">y"},
         Hostile{"DuplicateIds", Times(20000, "<p id=x><a href=#x>y</a></p>")},
         Hostile{"LongLine", "<p>" + Times(5000000, "word word ") + "end"}),
@@ -383,6 +384,15 @@ TEST(CrowdedTag, KeepsWhatIsDeclared) {
   const Page page =
       workplace.Clean("<p" + attributes + " lang=en ID='i' class=c id=j>x</p><p>y</p>");
   EXPECT_EQ(page.body, "<p id=\"i\" class=\"c\" xml:lang=\"en\">x</p><p>y</p>");
+}
+
+// Only the parser knows where these begin a tag, and it would take a minute for it.
+TEST(CrowdedTag, IsRefusedWhereNothingElseHelps) {
+  const Workplace workplace;
+  for (const char* before : {"<style><body><p", "<script><noscript", "<p><style></p><p",
+                             "<p><!doctype html></x<p", "<!doctype html public '>' '><x y='><p"}) {
+    EXPECT_EQ(workplace.Clean(before + Crowd() + ">y").code, 404) << before;
+  }
 }
 
 int errorsHeard = 0;
