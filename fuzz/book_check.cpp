@@ -14,10 +14,6 @@ namespace {
 constexpr std::string_view kBegin = "mimetypeapplication/epub+zip";
 const std::string kRoot = "OEBPS/";
 
-std::string Text(const xmlChar* text) {
-  return text == nullptr ? "" : reinterpret_cast<const char*>(text);
-}
-
 std::string Decoded(const std::string& reference) {
   char* decoded = xmlURIUnescapeString(reference.c_str(), 0, nullptr);
   const std::string text = decoded;
@@ -38,17 +34,15 @@ std::set<std::string> Resolved(const std::vector<std::string>& references) {
 }
 
 void CheckLinks(const CheckedBook& book, const std::string& name, const XmlDoc& page) {
-  const auto ids = AttributesOf(page, nullptr, "id");
-  for (const char* attribute : {"href", "src"}) {
-    for (const std::string& reference : AttributesOf(page, nullptr, attribute)) {
-      if (reference.empty() || HasScheme(reference)) continue;
-      const std::string path = reference.substr(0, reference.find('#'));
-      const std::string fragment =
-          Decoded(reference.substr(std::min(path.size() + 1, reference.size())));
-      const bool leads = path.empty() ? std::count(ids.begin(), ids.end(), fragment) == 1
-                                      : book.entries.count(kRoot + Decoded(path)) == 1;
-      Require(leads, name + ": " + reference + " leads somewhere");
-    }
+  const auto ids = Texts(page, "//@id");
+  for (const std::string& reference : Texts(page, "//@href | //@src | //@*[local-name()='href']")) {
+    if (reference.empty() || HasScheme(reference)) continue;
+    const std::string path = reference.substr(0, reference.find('#'));
+    const std::string fragment =
+        Decoded(reference.substr(std::min(path.size() + 1, reference.size())));
+    const bool leads = path.empty() ? std::count(ids.begin(), ids.end(), fragment) == 1
+                                    : book.entries.count(kRoot + Decoded(path)) == 1;
+    Require(leads, name + ": " + reference + " leads somewhere");
   }
 }
 
@@ -60,23 +54,18 @@ XmlDoc RequiredXml(std::string_view xml, const std::string& name) {
   return doc;
 }
 
-std::vector<std::string> AttributesOf(const XmlDoc& doc, const char* element, const char* name) {
-  std::vector<std::string> values;
-  for (xmlNode* node = doc->children; node != nullptr;) {
-    const bool isElement = node->type == XML_ELEMENT_NODE;
-    const bool isAsked = isElement && (element == nullptr || Text(node->name) == element);
-    for (xmlAttr* attr = isAsked ? node->properties : nullptr; attr != nullptr; attr = attr->next) {
-      if (Text(attr->name) == name)
-        values.push_back(TakenXml(xmlNodeListGetString(doc.get(), attr->children, 1)));
-    }
-    if (isElement && node->children != nullptr) {
-      node = node->children;
-      continue;
-    }
-    while (node != nullptr && node->next == nullptr) node = node->parent;
-    if (node != nullptr) node = node->next;
+std::vector<std::string> Texts(const XmlDoc& doc, const char* expression) {
+  xmlXPathContext* context = xmlXPathNewContext(doc.get());
+  xmlXPathObject* found =
+      xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression), context);
+  Require(found != nullptr, std::string(expression) + " can be evaluated");
+  std::vector<std::string> texts;
+  for (int i = 0; i < xmlXPathNodeSetGetLength(found->nodesetval); ++i) {
+    texts.push_back(TakenXml(xmlXPathCastNodeToString(found->nodesetval->nodeTab[i])));
   }
-  return values;
+  xmlXPathFreeObject(found);
+  xmlXPathFreeContext(context);
+  return texts;
 }
 
 Entries ReadArchive(const std::string& path) {
@@ -111,12 +100,12 @@ CheckedBook CheckBook(const std::string& path, const std::string& secret) {
   const auto parsed = [&](const std::string& name) {
     return RequiredXml(book.entries[name], name);
   };
-  const auto roots = AttributesOf(parsed("META-INF/container.xml"), "rootfile", "full-path");
+  const auto roots = Texts(parsed("META-INF/container.xml"), "//@full-path");
   Require(roots == std::vector{kRoot + "content.opf"}, "the container file leads to the package");
 
   const XmlDoc opf = parsed(kRoot + "content.opf");
-  const auto hrefs = AttributesOf(opf, "item", "href");
-  const auto ids = AttributesOf(opf, "item", "id");
+  const auto hrefs = Texts(opf, "//*[local-name()='item']/@href");
+  const auto ids = Texts(opf, "//*[local-name()='item']/@id");
   std::set<std::string> entries = {"mimetype", "META-INF/container.xml", kRoot + "content.opf"};
   entries.merge(Resolved(hrefs));
   std::set<std::string> found;
@@ -127,18 +116,18 @@ CheckedBook CheckBook(const std::string& path, const std::string& secret) {
   Require(entries == found && entries.size() == hrefs.size() + 3, "what is listed is there, once");
   Require(std::set(ids.begin(), ids.end()).size() == hrefs.size(), "ids differ");
   std::vector<std::string> spine;
-  for (const std::string& id : AttributesOf(opf, "itemref", "idref")) {
+  for (const std::string& id : Texts(opf, "//@idref")) {
     const auto at = std::find(ids.begin(), ids.end(), id);
     Require(at != ids.end(), "the spine names items");
     spine.push_back(hrefs[static_cast<size_t>(at - ids.begin())]);
   }
-  for (const std::string& href : AttributesOf(opf, "reference", "href")) {
+  for (const std::string& href : Texts(opf, "//*[local-name()='reference']/@href")) {
     Require(std::count(hrefs.begin(), hrefs.end(), href) == 1, "the guide names items");
   }
 
   // A page that is not called ".html" is in the navigation, but not in the spine.
   std::vector<std::string> shown;
-  for (const std::string& src : AttributesOf(parsed(kRoot + "toc.ncx"), "content", "src")) {
+  for (const std::string& src : Texts(parsed(kRoot + "toc.ncx"), "//@src")) {
     book.pages.push_back(kRoot + Decoded(src));
     if (src.ends_with(".html")) shown.push_back(src);
   }
