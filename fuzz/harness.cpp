@@ -11,13 +11,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The name as a path below a directory, each part short enough for a file.
+// The name as a path below a directory, each part short enough for a file. Of control characters
+// only line ends stay: libzip refuses to open a container with others beside letters beyond ASCII.
 fs::path Tamed(const std::string& name) {
   fs::path tamed;
   std::istringstream parts(name);
   for (std::string part; std::getline(parts, part, '/');) {
-    std::erase(part, '\0');
     std::replace(part.begin(), part.end(), '\1', '\n');
+    std::erase_if(part, [](char c) { return c >= 0 && c < ' ' && c != '\n'; });
     if (!part.empty() && part != "." && part != "..") tamed /= part.substr(0, 255);
   }
   return tamed;

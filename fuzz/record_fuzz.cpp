@@ -23,13 +23,15 @@ struct Call {
   size_t fileNumber;
   const char *file, *work, *text, *output;
 
+  bool NamesPage() const { return fileNumber == 0; }
   bool HasFile() const { return fileNumber < kExisting; }
   bool NamesFile() const { return file != nullptr && *file != 0; }
   int OfBuilder(int code) const { return hasBuilder ? code : 410; }
 };
 
 constexpr int kUncertain = -1;  // 0, or 408 without a page
-constexpr int kLeftOut = -2;    // pictures and imports have their place between pages
+constexpr int kLeftOut =
+    -2;  // sheets and imports have their place between pages; a page is no picture
 
 struct {
   const char* name;
@@ -60,7 +62,10 @@ struct {
                                             : c.isPageOpen ? 0
                                                            : 409); }, 0},
     {"AddImageToEpub", [](const Call& c) { return c.service->AddImageToEpub(c.data, c.file); },
-     [](const Call& c) { return c.isPageOpen ? kLeftOut : c.OfBuilder(c.HasFile() ? 0 : 402); }, 0},
+     [](const Call& c) {
+       return c.isPageOpen || c.NamesPage() ? kLeftOut : c.OfBuilder(c.HasFile() ? 0 : 402);
+     },
+     0},
     {"AddHtmlToEpub", [](const Call& c) { return c.service->AddHtmlToEpub(c.data, c.file); },
      [](const Call& c) {
        if (c.isPageOpen || !c.hasBuilder) return c.isPageOpen ? kLeftOut : 411;
