@@ -30,8 +30,7 @@ struct Call {
 };
 
 constexpr int kUncertain = -1;  // 0, or 408 without a page
-constexpr int kLeftOut =
-    -2;  // sheets and imports have their place between pages; a page is no picture
+constexpr int kLeftOut = -2;    // what a host must not do, and would get a strange book of
 
 struct {
   const char* name;
@@ -58,12 +57,15 @@ struct {
      },
      0},
     {"AddImageToPage", [](const Call& c) { return c.service->AddImageToPage(c.data, c.file); },
-     [](const Call& c) { return c.OfBuilder(!c.HasFile()   ? 402
-                                            : c.isPageOpen ? 0
-                                                           : 409); }, 0},
+     [](const Call& c) {
+       if (c.NamesPage()) return kLeftOut;
+       return c.OfBuilder(!c.HasFile() ? 402 : c.isPageOpen ? 0 : 409);
+     },
+     0},
     {"AddImageToEpub", [](const Call& c) { return c.service->AddImageToEpub(c.data, c.file); },
      [](const Call& c) {
-       return c.isPageOpen || c.NamesPage() ? kLeftOut : c.OfBuilder(c.HasFile() ? 0 : 402);
+       if (c.isPageOpen || c.NamesPage()) return kLeftOut;
+       return c.OfBuilder(c.HasFile() ? 0 : 402);
      },
      0},
     {"AddHtmlToEpub", [](const Call& c) { return c.service->AddHtmlToEpub(c.data, c.file); },
@@ -82,9 +84,11 @@ struct {
        c.service->ClearUp(c.data);  // whose directory it uses
        return c.service->Txt2Epub(c.file, c.output, c.work, "", nullptr, nullptr, nullptr);
      },
-     [](const Call& c) { return c.HasFile()     ? 0
-                                : c.NamesFile() ? 404
-                                                : 411; }, -1},
+     [](const Call& c) {
+       if (c.HasFile()) return 0;
+       return c.NamesFile() ? 404 : 411;
+     },
+     -1},
 };
 
 }  // namespace
