@@ -113,6 +113,16 @@ TEST_P(HostilePages, BecomeWellFormed) {
 INSTANTIATE_TEST_SUITE_P(Rows, HostilePages,
                          testing::Range<size_t>(0, DataRows("hostile_pages.txt", 2).size()));
 
+// Only the parser knows where these begin a tag, and it would take a minute for it.
+TEST(XhtmlRepair, RefusesCrowdedTagsWhereNothingElseHelps) {
+  const std::string attributes = Repeated(" a\\#", 50'000);
+  for (const std::string before :
+       {"<style><body><p", "<script><noscript", "<p><style></p><p", "<p><!doctype html></x<p",
+        "<!doctype html public '>' '><x y='><p"}) {
+    EXPECT_EQ(Workplace().Clean(before + attributes + ">y").code, 404) << before;
+  }
+}
+
 TEST(XhtmlRepair, MakesBinaryDataWellFormed) {
   std::string bytes;
   for (int i = 0; i < 65536; ++i) bytes += static_cast<char>(i * 7919 >> (i & 7));

@@ -113,12 +113,11 @@ class TagReader {
   }
   // From the "!" of a comment.
   void SkipComment() {
-    if (text.substr(position).starts_with("!-->")) return;
-    const size_t content = position + 3;
-    for (position = text.find("--", position + 2); position != std::string_view::npos;
-         position = text.find("--", position + 1)) {
+    for (position = text.find("--", position + 3); position != std::string_view::npos; ++position) {
+      position = text.find("--", position);
+      if (position == std::string_view::npos) break;
       const std::string_view rest = text.substr(position);
-      if (rest.starts_with("-->") || (position >= content && rest.starts_with("--!>"))) return;
+      if (rest.starts_with("-->") || rest.starts_with("--!>")) return;
     }
     position = text.size();
   }

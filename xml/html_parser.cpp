@@ -6,6 +6,8 @@
 #include <libxml/parser.h>
 
 #include <climits>
+#include <string_view>
+#include <utility>
 
 #include "xml/attribute_limit.h"
 #include "xml/error_silence.h"
@@ -17,6 +19,9 @@ namespace {
 constexpr int kDeepestElement = 250;
 // An end tag is searched among all names that are open.
 constexpr int kMostOpenNames = 1000;
+// Each attribute of a tag is compared with all before it; the parser makes room for so many names
+// and values.
+constexpr int kMostAttributeRoom = 20'000;
 
 struct FreeParser {
   void operator()(htmlParserCtxt* parser) const { htmlFreeParserCtxt(parser); }
@@ -61,6 +66,22 @@ void Characters(void* context, const xmlChar* text, int length) {
   parser->options = options;
 }
 
+// Hands a text to the parser piece by piece, for as long as the parser keeps to the limit.
+struct Feed {
+  std::string_view rest;
+  const htmlParserCtxt* parser;
+  bool isCutOff = false;
+};
+
+int Read(void* context, char* buffer, int size) {
+  Feed& feed = *static_cast<Feed*>(context);
+  feed.isCutOff = feed.parser->maxatts > kMostAttributeRoom;
+  if (feed.isCutOff) return 0;
+  const size_t count = feed.rest.copy(buffer, static_cast<size_t>(size));
+  feed.rest.remove_prefix(count);
+  return static_cast<int>(count);
+}
+
 }  // namespace
 
 XmlDocument ParseHtml(const std::string& html, const char* encoding, int options) {
@@ -76,6 +97,7 @@ XmlDocument ParseHtml(const std::string& html, const char* encoding, int options
   parser->sax->startElement = StartElement;
   parser->sax->endElement = EndElement;
   parser->sax->characters = Characters;
-  return XmlDocument(htmlCtxtReadMemory(
-      parser.get(), source.data(), static_cast<int>(source.size()), nullptr, encoding, options));
+  Feed feed{source, parser.get()};
+  XmlDocument doc(htmlCtxtReadIO(parser.get(), Read, nullptr, &feed, nullptr, encoding, options));
+  return feed.isCutOff ? nullptr : std::move(doc);
 }

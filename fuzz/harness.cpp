@@ -1,0 +1,108 @@
+// Runs one input in its directory and checks what was left behind.
+#include "fuzz/harness.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// The name as a path below a directory, each part short enough for a file. Of control characters
+// only line ends stay: libzip refuses to open a container with others beside letters beyond ASCII.
+fs::path Tamed(const std::string& name) {
+  fs::path tamed;
+  std::istringstream parts(name);
+  for (std::string part; std::getline(parts, part, '/');) {
+    std::replace(part.begin(), part.end(), '\1', '\n');
+    std::erase_if(part, [](char c) { return c >= 0 && c < ' ' && c != '\n'; });
+    if (!part.empty() && part != "." && part != "..") tamed /= part.substr(0, 255);
+  }
+  return tamed;
+}
+
+// The content of a file or the target of a link.
+std::string Held(const fs::path& path) {
+  return fs::is_symlink(path) ? fs::read_symlink(path).string() : ReadFile(path);
+}
+
+auto OpenFiles() {
+  return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+}
+
+}  // namespace
+
+void Require(bool holds, const std::string& property) {
+  if (holds) return;
+  std::fprintf(stderr, "Does not hold: %s\n", property.c_str());
+  std::abort();
+}
+
+Sandbox::Sandbox() : secret("Secret of " + dir.String()) {
+  for (const char* name : {"work", "out"}) fs::create_directory(dir / name);
+  for (const char* name : {"secret/private.html", "secret/private.png"}) Write(name, secret);
+}
+
+void Sandbox::Write(const std::string& name, const std::string& content) {
+  std::error_code error;
+  const fs::path path = dir / name;
+  fs::create_directories(path.parent_path(), error);
+  if (error || fs::exists(fs::symlink_status(path))) return;
+  std::ofstream file(path, std::ios::binary);
+  if (file << content) expected[name] = content;
+}
+
+void Sandbox::Link(const std::string& name, const std::string& target) {
+  std::error_code error;
+  fs::create_directories(fs::path(dir / name).parent_path(), error);
+  if (!error) fs::create_symlink(target, dir / name, error);
+  if (!error) expected[name] = target;
+}
+
+std::vector<std::string> Sandbox::Plant(const std::string& directory, const std::string& input) {
+  std::vector<std::string> files;
+  for (size_t at = 0, end = 0; at < input.size(); at = end) {
+    end = std::min(input.find("\n=", at), input.find("\n@", at));
+    end = end == std::string::npos ? input.size() : end + 1;
+    const std::string entry = input.substr(at, end - at);
+    const size_t line = std::min(entry.find('\n'), entry.size());
+    const size_t split = entry[0] == '@' ? std::min(entry.find('=', 1), line) : line;
+    const fs::path name = directory / Tamed(entry.substr(1, split - 1));
+    if (!name.has_filename()) continue;
+    if (split != line) {
+      Link(name, entry.substr(split + 1, line - split - 1).c_str());
+    } else {
+      files.push_back(name);
+      Write(name, entry.substr(std::min(line + 1, entry.size())));
+    }
+  }
+  return files;
+}
+
+void Sandbox::RequireEmpty(const std::string& directory) const {
+  Require(fs::is_empty(dir / directory), directory + " is empty");
+}
+
+void Sandbox::RequireUntouched() const {
+  std::map<std::string, std::string> found;
+  for (auto it = fs::recursive_directory_iterator(dir.String()); it != end(it); ++it) {
+    const std::string name = it->path().lexically_relative(dir.String());
+    if (name == "work" || name == "out") it.disable_recursion_pending();
+    if (it->is_symlink() || !it->is_directory()) found[name] = Held(it->path());
+  }
+  Require(found == expected, "nothing is written, changed or deleted elsewhere");
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
+  const auto openBefore = OpenFiles();
+  {
+    Sandbox box;
+    Fuzz(std::string(reinterpret_cast<const char*>(data), size), box);
+    box.RequireUntouched();
+  }
+  Require(OpenFiles() == openBefore, "all files are closed");
+  return 0;
+}

@@ -1,0 +1,72 @@
+// The clean-up of one page: what comes out is XML without scripts and, once it is valid, keeps its
+// text.
+#include <cstdlib>
+#include <string_view>
+
+#include "fuzz/book_check.h"
+#include "fuzz/harness.h"
+#include "xml/xml_base.h"
+
+namespace {
+
+// Those of subdirectories are also beside the page, where its links lead once it has been cleaned.
+constexpr const char* kFiles[] = {"p.png",     "b.html", "a b.png",
+                                  "sub/q.jpg", "q.jpg",  "private.png"};
+constexpr char kText[] = "string(//*[local-name()='body'])";
+constexpr char kActive[] =
+    "count(//*[local-name()='script' or @onclick or @onmouseover or @onkeydown or"
+    " starts-with(@href, 'javascript:') or starts-with(@src, 'http:')])";
+
+// What a page becomes; empty when there is nothing in it.
+std::string Cleaned(const std::string& html, Sandbox& box, const std::string& name) {
+  box.Write("site/" + name, html);
+  const std::string target = box / ("out/" + name);
+  XMLBase page;
+  page.Init();
+  const int code = page.HtmlProcess((box / ("site/" + name)).c_str(), (box / "site").c_str(), "T",
+                                    (box / "site/xhtml.dtd").c_str());
+  Require(code == EPUB_OK || code == EPUB_E_OPEN || code == EPUB_E_NOT_FOUND, "a page is cleaned");
+  if (code != EPUB_OK) return "";
+  Require(page.SaveFile(target.c_str()) == EPUB_OK, "a page is saved");
+  while (char* source = page.GetXhtmlExternSource()) {
+    Require(std::filesystem::is_regular_file(box / ("site/" + std::string(source))), "it is there");
+    std::free(source);
+  }
+  return ReadFile(target);
+}
+
+void Ignore(void* /*context*/, const char* /*message*/, ...) {}
+
+xmlDtd* ParsedDtd() {
+  const std::string_view text = kXhtml1StrictDtd[0];
+  xmlParserInputBuffer* input = xmlParserInputBufferCreateMem(
+      text.data(), static_cast<int>(text.size()), XML_CHAR_ENCODING_NONE);
+  return xmlIOParseDTD(nullptr, input, XML_CHAR_ENCODING_NONE);
+}
+
+bool IsValid(const XmlDoc& page) {
+  static xmlDtd* const dtd = ParsedDtd();  // takes longer than everything else
+  xmlValidCtxt* context = xmlNewValidCtxt();
+  context->error = Ignore;
+  const bool isValid = xmlValidateDtd(context, page.get(), dtd) == 1;
+  xmlFreeValidCtxt(context);
+  return isValid;
+}
+
+}  // namespace
+
+void Fuzz(const std::string& input, Sandbox& box) {
+  for (const char* name : kFiles) box.Write(std::string("site/") + name, "x");
+  box.Write("site/xhtml.dtd", kXhtml1StrictDtd[0]);
+  const std::string once = Cleaned(input, box, "once.html");
+  if (once.empty()) return;
+  const XmlDoc page = RequiredXml(once, "the page");
+  Require(XPathText(once, kActive) == "0", "nothing active is left");
+  // HTML and XML end instructions differently.
+  if (!IsValid(page) || XPathText(once, "count(//processing-instruction())") != "0") return;
+  const std::string twice = Cleaned(once, box, "twice.html");
+  if (twice == once) return;
+  Require(XPathText(twice, kText) == XPathText(once, kText),
+          "a valid page keeps its text: " + twice);
+  Require(Cleaned(twice, box, "thrice.html") == twice, "repairs settle: " + twice);
+}

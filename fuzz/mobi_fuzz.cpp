@@ -1,0 +1,72 @@
+// The MOBI reader and the conversion that it feeds: whatever the file says, a page whose references
+// lead to what was extracted, or one of the documented codes.
+#include <libxml/HTMLparser.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <set>
+
+#include "fuzz/book_check.h"
+#include "fuzz/harness.h"
+#include "platform/kav_mobi/kav_mobi.h"
+#include "service/epub_service.h"
+
+namespace {
+
+std::string Taken(char* text) {
+  std::string copy = text == nullptr ? "" : text;
+  std::free(text);
+  return copy;
+}
+
+void CheckPage(const std::string& directory, const std::string& cover) {
+  const std::string html = ReadFile(directory + "/page.html");
+  const XmlDoc page(htmlReadMemory(html.data(), static_cast<int>(html.size()), nullptr, "UTF-8",
+                                   HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | XML_PARSE_HUGE));
+  Require(page != nullptr, "there is a page");
+  std::set<std::string> pictures = {"page.html"};
+  if (!cover.empty()) pictures.insert(cover);
+  for (const std::string& src : Texts(page, "//img/@src")) pictures.insert(src);
+  Require(pictures == FilesBelow(directory), "pictures are those of the page");
+  const auto ids = Texts(page, "//@id");
+  for (const std::string& href : Texts(page, "//a/@href")) {
+    const bool isOutside = href.starts_with("http") || href.starts_with("mailto:");
+    Require(isOutside || std::count(ids.begin(), ids.end(), href.substr(1)) == 1, href + " leads");
+  }
+}
+
+int Read(const std::string& path, const std::string& directory) {
+  TMobiService* reader = CreateMobiService();
+  int code = reader->Open(reader->handle, path.c_str());
+  if (code == KAV_MOBI_OK) {
+    code = reader->ExtractHtml(reader->handle, (directory + "/page.html").c_str());
+  }
+  const std::string title = Taken(reader->GetTitle(reader->handle));
+  const std::string author = Taken(reader->GetAuthor(reader->handle));
+  const std::string cover = Taken(reader->GetCoverImage(reader->handle));
+  FreeMobiService(reader);
+  for (const std::string& text : {title, author}) {
+    Require(xmlCheckUTF8(reinterpret_cast<const xmlChar*>(text.c_str())) == 1, "names are UTF-8");
+  }
+  if (code == KAV_MOBI_OK) CheckPage(directory, cover);
+  return code;
+}
+
+}  // namespace
+
+void Fuzz(const std::string& input, Sandbox& box) {
+  box.Write("in.mobi", input);
+  std::filesystem::create_directory(box / "out/reader");
+  const int read = Read(box / "in.mobi", box / "out/reader");
+  Require(read == KAV_MOBI_OK || (read >= KAV_MOBI_E_NOT_MOBI && read <= KAV_MOBI_E_NO_TEXT),
+          "a code that fits");
+
+  TEpubService* service = CreateEpubService();
+  const int code = service->Mobi2Epub((box / "in.mobi").c_str(), (box / "out/book.epub").c_str(),
+                                      (box / "work").c_str(), nullptr, nullptr);
+  FreeEpubService(service);
+  box.RequireEmpty("work");
+  Require(code == read, "what can be read can be converted");
+  if (code == KAV_MOBI_OK) CheckBook(box / "out/book.epub", box.Secret());
+  Require(std::filesystem::exists(box / "out/book.epub") == (code == 0), "a book, or none");
+}
