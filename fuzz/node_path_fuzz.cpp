@@ -13,10 +13,6 @@ namespace {
 constexpr size_t kMostElements = 16;  // the plain search costs the square of two to the power of it
 constexpr size_t kLongestPath = 16;
 
-const xmlChar* Xml(const std::string& text) {
-  return reinterpret_cast<const xmlChar*>(text.c_str());
-}
-
 bool IsNamed(const xmlNode* node, const std::string& name) {
   return node != nullptr && node->type == XML_ELEMENT_NODE &&
          xmlStrEqual(node->name, Xml(name)) == 1;
