@@ -46,19 +46,25 @@ Sandbox::Sandbox() : secret("Secret of " + dir.String()) {
   for (const char* name : {"secret/private.html", "secret/private.png"}) Write(name, secret);
 }
 
-void Sandbox::Write(const std::string& name, const std::string& content) {
+// Makes the directory of a file that can be made there; links on the way would lead elsewhere.
+bool Sandbox::MakeRoom(const std::string& name) const {
   std::error_code error;
   const fs::path path = dir / name;
+  if (fs::weakly_canonical(path.parent_path(), error) != path.parent_path() || error) return false;
   fs::create_directories(path.parent_path(), error);
-  if (error || fs::exists(fs::symlink_status(path))) return;
-  std::ofstream file(path, std::ios::binary);
+  return !error && !fs::exists(fs::symlink_status(path, error));
+}
+
+void Sandbox::Write(const std::string& name, const std::string& content) {
+  if (!MakeRoom(name)) return;
+  std::ofstream file(dir / name, std::ios::binary);
   if (file << content) expected[name] = content;
 }
 
 void Sandbox::Link(const std::string& name, const std::string& target) {
   std::error_code error;
-  fs::create_directories(fs::path(dir / name).parent_path(), error);
-  if (!error) fs::create_symlink(target, dir / name, error);
+  if (!MakeRoom(name)) return;
+  fs::create_symlink(target, dir / name, error);
   if (!error) expected[name] = target;
 }
 

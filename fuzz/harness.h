@@ -35,6 +35,8 @@ class Sandbox {
   const std::string& Secret() const { return secret; }
 
  private:
+  bool MakeRoom(const std::string& name) const;
+
   TempDir dir;
   std::string secret;
   std::map<std::string, std::string> expected;  // contents of files, targets of links
