@@ -1,10 +1,14 @@
 // Drives a book builder from a MOBI book, which the reader library hands over as HTML.
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "builder/epub_base.h"
 #include "convert/conversion_steps.h"
@@ -48,11 +52,19 @@ class MobiReader {
   int ExtractHtml(const std::string& path) {
     return record->ExtractHtml(record->handle, path.c_str());
   }
-  Text Title() { return {record->GetTitle(record->handle), &std::free}; }
-  Text Author() { return {record->GetAuthor(record->handle), &std::free}; }
-  Text CoverImage() { return {record->GetCoverImage(record->handle), &std::free}; }
+  Text Title() { return Get(record->GetTitle); }
+  Text Author() { return Get(record->GetAuthor); }
+  Text CoverImage() { return Get(record->GetCoverImage); }
 
  private:
+  // Null is also what a book without such a text has.
+  Text Get(char* (*get)(void* handle)) {
+    errno = 0;
+    Text text(get(record->handle), &std::free);
+    if (text == nullptr && errno == ENOMEM) throw std::bad_alloc();
+    return text;
+  }
+
   TMobiService* record;
 };
 
@@ -63,11 +75,15 @@ std::string CoverPath(const std::string& extracted, const char* name) {
   const std::string path = extracted + "/" + name;
   std::error_code error;
   const auto real = std::filesystem::canonical(path, error);
-  if (error) return {};
-  const auto directory = std::filesystem::canonical(extracted, error);
+  constexpr std::errc kMissing[] = {std::errc::no_such_file_or_directory,
+                                    std::errc::not_a_directory, std::errc::filename_too_long,
+                                    std::errc::too_many_symbolic_link_levels};
+  if (std::find(std::begin(kMissing), std::end(kMissing), error) != std::end(kMissing)) return {};
+  if (error) throw std::system_error(error);
+  const auto directory = std::filesystem::canonical(extracted);
   const auto differing =
       std::mismatch(directory.begin(), directory.end(), real.begin(), real.end());
-  return !error && differing.first == directory.end() ? path : std::string();
+  return differing.first == directory.end() ? path : std::string();
 }
 
 // Takes all that the book needs out of the reader. The code with which the conversion ends here,

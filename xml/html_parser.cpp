@@ -6,6 +6,7 @@
 #include <libxml/parser.h>
 
 #include <climits>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -89,15 +90,21 @@ XmlDocument ParseHtml(const std::string& html, const char* encoding, int options
   const ErrorSilence silence;
   const std::string limited = LimitAttributes(html);
   const std::string& source = limited.empty() ? html : limited;
+  if (source.size() > INT_MAX) return nullptr;
   const std::unique_ptr<htmlParserCtxt, FreeParser> parser(htmlNewParserCtxt());
-  if (parser == nullptr || source.size() > INT_MAX) return nullptr;
+  if (parser == nullptr) throw std::bad_alloc();
   int flattened = 0;
   parser->_private = &flattened;
   parser->loadsubset |= XML_SKIP_IDS;  // nobody looks an element up by its id
   parser->sax->startElement = StartElement;
   parser->sax->endElement = EndElement;
   parser->sax->characters = Characters;
+  // All errors are heard, as one of them tells that memory ran out and the rest is missing.
+  parser->sax->error = ErrorSilence::Listen;
+  parser->vctxt.error = ErrorSilence::Listen;
   Feed feed{source, parser.get()};
-  XmlDocument doc(htmlCtxtReadIO(parser.get(), Read, nullptr, &feed, nullptr, encoding, options));
+  XmlDocument doc(htmlCtxtReadIO(parser.get(), Read, nullptr, &feed, nullptr, encoding,
+                                 options & ~HTML_PARSE_NOERROR));
+  if (silence.RanOutOfMemory()) throw std::bad_alloc();
   return feed.isCutOff ? nullptr : std::move(doc);
 }

@@ -38,13 +38,16 @@ std::optional<std::string> FollowLinks(std::string path) {
   return std::nullopt;
 }
 
-// Empty when the system has no random bytes for it.
-std::string FreshName() {
-  uint64_t number = 0;
-  if (getrandom(&number, sizeof number, 0) != sizeof number) return {};
+std::string TemporaryName(uint64_t number) {
   std::array<char, 32> name{};
   const int length = snprintf(name.data(), name.size(), ".kav-%016jx", uintmax_t{number});
   return {name.data(), static_cast<size_t>(length)};
+}
+
+// Empty when the system has no random bytes for it.
+std::string FreshName() {
+  uint64_t number = 0;
+  return getrandom(&number, sizeof number, 0) == sizeof number ? TemporaryName(number) : "";
 }
 
 // Calls attempt(name) with fresh names until one is not taken. The name of the success, else empty.
@@ -96,13 +99,8 @@ int AtomicOutput::Open(const char* path) {
 
 int AtomicOutput::Commit() {
   if (!Synchronise(Fd())) return KAV_EBASE_E_WRITE;
-  if (temporaryName.empty() && !GiveName()) return KAV_EBASE_E_WRITE;
-  const int folder = directory.Get();
-  if (renameat(folder, temporaryName.c_str(), folder, baseName.c_str()) != 0) {
-    return KAV_EBASE_E_WRITE;
-  }
-  temporaryName.clear();
-  return KAV_EBASE_OK;
+  const bool isThere = temporaryName.empty() ? Publish() : Rename();
+  return isThere ? KAV_EBASE_OK : KAV_EBASE_E_WRITE;
 }
 
 bool AtomicOutput::OpenUnnamed() {
@@ -122,10 +120,33 @@ bool AtomicOutput::OpenNamed() {
   return !temporaryName.empty();
 }
 
-bool AtomicOutput::GiveName() {
-  temporaryName = WithFreshName([this](const char* name) {
-    const std::string unnamed = DescriptorPath(Fd());
-    return linkat(AT_FDCWD, unnamed.c_str(), directory.Get(), name, AT_SYMLINK_FOLLOW) == 0;
-  });
-  return !temporaryName.empty();
+// A file of the name can only be replaced by one that has a name itself. That of a process which
+// was killed with it is the first to go: it has the number of the same file in its name. One that
+// was only just given by another process goes, too, but for that one there is a next trial.
+bool AtomicOutput::Publish() {
+  const int folder = directory.Get();
+  for (int trial = 0; trial < kMostNameTrials; ++trial) {
+    if (GiveName(baseName.c_str())) return true;
+    if (errno != EEXIST) return false;
+    struct stat replaced {};
+    if (fstatat(folder, baseName.c_str(), &replaced, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    temporaryName = TemporaryName(replaced.st_ino);
+    unlinkat(folder, temporaryName.c_str(), 0);
+    if (!GiveName(temporaryName.c_str())) continue;
+    if (Rename()) return true;
+    if (errno != ENOENT) return false;
+  }
+  return false;
+}
+
+bool AtomicOutput::GiveName(const char* name) {
+  const std::string unnamed = DescriptorPath(Fd());
+  return linkat(AT_FDCWD, unnamed.c_str(), directory.Get(), name, AT_SYMLINK_FOLLOW) == 0;
+}
+
+bool AtomicOutput::Rename() {
+  const int folder = directory.Get();
+  if (renameat(folder, temporaryName.c_str(), folder, baseName.c_str()) != 0) return false;
+  temporaryName.clear();
+  return true;
 }

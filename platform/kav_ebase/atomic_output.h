@@ -31,7 +31,9 @@ class AtomicOutput {
  private:
   bool OpenUnnamed();
   bool OpenNamed();
-  bool GiveName();
+  bool Publish();
+  bool GiveName(const char* name);
+  bool Rename();
 
   UniqueFd directory;
   UniqueFd file;

@@ -1,6 +1,7 @@
 // The C record of the reader: nothing but its operations passes the boundary, no exception either.
 #include "platform/kav_mobi/kav_mobi.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -42,6 +43,7 @@ char* Copied(void* handle, const Operation& operation) {
   try {
     return strdup(operation(*reader).c_str());
   } catch (...) {
+    errno = ENOMEM;
     return nullptr;
   }
 }

@@ -46,16 +46,16 @@ typedef struct TMobiService {
   int (*ExtractHtml)(void* handle, const char* htmlPath);
 
   /* The book's title in UTF-8, or the database name when it has none; "" when there is neither. For
-   * the caller to free(); null when no book is open or memory runs out. */
+   * the caller to free(); null when no book is open or, with errno ENOMEM, when memory runs out. */
   char* (*GetTitle)(void* handle);
 
   /* The book's authors in UTF-8, joined with " & "; "" when none is named. For the caller to
-   * free(); null when no book is open or memory runs out. */
+   * free(); null as above. */
   char* (*GetAuthor)(void* handle);
 
   /* The file name of the cover picture, which ExtractHtml wrote beside its HTML file; the thumbnail
    * stands in for a missing cover. For the caller to free(); null when the book has neither, or
-   * when nothing has been extracted, or memory runs out. */
+   * when nothing has been extracted, or, with errno ENOMEM, when memory runs out. */
   char* (*GetCoverImage)(void* handle);
 } TMobiService;
 

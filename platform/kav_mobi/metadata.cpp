@@ -1,8 +1,10 @@
 // Title, authors and cover, from the metadata records of the file.
 #include "platform/kav_mobi/metadata.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 #include "platform/kav_mobi/encoding.h"
 
@@ -35,8 +37,10 @@ std::vector<std::string> StringsOf(const Book& book, MOBIExthTag tag) {
   do {
     const MOBIExthHeader* record = mobi_next_exthrecord_by_tag(book.Data(), tag, &next);
     if (record == nullptr) break;
+    errno = 0;
     const std::unique_ptr<char, Free> decoded(mobi_decode_exthstring(
         book.Data(), static_cast<const unsigned char*>(record->data), record->size));
+    if (decoded == nullptr && errno == ENOMEM) throw std::bad_alloc();
     std::string text = decoded ? Tidy(decoded.get()) : std::string();
     if (!text.empty()) strings.push_back(std::move(text));
   } while (next != nullptr);
