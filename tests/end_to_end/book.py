@@ -190,6 +190,7 @@ class ToolTest(unittest.TestCase):
         done = self.kavepub("convert", "--json", "--force", *arguments)
         self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
         self.report = json.loads(done.stdout)
+        self.assertEqual(self.report["status"], "done")
         return Book(self.dir / self.report["output"])
 
     def succeed(self, *command, **options):
