@@ -7,8 +7,7 @@ import random
 import re
 import unittest
 
-from book import SOURCE, ToolTest
-from text_test import JPEG, png
+from book import JPEG, PNG, SOURCE, ToolTest
 
 ROWS = SOURCE / "tests" / "data" / "book_hashes.txt"
 FIXTURES = SOURCE / "tests" / "fixtures" / "mobi"
@@ -62,7 +61,7 @@ class Content(ToolTest):
     def test_html(self):
         (self.dir / "first.html").write_text(HTML, encoding="utf-8")
         (self.dir / "second.html").write_text("<p id=x>Second<a href=first.html>first</a>", encoding="utf-8")
-        (self.dir / "p 1.png").write_bytes(png())
+        (self.dir / "p 1.png").write_bytes(PNG)
         self.check("html", "first.html", "--author", "A")
 
     def test_mobi_books(self):
@@ -71,7 +70,7 @@ class Content(ToolTest):
                 self.check(name, FIXTURES / name)
 
     def test_album(self):
-        (self.dir / "a & é.png").write_bytes(png())
+        (self.dir / "a & é.png").write_bytes(PNG)
         (self.dir / "b.jpg").write_bytes(JPEG)
         self.check("album", "a & é.png", "b.jpg", "--title", 'Ä & "B"', "--author", "x<y>")
 
