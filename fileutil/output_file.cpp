@@ -9,7 +9,6 @@
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;  // less the umask
-constexpr size_t kLargestGathered = size_t{64} * 1024;
 
 int OpenForWriting(const std::string& path, OutputFile::Mode mode) {
   const int disposition = mode == OutputFile::Mode::kAppend ? O_APPEND : O_TRUNC;
@@ -26,16 +25,18 @@ OutputFile::OutputFile(const std::string& path, Mode mode)
     : descriptor(OpenForWriting(path, mode)) {}
 
 bool OutputFile::Write(std::string_view bytes) {
-  if (gathered.size() + bytes.size() > kLargestGathered) {
-    WriteThrough(gathered);
-    gathered.clear();
-  }
-  if (bytes.size() > kLargestGathered) {
+  if (bytes.size() > gathered.size() - gatheredCount) WriteGathered();
+  if (bytes.size() > gathered.size()) {
     WriteThrough(bytes);
   } else {
-    gathered += bytes;
+    gatheredCount += bytes.copy(gathered.data() + gatheredCount, bytes.size());
   }
   return !failed;
+}
+
+void OutputFile::WriteGathered() {
+  WriteThrough({gathered.data(), gatheredCount});
+  gatheredCount = 0;
 }
 
 void OutputFile::WriteThrough(std::string_view bytes) {
@@ -51,7 +52,7 @@ void OutputFile::WriteThrough(std::string_view bytes) {
 
 bool OutputFile::Close() {
   if (!IsOpen()) return false;
-  WriteThrough(gathered);
+  WriteGathered();
   // A close that is interrupted has closed the descriptor all the same (Linux).
   const bool closed = close(descriptor.Release()) == 0 || errno == EINTR;
   return closed && !failed;

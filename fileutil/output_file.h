@@ -2,6 +2,8 @@
 #ifndef KAV_EPUB_OUTPUT_FILE_H
 #define KAV_EPUB_OUTPUT_FILE_H
 
+#include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -24,9 +26,13 @@ class OutputFile {
 
  private:
   void WriteThrough(std::string_view bytes);
+  void WriteGathered();
 
   UniqueFd descriptor;
-  std::string gathered;
+  // More than a page of text. Not on the heap: libxml2 writes through here, which no exception may
+  // leave.
+  std::array<char, size_t{32} * 1024> gathered;
+  size_t gatheredCount = 0;
   bool failed = false;
 };
 

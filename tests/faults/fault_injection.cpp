@@ -49,9 +49,8 @@ constexpr struct {
   bool harms[kHarms];
 } kKnown[] = {
     {"htmlNewParserCtxt", {false, true, false}},
-    {"htmlCtxtReadMemory", {true, true, true}},
+    {"htmlCtxtReadIO", {true, true, true}},
     {"xmlIOParseDTD", {true, true, false}},
-    {"xmlDocCopyNode", {false, true, false}},
     {"xmlValidateOneElement", {false, true, false}},
     {"mobi_load_file", {false, false, true}},
     {"mobi_parse_rawml_opt", {true, true, true}},

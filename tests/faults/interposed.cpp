@@ -232,21 +232,17 @@ htmlParserCtxt* htmlNewParserCtxt() {
   const Inside inside("htmlNewParserCtxt");
   return real();
 }
-xmlDoc* htmlCtxtReadMemory(xmlParserCtxt* context, const char* buffer, int size, const char* url,
-                           const char* encoding, int options) {
-  KAV_REAL(htmlCtxtReadMemory);
-  const Inside inside("htmlCtxtReadMemory");
-  return real(context, buffer, size, url, encoding, options);
+xmlDoc* htmlCtxtReadIO(xmlParserCtxt* context, xmlInputReadCallback read,
+                       xmlInputCloseCallback close, void* stream, const char* url,
+                       const char* encoding, int options) {
+  KAV_REAL(htmlCtxtReadIO);
+  const Inside inside("htmlCtxtReadIO");
+  return real(context, read, close, stream, url, encoding, options);
 }
 xmlDtd* xmlIOParseDTD(xmlSAXHandler* sax, xmlParserInputBuffer* input, xmlCharEncoding encoding) {
   KAV_REAL(xmlIOParseDTD);
   const Inside inside("xmlIOParseDTD");
   return real(sax, input, encoding);
-}
-xmlNode* xmlDocCopyNode(xmlNode* node, xmlDoc* document, int extended) {
-  KAV_REAL(xmlDocCopyNode);
-  const Inside inside("xmlDocCopyNode");
-  return real(node, document, extended);
 }
 int xmlValidateOneElement(xmlValidCtxt* context, xmlDoc* document, xmlNode* node) {
   KAV_REAL(xmlValidateOneElement);
