@@ -25,8 +25,11 @@ int main(int count, char** arguments) {
     const std::string input = ReadFile(arguments[i]);
     Run(input);  // fills what lasts, such as tables of libxml2
     const size_t before = Allocated();
-    Run(input);
-    const bool isReleased = Allocated() <= before;
+    bool isReleased = false;  // a piece of the heap is at times larger than asked for
+    for (int times = 0; times < 5 && !isReleased; ++times) {
+      Run(input);
+      isReleased = Allocated() <= before;
+    }
     Require(isReleased, "memory is released");
   }
   return 0;
