@@ -21,7 +21,9 @@ std::string Decoded(const std::string& reference) {
   return text;
 }
 
-bool HasScheme(const std::string& reference) {
+// What names a page on the web is left as it is, wherever it does that.
+bool LeadsOut(const std::string& reference) {
+  if (reference.find("http://") != std::string::npos) return true;
   const size_t end = reference.find_first_not_of(
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789+-.");
   return end != std::string::npos && end > 0 && reference[end] == ':';
@@ -36,7 +38,7 @@ std::set<std::string> Resolved(const std::vector<std::string>& references) {
 void CheckLinks(const CheckedBook& book, const std::string& name, const XmlDoc& page) {
   const auto ids = Texts(page, "//@id");
   for (const std::string& reference : Texts(page, "//@href | //@src | //@*[local-name()='href']")) {
-    if (reference.empty() || HasScheme(reference)) continue;
+    if (reference.empty() || LeadsOut(reference)) continue;
     const std::string path = reference.substr(0, reference.find('#'));
     const std::string fragment =
         Decoded(reference.substr(std::min(path.size() + 1, reference.size())));

@@ -31,6 +31,9 @@ TEST(MobiImages, ReportWhatFails) {
   EXPECT_EQ(XMLBase::MobiHtmlProcess(path.c_str(), "no such encoding", images), 417);
   EXPECT_EQ(XMLBase::MobiHtmlProcess(path.c_str(), "UTF-8", none), 0);
   EXPECT_EQ(ReadFile(path), "<html><body><img recindex=0></body></html>");
+  const std::string remark = dir.Write("remark.html", "<!-- nothing -->");
+  EXPECT_EQ(XMLBase::MobiHtmlProcess(remark.c_str(), "UTF-8", images), 404);
+  EXPECT_EQ(ReadFile(remark), "<!-- nothing -->");
 }
 
 TEST(MobiImages, KeepTheEncoding) {

@@ -114,7 +114,7 @@ int XMLBase::MobiHtmlProcess(const char* htmlPath, const char* encoding,
   const auto html = ReadRegularFile(htmlPath);
   if (!html) return EPUB_E_OPEN;
   const XmlDocument doc = ParseHtml(HtmlToUtf8(*html, encoding), "UTF-8", kParseOptions);
-  if (doc == nullptr) return EPUB_E_OPEN;
+  if (doc == nullptr || xmlDocGetRootElement(doc.get()) == nullptr) return EPUB_E_OPEN;
   ResolveRecords(doc.get(), images);
   ResolveCover(doc.get(), images.front());
   DeleteNestedDocuments(doc.get());

@@ -147,7 +147,8 @@ class KAV_EPUB_API XMLBase {
   // Rewrites the HTML of a MOBI book in place: an img with a "recindex" of k gets images[k] as its
   // source, or goes when there is none; the first "image" element becomes an img with images[0];
   // nested "html" elements go. Without images nothing is done. EPUB_E_MISSING when the file does
-  // not exist; EPUB_E_OPEN when it cannot be parsed; EPUB_E_MOBI_HTML when it cannot be written.
+  // not exist; EPUB_E_OPEN when it cannot be parsed or holds no element; EPUB_E_MOBI_HTML when it
+  // cannot be written.
   static int MobiHtmlProcess(const char* htmlPath, const char* encoding,
                              std::vector<std::string>& images);
 
