@@ -6,10 +6,12 @@
 #include <libxml/globals.h>
 #include <libxml/xmlerror.h>
 
+#include "xml/xml_text.h"
+
 class ErrorSilence {
  public:
   ErrorSilence()
-      : generic(*__xmlGenericError()),
+      : generic(SetUp()),
         genericTarget(*__xmlGenericErrorContext()),
         structured(*__xmlStructuredError()),
         structuredTarget(*__xmlStructuredErrorContext()),
@@ -49,6 +51,12 @@ class ErrorSilence {
     genericTarget = newGenericContext;
     structured = newStructured;
     structuredTarget = newStructuredContext;
+  }
+
+  // Threads must not be the first to use libxml2 at the same time.
+  static xmlGenericErrorFunc& SetUp() {
+    SetUpLibxml2();
+    return *__xmlGenericError();
   }
 
   // The variables of this thread: to look each up again would cost more than all else here.
