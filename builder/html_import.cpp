@@ -24,7 +24,7 @@ class EpubBase::HtmlImport {
         directory(pagePath.substr(0, pagePath.rfind('/') + 1)) {
     const std::string name = pagePath.substr(directory.size());
     book.memory->names.Take(name);
-    files.Add({htmlPath, name, true, true});
+    files.Add({htmlPath, name, true, true, {}});
   }
 
   // What the first page comes to; failures of others are no failure of the import.
@@ -65,24 +65,34 @@ int EpubBase::HtmlImport::Run() {
       if (isNew) AddResource(file);
     } else if (isNew) {
       References references;
-      if (AddPage(file, references) == EPUB_OK) {
+      const int code = AddPage(file, references);
+      if (code == EPUB_OK) {
         path.push_back(std::move(references));
       } else {
         missing.insert(UriReferenceOf(file.name));
+        // It is there; only when it holds no page can the book do without it.
+        if (code != EPUB_E_NOT_FOUND) book.memory->isIncomplete = true;
       }
     }
   }
   DropDeadLinks();
+  if (files.HasFailed()) book.memory->isIncomplete = true;
   return EPUB_OK;
 }
 
 int EpubBase::HtmlImport::AddPage(const ImportFile& file, References& references) {
   XMLBase page;
-  if (page.Init() != EPUB_OK) return EPUB_OK;
+  if (page.Init() != EPUB_OK) {
+    book.memory->isIncomplete = true;
+    return EPUB_OK;
+  }
   std::string sourceName;
   std::string sourceDir;
   GetFileOrDirFromPath(file.path.c_str(), sourceName, sourceDir);
+  // The file may have been exchanged since it was allowed; that of the host is its own choice.
+  const FileIdentity* identity = &file == &files[0] ? nullptr : &file.identity;
   page.SetImport([this](const std::string& path) { return files.IsAllowed(path); },
+                 [=](const char* path) { return ReadRegularFile(path, identity); },
                  &book.memory->dtds);
   const std::string stem = file.name.substr(0, file.name.rfind('.'));
   const int code =
@@ -118,7 +128,7 @@ EpubBase::HtmlImport::References EpubBase::HtmlImport::NameReferences(
 
 void EpubBase::HtmlImport::AddResource(const ImportFile& file) {
   const std::string target = directory + file.name;
-  const CopyOutcome outcome = CopyFileReporting(file.path.c_str(), target.c_str());
+  const CopyOutcome outcome = CopyFileReporting(file.path.c_str(), target.c_str(), &file.identity);
   if (outcome.code != EPUB_OK || !outcome.complete) book.memory->isIncomplete = true;
 }
 
@@ -142,5 +152,10 @@ int EpubBase::AddHTHLToEpub(const char* htmlPath) {
 int EpubBase::GenerateNewHtml(const char* srcPath, const char* destPath) {
   if (srcPath == nullptr || destPath == nullptr) return EPUB_E_OPEN;
   if (opfFile == nullptr || ncxFile == nullptr) return EPUB_E_NO_PAGE;
-  return HtmlImport(*this, srcPath, destPath).Run();
+  try {
+    return HtmlImport(*this, srcPath, destPath).Run();
+  } catch (...) {
+    memory->isIncomplete = true;  // of some pages, files may be missing
+    throw;
+  }
 }

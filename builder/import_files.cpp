@@ -1,13 +1,19 @@
 // Finds the files of an import, keeps them inside its roots and tells which are the same.
 #include "builder/import_files.h"
 
+#include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "fileutil/fileutil.h"
 
@@ -16,11 +22,18 @@ namespace {
 // Extensions of pages; any part of this text passes for one.
 constexpr std::string_view kPageExtensions = "|html|xhtml|htm|";
 
-// The path without symbolic links and ".."; empty when it does not exist.
-std::string Resolved(const std::string& path) {
-  const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(path.c_str(), nullptr),
-                                                             &std::free);
-  return resolved == nullptr ? "" : resolved.get();
+// What the system answers of paths that lead to no file for this user.
+constexpr int kMissing[] = {ENOENT, ENOTDIR, EACCES, ELOOP, ENAMETOOLONG, EINVAL};
+
+// Opens the file for looks only, where no part of the path is a symbolic link. Kernels before 5.6,
+// and guards that do not know the call, look at the last part alone.
+UniqueFd OpenWithoutLinks(const std::string& path) {
+  open_how how{};
+  how.flags = O_PATH | O_CLOEXEC | O_NOFOLLOW;
+  how.resolve = RESOLVE_NO_SYMLINKS;
+  UniqueFd file(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+  if (file || (errno != ENOSYS && errno != EPERM)) return file;
+  return UniqueFd(open(path.c_str(), O_PATH | O_CLOEXEC | O_NOFOLLOW));
 }
 
 std::string_view BaseName(std::string_view path) {
@@ -43,13 +56,44 @@ ImportFiles::ImportFiles(const std::string& htmlPath, const std::string& widerRo
   if (!widerRoot.empty()) roots.push_back(Resolved(widerRoot));
 }
 
-size_t ImportFiles::Add(const ImportFile& file) {
+size_t ImportFiles::Add(ImportFile file) {
   struct stat status {};
   if (stat(file.path.c_str(), &status) == 0) {
+    file.identity = {status.st_dev, status.st_ino};
     numbers.emplace(Identity(status.st_dev, status.st_ino, file.isPage), files.size());
   }
-  files.push_back(file);
+  files.push_back(std::move(file));
   return files.size() - 1;
+}
+
+// Whether the last call failed because there is no such file; else it could not tell.
+bool ImportFiles::FailsBecauseMissing() {
+  const bool isMissing =
+      std::find(std::begin(kMissing), std::end(kMissing), errno) != std::end(kMissing);
+  hasFailed = hasFailed || !isMissing;
+  return isMissing;
+}
+
+// The path without symbolic links and ".."; empty when it does not exist.
+std::string ImportFiles::Resolved(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(path.c_str(), nullptr),
+                                                             &std::free);
+  if (resolved != nullptr) return resolved.get();
+  FailsBecauseMissing();
+  return {};
+}
+
+// A link put into a path that has been resolved leads to no file: it may leave the roots.
+bool ImportFiles::Identify(const std::string& resolved, FileIdentity& identity) {
+  const UniqueFd file = OpenWithoutLinks(resolved);
+  if (!file) {
+    FailsBecauseMissing();
+    return false;
+  }
+  struct stat status {};
+  if (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+  identity = {status.st_dev, status.st_ino};
+  return access(resolved.c_str(), R_OK) == 0;
 }
 
 bool ImportFiles::IsBelowRoot(const std::string& resolved) const {
@@ -74,14 +118,9 @@ std::optional<ImportFiles::Place> ImportFiles::Find(const std::string& path) {
   if (directory.empty() || name.empty()) return std::nullopt;
   // The path without ".." does not grow along a chain of pages that go up and down again.
   if (directory != "/") directory += "/";
-  Place place{directory + std::string(name), 0, 0};
-  struct stat status {};
+  Place place{directory + std::string(name), {}};
   const std::string resolved = Resolved(place.path);
-  const bool isUsable = IsBelowRoot(resolved) && stat(resolved.c_str(), &status) == 0 &&
-                        S_ISREG(status.st_mode) && access(resolved.c_str(), R_OK) == 0;
-  if (!isUsable) return std::nullopt;
-  place.device = status.st_dev;
-  place.inode = status.st_ino;
+  if (!IsBelowRoot(resolved) || !Identify(resolved, place.identity)) return std::nullopt;
   return entry->second = place;
 }
 
@@ -92,10 +131,11 @@ bool ImportFiles::IsAllowed(const std::string& path) {
 size_t ImportFiles::NumberOf(const std::string& path) {
   const auto place = Find(path);
   const bool isPage = IsPage(path);
-  const auto [entry, isNew] =
-      numbers.try_emplace(Identity(place->device, place->inode, isPage), files.size());
+  const auto [entry, isNew] = numbers.try_emplace(
+      Identity(place->identity.device, place->identity.inode, isPage), files.size());
   if (isNew) {
-    files.push_back({place->path, names.Claim(std::string(BaseName(path))), isPage, false});
+    files.push_back(
+        {place->path, names.Claim(std::string(BaseName(path))), isPage, false, place->identity});
   }
   return entry->second;
 }

@@ -13,13 +13,15 @@
 #include <vector>
 
 #include "builder/entry_names.h"
+#include "fileutil/read_file.h"
 
 // A page that is imported or a resource that is copied.
 struct ImportFile {
   std::string path;
   std::string name;  // in the book
   bool isPage = false;
-  bool isTaken = false;  // into the book, or found to be nothing for it
+  bool isTaken = false;     // into the book, or found to be nothing for it
+  FileIdentity identity{};  // when it was allowed
 };
 
 class ImportFiles {
@@ -29,7 +31,7 @@ class ImportFiles {
   ImportFiles(const std::string& htmlPath, const std::string& widerRoot, EntryNames& entryNames);
 
   // Enters a file that has its name already; returns its number.
-  size_t Add(const ImportFile& file);
+  size_t Add(ImportFile file);
 
   // Whether path is a file that a page may refer to: links and ".." followed, a regular file below
   // a root, and readable.
@@ -38,6 +40,9 @@ class ImportFiles {
   // The number of the file that an allowed path leads to; the same one for every path to it.
   size_t NumberOf(const std::string& path);
 
+  // Whether a file could not be judged, for want of memory or because of a failing disk.
+  bool HasFailed() const { return hasFailed; }
+
   ImportFile& operator[](size_t number) { return files[number]; }
 
  private:
@@ -45,14 +50,17 @@ class ImportFiles {
   using Identity = std::tuple<dev_t, ino_t, bool>;
   struct Place {
     std::string path;  // without links and ".." in its directory
-    dev_t device;
-    ino_t inode;
+    FileIdentity identity;
   };
 
   std::optional<Place> Find(const std::string& path);
   const std::string& ResolvedDirectory(const std::string& directory);
+  std::string Resolved(const std::string& path);
+  bool Identify(const std::string& resolved, FileIdentity& identity);
+  bool FailsBecauseMissing();
   bool IsBelowRoot(const std::string& resolved) const;
 
+  bool hasFailed = false;
   std::vector<std::string> roots;
   EntryNames& names;
   std::deque<ImportFile> files;  // references to them stay good

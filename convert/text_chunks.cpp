@@ -1,30 +1,21 @@
 // Buffered reading of a text file, cut into lines of bounded length.
 #include "convert/text_chunks.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
-#include <utility>
+
+#include "fileutil/read_file.h"
 
 namespace {
 
 constexpr size_t kLongestChunk = 254;
 
-// A conversion reads its text twice, which only a regular file allows; opening a pipe would wait.
-UniqueFd OpenRegularFile(const char* path) {
-  UniqueFd descriptor(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  struct stat status = {};
-  const bool isRegular =
-      descriptor && fstat(descriptor.Get(), &status) == 0 && S_ISREG(status.st_mode);
-  return isRegular ? std::move(descriptor) : UniqueFd();
-}
-
 }  // namespace
 
+// A conversion reads its text twice, which only a regular file allows.
 TextChunks::TextChunks(const char* path) : descriptor(OpenRegularFile(path)) {}
 
 bool TextChunks::Fill() {

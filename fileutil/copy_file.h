@@ -2,11 +2,15 @@
 #ifndef KAV_EPUB_COPY_FILE_H
 #define KAV_EPUB_COPY_FILE_H
 
+#include "fileutil/read_file.h"
+
 struct CopyOutcome {
   int code;       // what CopyFile returns
   bool complete;  // false when src could not be read, or dst not written, to its end
 };
 
-CopyOutcome CopyFileReporting(const char* src, const char* dst);
+// With an identity, only that very file is copied.
+CopyOutcome CopyFileReporting(const char* src, const char* dst,
+                              const FileIdentity* expected = nullptr);
 
 #endif

@@ -131,7 +131,7 @@ int MoveTree(const std::string& src, const std::string& dst) {
 
 }  // namespace
 
-CopyOutcome CopyFileReporting(const char* src, const char* dst) {
+CopyOutcome CopyFileReporting(const char* src, const char* dst, const FileIdentity* expected) {
   if (!IsGiven(src, dst) || KavIsFileExists(src) == 0) return {EPUB_E_MISSING, false};
   std::string target = dst;
   if (KavIsFileOrDirExists(dst) != 0) {
@@ -147,7 +147,7 @@ CopyOutcome CopyFileReporting(const char* src, const char* dst) {
   // Opening the target empties it, which would lose the source when both are one file.
   if (IsSameFile(src, target.c_str())) return {EPUB_OK, true};
 
-  const UniqueFd input(open(src, O_RDONLY | O_CLOEXEC));
+  const UniqueFd input = OpenRegularFile(src, expected);
   if (!input) return {EPUB_E_OPEN, false};
   OutputFile output(target);
   if (!output.IsOpen()) return {EPUB_E_OPEN, false};

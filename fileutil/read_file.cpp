@@ -6,8 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-
-#include "platform/unique_fd.h"
+#include <utility>
 
 namespace {
 
@@ -27,14 +26,21 @@ ssize_t AppendChunk(int file, std::string& content) {
 
 }  // namespace
 
-std::optional<std::string> ReadRegularFile(const char* path) {
-  if (path == nullptr) return std::nullopt;
+UniqueFd OpenRegularFile(const char* path, const FileIdentity* expected) {
+  if (path == nullptr) return {};
   // Without O_NONBLOCK the open of a pipe would already wait for a writer.
-  const UniqueFd file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  UniqueFd file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
-  if (file.Get() < 0 || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return std::nullopt;
-  }
+  if (!file || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
+  const bool isExpected = expected == nullptr ||
+                          (status.st_dev == expected->device && status.st_ino == expected->inode);
+  return isExpected ? std::move(file) : UniqueFd();
+}
+
+std::optional<std::string> ReadRegularFile(const char* path, const FileIdentity* expected) {
+  const UniqueFd file = OpenRegularFile(path, expected);
+  struct stat status {};
+  if (!file || fstat(file.Get(), &status) != 0) return std::nullopt;
   std::string content;
   content.reserve(static_cast<size_t>(status.st_size) + kReadChunk);
   ssize_t count = 0;

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <new>
 
 #include "platform/kav_tool/kav_tool.h"
 
@@ -17,5 +18,6 @@ constexpr char kPrefix[] = "urn:uuid:id_";
 std::string NewBookIdentifier() {
   const std::unique_ptr<char, decltype(&std::free)> time(
       KavGetLocalCurrentTime(kTimeFormat, kTimeSize), &std::free);
-  return time ? std::string(kPrefix) + time.get() : kPrefix;
+  if (time == nullptr) throw std::bad_alloc();
+  return std::string(kPrefix) + time.get();
 }

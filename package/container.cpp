@@ -1,8 +1,10 @@
 // The container file, which tells a reading system where the package document lies.
 #include "package/xml_file.h"
+#include "xml/error_silence.h"
 #include "xml/xml_base.h"
 
 std::uint32_t XMLFile::GenerateContainerFile(const char* path) {
+  const ErrorSilence silence;
   XMLBase container;
   if (const std::uint32_t code = container.Init(); code != EPUB_OK) return code;
   container.AddElement(

@@ -1,5 +1,6 @@
 // The page documents: skeleton, paragraphs, pictures and tables.
 #include "package/xml_file.h"
+#include "xml/error_silence.h"
 #include "xml/xml_base.h"
 
 namespace {
@@ -11,6 +12,7 @@ constexpr char kXlinkNamespace[] = "http://www.w3.org/1999/xlink";
 }  // namespace
 
 std::uint32_t XMLFile::InitHTML(const char* title) {
+  const ErrorSilence silence;
   pageDoc = std::make_unique<XMLBase>();
   if (const std::uint32_t code = pageDoc->Init(); code != EPUB_OK) return code;
   pageDoc->AddElement(nullptr, "html", {{"xmlns", kXhtmlNamespace}});
@@ -26,6 +28,7 @@ std::uint32_t XMLFile::InitHTML(const char* title) {
 
 std::uint32_t XMLFile::AddTextLineToHtml(const char* text) {
   if (pageDoc == nullptr) return EPUB_E_NO_PAGE;
+  const ErrorSilence silence;
   pageDoc->AddElement("body", "p", {{"class", "text"}});
   pageDoc->AddTextToNode("p", text);
   return EPUB_OK;
@@ -33,11 +36,13 @@ std::uint32_t XMLFile::AddTextLineToHtml(const char* text) {
 
 std::uint32_t XMLFile::SetLastTextLine(const char* text) {
   if (pageDoc == nullptr) return EPUB_E_NO_PAGE;
+  const ErrorSilence silence;
   return pageDoc->AddTextToNode("p", text);
 }
 
 std::uint32_t XMLFile::AddImageToHtml(const char* src) {
   if (pageDoc == nullptr) return EPUB_E_NO_PAGE;
+  const ErrorSilence silence;
   pageDoc->AddElement("body", "div", {{"class", "div1"}});
   pageDoc->AddElement("div", "img", {{"src", src}, {"alt", ""}, {"class", "img1"}});
   return EPUB_OK;
@@ -45,6 +50,7 @@ std::uint32_t XMLFile::AddImageToHtml(const char* src) {
 
 std::uint32_t XMLFile::AddImageToXhtml(const char* href) {
   if (pageDoc == nullptr) return EPUB_E_NO_PAGE;
+  const ErrorSilence silence;
   pageDoc->AddElement("body", "div");
   // The blanks around "none" are what readers expect to see here.
   pageDoc->AddElement("div", "svg",
@@ -61,6 +67,7 @@ std::uint32_t XMLFile::AddImageToXhtml(const char* href) {
 
 std::uint32_t XMLFile::AddFormToHtml(const char* text, FormOperator op) {
   if (pageDoc == nullptr) return EPUB_E_NO_PAGE;
+  const ErrorSilence silence;
   switch (op) {
     case FormTable:
       pageDoc->AddElement("body", "table",

@@ -12,11 +12,7 @@ std::string_view NameOf(const xmlAttr* attr) {
 }
 
 std::string ValueOf(xmlNode* node, const xmlAttr* attr) {
-  xmlChar* value = xmlGetProp(node, attr->name);
-  if (value == nullptr) return {};
-  std::string text = reinterpret_cast<const char*>(value);
-  xmlFree(value);
-  return text;
+  return TextOf(XmlString(xmlGetProp(node, attr->name)));
 }
 
 }  // namespace
@@ -56,7 +52,7 @@ XhtmlRepair::Attributes XhtmlRepair::TurnIntoXmlLang(xmlNode* node, xmlAttr* att
   xmlRemoveProp(attr);
   // An attribute that stands twice would not be well-formed.
   if (xmlAttr* former = FindAttribute(node, Xml(kXmlLang))) xmlRemoveProp(former);
-  xmlNewProp(node, Xml(kXmlLang), Xml(value.c_str()));
+  SetAttribute(node, Xml(kXmlLang), Xml(value));
   return Attributes::kChanged;
 }
 

@@ -26,7 +26,11 @@ std::string_view View(const char* text) {
 
 xmlDoc* NewDocument() {
   SetUpLibxml2();
-  return xmlNewDoc(Xml(kXmlVersion));
+  const ErrorSilence silence;
+  xmlDoc* document = xmlNewDoc(Xml(kXmlVersion));
+  if (!silence.RanOutOfMemory()) return document;
+  xmlFreeDoc(document);  // lacks its version
+  return nullptr;
 }
 
 void FreeDocument(xmlDoc*& doc) {
@@ -37,22 +41,36 @@ void FreeDocument(xmlDoc*& doc) {
   doc = nullptr;
 }
 
+// libxml2 may return a node whose name or content it had no room for.
+xmlNode* Whole(xmlNode* node) {
+  if (node == nullptr) return nullptr;
+  const bool isWhole =
+      node->type == XML_TEXT_NODE ? node->content != nullptr : node->name != nullptr;
+  if (isWhole) return node;
+  xmlFreeNode(node);
+  return nullptr;
+}
+
 // A name that XML does not know is passed over; a second attribute of one name would not be
 // well-formed either, so the last value counts. False when memory runs out.
 bool SetAttribute(xmlNode* element, const char* name, const char* value) {
   if (!IsXmlName(Xml(name))) return true;
-  return xmlSetProp(element, Xml(name), Xml(ToXmlCharacters(View(value)))) != nullptr;
+  const std::string text = ToXmlCharacters(View(value));
+  const xmlAttr* attr = xmlSetProp(element, Xml(name), Xml(text));
+  return attr != nullptr && attr->name != nullptr && attr->children != nullptr &&
+         attr->children->content != nullptr;
 }
 
 // Sets plain text as the content; xmlNodeSetContent would parse it again, and drop all of a text
 // in which a reference is not terminated. False when memory runs out.
 bool SetText(xmlNode* element, const std::string& text) {
   xmlNodeSetContent(element, nullptr);
-  return text.empty() || xmlAddChild(element, xmlNewDocText(element->doc, Xml(text))) != nullptr;
+  return text.empty() ||
+         xmlAddChild(element, Whole(xmlNewDocText(element->doc, Xml(text)))) != nullptr;
 }
 
 xmlNode* AppendNew(xmlNode* parent, const char* name) {
-  return xmlAddChild(parent, xmlNewDocNode(parent->doc, nullptr, Xml(name), nullptr));
+  return xmlAddChild(parent, Whole(xmlNewDocNode(parent->doc, nullptr, Xml(name), nullptr)));
 }
 
 bool MayHoldNodes(const xmlNode* node) {
@@ -84,7 +102,9 @@ void XMLBase::Destroy() {
 std::uint32_t XMLBase::Init() {
   const std::uint32_t code = InitForOpf();
   if (code != EPUB_OK) return code;
+  const ErrorSilence silence;
   xmlCreateIntSubset(doc, Xml("html"), Xml(kXhtml11PublicId), Xml(kXhtml11SystemId));
+  if (silence.RanOutOfMemory()) incomplete = true;
   return EPUB_OK;
 }
 
@@ -105,8 +125,11 @@ std::uint32_t XMLBase::AppendElement(const char* parentPath, const char* name, x
     return EPUB_OK;
   }
   if (doc == nullptr) return EPUB_E_CREATE_DOCUMENT;
-  element = xmlNewDocNode(doc, nullptr, Xml(name), nullptr);
-  if (element == nullptr) return EPUB_E_CREATE_DOCUMENT;
+  element = Whole(xmlNewDocNode(doc, nullptr, Xml(name), nullptr));
+  if (element == nullptr) {
+    incomplete = true;
+    return EPUB_E_CREATE_DOCUMENT;
+  }
   root = element;
   lastFound = nullptr;
   newest.clear();
@@ -164,7 +187,8 @@ std::uint32_t XMLBase::SaveFile(const char* fileName) {
                                                     xmlFindCharEncodingHandler(kSavedEncoding));
   if (buffer == nullptr) return EPUB_E_WRITE;
   const int written = xmlSaveFileTo(buffer, doc, kSavedEncoding);
-  return file.Close() && written >= 0 && !incomplete ? EPUB_OK : EPUB_E_WRITE;
+  const bool isWhole = written >= 0 && !incomplete && !silence.RanOutOfMemory();
+  return file.Close() && isWhole ? EPUB_OK : EPUB_E_WRITE;
 }
 
 xmlXPathObject* XMLBase::GetNodeSet(xmlDoc* doc, const xmlChar* xpath) {

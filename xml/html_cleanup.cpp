@@ -2,6 +2,8 @@
 #include <libxml/globals.h>
 
 #include <memory>
+#include <new>
+#include <optional>
 #include <unordered_set>
 
 #include "fileutil/read_file.h"
@@ -44,6 +46,18 @@ class DtdInPlace {
   xmlDoc* doc;
   xmlDtd* internal;
   xmlDtd* external;
+};
+
+// Names the record of the running clean-up, for the length of a scope.
+class InScope {
+ public:
+  InScope(TRepairState*& place, TRepairState& state) : named(place) { named = &state; }
+  ~InScope() { named = nullptr; }
+  InScope(const InScope&) = delete;
+  InScope& operator=(const InScope&) = delete;
+
+ private:
+  TRepairState*& named;
 };
 
 // Nodes that have been taken out of a document.
@@ -117,6 +131,18 @@ std::unordered_set<std::string> FragmentsBelow(xmlNode* top) {
   return fragments;
 }
 
+// A copied name comes from a dictionary, which says nothing when it has no room for it.
+bool HasNameless(xmlNode* top) {
+  const xmlNode* above = top->parent;
+  for (xmlNode* node = top; node != nullptr && node != above; node = NextElement(node)) {
+    if (node->name == nullptr) return true;
+    for (const xmlAttr* attr = node->properties; attr != nullptr; attr = attr->next) {
+      if (attr->name == nullptr) return true;
+    }
+  }
+  return false;
+}
+
 // The repair leaves elements, and may leave attributes, without a name, which no XML file can hold.
 void RemoveNameless(xmlNode* top) {
   std::vector<xmlNode*> ancestors;
@@ -146,6 +172,13 @@ int XMLBase::HtmlProcess(const char* htmlPath, const char* sourceDir, const char
                          const char* dtdPath) {
   if (doc == nullptr) return EPUB_E_NO_DOCUMENT;
   const ErrorSilence silence;
+  const int code = MakePage(htmlPath, sourceDir, title, dtdPath);
+  if (silence.RanOutOfMemory()) throw std::bad_alloc();
+  return code;
+}
+
+int XMLBase::MakePage(const char* htmlPath, const char* sourceDir, const char* title,
+                      const char* dtdPath) {
   resourceDir.clear();
   baseDir = sourceDir == nullptr ? "" : sourceDir;
   AddElement(nullptr, "html", {{"xmlns", kXhtmlNamespace}});
@@ -160,7 +193,7 @@ int XMLBase::HtmlProcess(const char* htmlPath, const char* sourceDir, const char
 int XMLBase::TakeOverBody(const char* htmlPath, const char* title, xmlNode*& body) {
   XmlDocument source;
   {
-    const auto bytes = ReadRegularFile(htmlPath);
+    const auto bytes = readPage ? readPage(htmlPath) : ReadRegularFile(htmlPath);
     if (bytes) source = ParseHtml(HtmlToUtf8(*bytes), "UTF-8", kParseOptions);
   }
   if (source == nullptr) return EPUB_E_OPEN;
@@ -173,8 +206,9 @@ int XMLBase::TakeOverBody(const char* htmlPath, const char* title, xmlNode*& bod
   // A page has few names, and each element would own a copy of its own.
   if (doc->dict == nullptr) doc->dict = xmlDictCreate();
   body = xmlDocCopyNode(const_cast<xmlNode*>(sourceBody), doc, 1);
-  if (body == nullptr) return EPUB_E_OPEN;
+  if (body == nullptr) throw std::bad_alloc();
   xmlAddChild(html, body);
+  if (HasNameless(body)) throw std::bad_alloc();
   return EPUB_OK;
 }
 
@@ -184,7 +218,7 @@ int XMLBase::Repair(xmlDtd* dtd, xmlNode* body) {
   TRepairState state;
   state.lastError = &xmlLastError;
   state.currentAttr = &currentAttr;
-  repairState = &state;
+  const InScope inScope(repairState, state);
   validation->userData = &state;
   validation->error = PrintError;
   validation->warning = IgnoreWarning;
@@ -195,7 +229,6 @@ int XMLBase::Repair(xmlDtd* dtd, xmlNode* body) {
   }
   if (!WrapLooseContent(body) || state.incomplete) incomplete = true;
   RemoveNameless(root);
-  repairState = nullptr;
   currentAttr = nullptr;
   lastFound = nullptr;
   newest.clear();
@@ -245,9 +278,7 @@ int XMLBase::xhtmlValidateElement(xmlValidCtxt* ctxt, xmlDoc* document, xmlNode*
   if (node == nullptr) return 0;
   const ErrorSilence silence;
   TRepairState unattended;
-  const bool isAttended = repairState != nullptr;
-  if (!isAttended) repairState = &unattended;
-  const bool isValid = XhtmlRepair(*this, ctxt, document).Walk(node);
-  if (!isAttended) repairState = nullptr;
-  return isValid ? 1 : 0;
+  std::optional<InScope> inScope;
+  if (repairState == nullptr) inScope.emplace(repairState, unattended);
+  return XhtmlRepair(*this, ctxt, document).Walk(node) ? 1 : 0;
 }

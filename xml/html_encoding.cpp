@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <optional>
 
 #include "platform/utf8.h"
@@ -133,8 +134,9 @@ using Converter = std::unique_ptr<void, CloseConverter>;
 
 Converter ConverterFrom(const char* encoding) {
   void* converter = iconv_open("UTF-8", encoding);
-  const bool isUnknown = reinterpret_cast<std::intptr_t>(converter) == -1;
-  return Converter(isUnknown ? nullptr : converter);
+  const bool failed = reinterpret_cast<std::intptr_t>(converter) == -1;
+  if (failed && errno != EINVAL) throw std::bad_alloc();  // it may be known all the same
+  return Converter(failed ? nullptr : converter);
 }
 
 // Converts all of bytes; what none or a half of a character is becomes U+FFFD.

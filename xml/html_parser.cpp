@@ -6,6 +6,7 @@
 #include <libxml/parser.h>
 
 #include <climits>
+#include <new>
 
 #include "xml/attribute_limit.h"
 #include "xml/error_silence.h"
@@ -68,14 +69,21 @@ XmlDocument ParseHtml(const std::string& html, const char* encoding, int options
   const ErrorSilence silence;
   const std::string limited = LimitAttributes(html);
   const std::string& source = limited.empty() ? html : limited;
+  if (source.size() > INT_MAX) return nullptr;
   const std::unique_ptr<htmlParserCtxt, FreeParser> parser(htmlNewParserCtxt());
-  if (parser == nullptr || source.size() > INT_MAX) return nullptr;
+  if (parser == nullptr) throw std::bad_alloc();
   int flattened = 0;
   parser->_private = &flattened;
   parser->loadsubset |= XML_SKIP_IDS;  // nobody looks an element up by its id
   parser->sax->startElement = StartElement;
   parser->sax->endElement = EndElement;
   parser->sax->characters = Characters;
-  return XmlDocument(htmlCtxtReadMemory(
-      parser.get(), source.data(), static_cast<int>(source.size()), nullptr, encoding, options));
+  // All errors are heard, as one of them tells that memory ran out and the rest is missing.
+  parser->sax->error = ErrorSilence::Listen;
+  parser->vctxt.error = ErrorSilence::Listen;
+  XmlDocument document(htmlCtxtReadMemory(parser.get(), source.data(),
+                                          static_cast<int>(source.size()), nullptr, encoding,
+                                          options & ~HTML_PARSE_NOERROR));
+  if (silence.RanOutOfMemory()) throw std::bad_alloc();
+  return document;
 }

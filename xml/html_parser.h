@@ -13,8 +13,9 @@ struct FreeXmlDocument {
 using XmlDocument = std::unique_ptr<xmlDoc, FreeXmlDocument>;
 
 // Parses HTML with options of libxml2's htmlReadMemory; encoding may be null. Null when nothing
-// could be made of it. Texts of any length are kept whole. Elements nested deeper than about 250
-// are empty and stand one after another, with their content behind them, at that depth.
+// could be made of it; std::bad_alloc when memory ran out on the way. Texts of any length are kept
+// whole. Elements nested deeper than about 250 are empty and stand one after another, with their
+// content behind them, at that depth.
 XmlDocument ParseHtml(const std::string& html, const char* encoding, int options);
 
 #endif

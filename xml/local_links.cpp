@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "fileutil/read_file.h"
@@ -12,8 +13,9 @@
 #include "xml/repair_state.h"
 #include "xml/xml_base.h"
 
-void XMLBase::SetImport(std::function<bool(const std::string& path)> isLocal, DtdCache* cache) {
+void XMLBase::SetImport(FileTest isLocal, FileReader reader, DtdCache* cache) {
   isLocalFile = std::move(isLocal);
+  readPage = std::move(reader);
   dtdCache = cache;
 }
 
@@ -25,6 +27,7 @@ bool XMLBase::IsLocalFile(const std::string& path) const {
 char* XMLBase::GetXhtmlExternSource() {
   if (externSources.empty()) return nullptr;
   char* path = strdup(externSources.back().c_str());
+  if (path == nullptr) throw std::bad_alloc();
   externSources.pop_back();
   return path;
 }
@@ -36,14 +39,15 @@ void XMLBase::MarkLink(xmlNode* node) {
 }
 
 void XMLBase::PointLinks(const std::vector<std::string>& references) {
+  const ErrorSilence silence;
   for (xmlNode* node = root; node != nullptr; node = NextElement(node)) {
     const auto* mark = static_cast<const size_t*>(std::exchange(node->_private, nullptr));
     if (mark == nullptr || *mark > references.size()) continue;
     const xmlChar* attribute = Xml(NameOf(node) == "img" ? "src" : "href");
     if (FindAttribute(node, attribute) == nullptr) continue;
-    const std::string& reference = references[references.size() - *mark];
-    if (xmlSetProp(node, attribute, Xml(reference.c_str())) == nullptr) incomplete = true;
+    SetAttribute(node, attribute, Xml(references[references.size() - *mark]));
   }
+  if (silence.RanOutOfMemory()) incomplete = true;
 }
 
 bool XMLBase::NeutralizeLinks(const std::string& path,
@@ -67,5 +71,6 @@ bool XMLBase::NeutralizeLinks(const std::string& path,
     hasChanged = true;
   }
   if (hasChanged) page.NeutralizeDeadFragments({});  // ids have gone with their links
+  if (silence.RanOutOfMemory()) return false;
   return !hasChanged || page.SaveFile(path.c_str()) == EPUB_OK;
 }

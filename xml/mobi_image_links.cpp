@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -43,8 +44,9 @@ void Delete(xmlNode* node) {
 
 void ReplaceByImage(xmlNode* node, const std::string& source) {
   xmlNode* image = xmlNewDocNode(node->doc, nullptr, Xml("img"), nullptr);
-  if (image != nullptr) xmlNewProp(image, Xml("src"), Xml(ToXmlCharacters(source).c_str()));
+  if (image == nullptr) throw std::bad_alloc();
   xmlReplaceNode(node, image);
+  SetAttribute(image, Xml("src"), Xml(ToXmlCharacters(source)));
   xmlFreeNode(node);
 }
 

@@ -22,10 +22,7 @@ xmlNode* NextElement(xmlNode* node) {
 std::optional<std::string> AttributeOf(const xmlNode* node, const char* name) {
   const xmlAttr* attr = node->type == XML_ELEMENT_NODE ? FindAttribute(node, Xml(name)) : nullptr;
   if (attr == nullptr) return std::nullopt;
-  xmlChar* value = xmlNodeListGetString(node->doc, attr->children, 1);
-  std::string text = value == nullptr ? "" : reinterpret_cast<const char*>(value);
-  xmlFree(value);
-  return text;
+  return TextOf(XmlString(xmlNodeListGetString(node->doc, attr->children, 1)));
 }
 
 xmlAttr* FindAttribute(const xmlNode* node, const xmlChar* name) {
@@ -39,14 +36,24 @@ void RemoveAttributes(xmlNode* node) {
   node->properties = nullptr;
 }
 
+void SetName(xmlNode* node, const char* name) {
+  xmlNodeSetName(node, Xml(name));
+  if (node->name == nullptr) throw std::bad_alloc();
+}
+
+void SetAttribute(xmlNode* node, const xmlChar* name, const xmlChar* value) {
+  const xmlAttr* attr = xmlSetProp(node, name, value);
+  if (attr == nullptr || attr->name == nullptr) throw std::bad_alloc();
+}
+
 void Rename(xmlNode* node, const char* name) {
   RemoveAttributes(node);
-  xmlNodeSetName(node, Xml(name));
+  SetName(node, name);
 }
 
 void Neutralize(xmlNode* node) {
   Rename(node, "span");
-  xmlNewProp(node, Xml("style"), Xml(kMarkerStyle));
+  SetAttribute(node, Xml("style"), Xml(kMarkerStyle));
 }
 
 void ClearContent(TRepairState& state, xmlNode* node) {

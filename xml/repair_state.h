@@ -50,6 +50,11 @@ xmlAttr* FindAttribute(const xmlNode* node, const xmlChar* name);
 
 void RemoveAttributes(xmlNode* node);
 
+// As libxml2 does it, except that std::bad_alloc tells when there is no memory for a name. (Of a
+// value, libxml2 tells itself.)
+void SetName(xmlNode* node, const char* name);
+void SetAttribute(xmlNode* node, const xmlChar* name, const xmlChar* value);
+
 // Turns an element into another one, without attributes.
 void Rename(xmlNode* node, const char* name);
 

@@ -50,9 +50,9 @@ void AddMissingAttribute(TRepairState& state, xmlNode* node, const xmlChar* name
   const auto* known = std::find_if(std::begin(kRequired), std::end(kRequired),
                                    [&](const auto& row) { return row.element == NameOf(node); });
   if (known != std::end(kRequired)) {
-    xmlNewProp(node, Xml(known->attribute), Xml(known->value));
+    SetAttribute(node, Xml(known->attribute), Xml(known->value));
   } else {
-    xmlNewProp(node, name, Xml(" "));
+    SetAttribute(node, name, Xml(" "));
   }
   ClearContent(state, node);
   state.startOver = true;
@@ -107,9 +107,9 @@ void ResetValue(TRepairState& state, xmlNode* node, const xmlChar* /*name*/) {
   const xmlAttribute* declaration = DeclarationOf(node, attr);
   if (declaration == nullptr) return;
   if (declaration->defaultValue != nullptr) {
-    xmlSetProp(node, attr->name, declaration->defaultValue);
+    SetAttribute(node, attr->name, declaration->defaultValue);
   } else if (declaration->tree != nullptr) {
-    xmlSetProp(node, attr->name, declaration->tree->name);
+    SetAttribute(node, attr->name, declaration->tree->name);
   }
 }
 
@@ -139,6 +139,9 @@ void RepairLastError(TRepairState& state) {
 void XMLBase::PrintError(void* ctx, const char* /*msg*/, ...) {
   auto* state = static_cast<TRepairState*>(ctx);
   if (state == nullptr || state->lastError == nullptr) return;
+  // An internal error is a content model that there was no memory for.
+  const int code = state->lastError->code;
+  if (code == XML_ERR_NO_MEMORY || code == XML_ERR_INTERNAL_ERROR) state->incomplete = true;
   try {
     RepairLastError(*state);
   } catch (const std::exception&) {

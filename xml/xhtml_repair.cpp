@@ -22,9 +22,7 @@ bool Contains(std::string_view text, std::string_view part) {
 std::string DecodeEscapes(const std::string& reference) {
   if (Contains(reference, "%00")) return {};
   char* decoded = xmlURIUnescapeString(reference.c_str(), 0, nullptr);
-  std::string path = decoded == nullptr ? "" : decoded;
-  xmlFree(decoded);
-  return path;
+  return TextOf(XmlString(reinterpret_cast<xmlChar*>(decoded)));
 }
 
 bool IsInListContainer(const xmlNode* node) {
@@ -181,7 +179,7 @@ XhtmlRepair::Step XhtmlRepair::ReplaceQuotation(xmlNode* node) {
 XhtmlRepair::Step XhtmlRepair::RepairAnchor(xmlNode* node) {
   if (NameOf(node) != "a") return Step::kNext;
   if (node->properties == nullptr) {
-    xmlNodeSetName(node, Xml("span"));
+    SetName(node, "span");
     return Step::kNext;
   }
   const auto href = AttributeOf(node, "href");
@@ -211,7 +209,7 @@ bool XhtmlRepair::UseLocalFile(xmlNode* node, const char* attribute, std::string
   std::string name;
   std::string directory;
   GetFileOrDirFromPath(target.c_str(), name, directory);
-  xmlSetProp(node, Xml(attribute), Xml(name.c_str()));
+  SetAttribute(node, Xml(attribute), Xml(name));
   page.resourceDir = directory;
   if (!FindLocalFile(target)) return false;
   page.externSources.push_back(std::move(target));

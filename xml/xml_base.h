@@ -20,6 +20,7 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -124,8 +125,8 @@ class KAV_EPUB_API XMLBase {
   // file's body as XHTML 1.0 Strict. Local files that the page refers to are looked for in
   // sourceDir and handed out by GetXhtmlExternSource. EPUB_E_NO_DOCUMENT without a document;
   // EPUB_E_OPEN when the file cannot be read or parsed; EPUB_E_NOT_FOUND when it has no root
-  // element or body; EPUB_E_MISSING when there is no DTD at dtdPath; EPUB_E_VALIDATION when memory
-  // runs out.
+  // element or body; EPUB_E_MISSING when there is no DTD at dtdPath; EPUB_E_VALIDATION or
+  // std::bad_alloc when memory runs out.
   int HtmlProcess(const char* htmlPath, const char* sourceDir, const char* title,
                   const char* dtdPath);
 
@@ -150,10 +151,11 @@ class KAV_EPUB_API XMLBase {
   static int MobiHtmlProcess(const char* htmlPath, const char* encoding,
                              std::vector<std::string>& images);
 
-  // For HtmlProcess: decides which paths are local files, in place of "every regular file", and
-  // keeps the DTD between pages.
-  KAV_EPUB_LOCAL void SetImport(std::function<bool(const std::string& path)> isLocal,
-                                DtdCache* cache);
+  // For HtmlProcess: decides which paths are local files, in place of "every regular file"; reads
+  // the page itself; and keeps the DTD between pages.
+  using FileTest = std::function<bool(const std::string& path)>;
+  using FileReader = std::function<std::optional<std::string>(const char* path)>;
+  KAV_EPUB_LOCAL void SetImport(FileTest isLocal, FileReader reader, DtdCache* cache);
 
   // Points the links and pictures of the page to what its local files are called in the book: by
   // the order in which GetXhtmlExternSource hands them out, all of which must still be there.
@@ -176,6 +178,8 @@ class KAV_EPUB_API XMLBase {
 
   KAV_EPUB_LOCAL bool IsLocalFile(const std::string& path) const;
   KAV_EPUB_LOCAL void MarkLink(xmlNode* node);
+  KAV_EPUB_LOCAL int MakePage(const char* htmlPath, const char* sourceDir, const char* title,
+                              const char* dtdPath);
   KAV_EPUB_LOCAL int TakeOverBody(const char* htmlPath, const char* title, xmlNode*& body);
   KAV_EPUB_LOCAL int Repair(xmlDtd* dtd, xmlNode* body);
   KAV_EPUB_LOCAL void NeutralizeDeadFragments(const std::unordered_set<xmlNode*>& deleted);
@@ -198,7 +202,8 @@ class KAV_EPUB_API XMLBase {
   std::int32_t inBody = 0;
   // For the elements that refer to local files: the how-manieth file it was.
   std::deque<size_t> linkMarks;
-  std::function<bool(const std::string& path)> isLocalFile;
+  FileTest isLocalFile;
+  FileReader readPage;
   DtdCache* dtdCache = nullptr;
   xmlNode* lastFound = nullptr;
   // The newest element of each name that was looked up and not added since, as a full search from

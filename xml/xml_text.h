@@ -5,11 +5,22 @@
 #include <libxml/parser.h>
 #include <libxml/valid.h>
 
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 
 inline constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD
+
+// A new string of libxml2.
+struct FreeXmlString {
+  void operator()(xmlChar* text) const { xmlFree(text); }
+};
+using XmlString = std::unique_ptr<xmlChar, FreeXmlString>;
+
+inline std::string TextOf(const XmlString& text) {
+  return text == nullptr ? "" : reinterpret_cast<const char*>(text.get());
+}
 
 inline const xmlChar* Xml(const char* text) {
   return reinterpret_cast<const xmlChar*>(text);
