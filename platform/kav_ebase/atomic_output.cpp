@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cinttypes>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
@@ -40,7 +41,7 @@ std::optional<std::string> FollowLinks(std::string path) {
 
 std::string TemporaryName(uint64_t number) {
   std::array<char, 32> name{};
-  const int length = snprintf(name.data(), name.size(), ".kav-%016jx", uintmax_t{number});
+  const int length = snprintf(name.data(), name.size(), ".kav-%016" PRIx64, number);
   return {name.data(), static_cast<size_t>(length)};
 }
 
