@@ -234,7 +234,11 @@ TEST(KavMobi, ReplacesTheBookBefore) {
 TEST(KavMobi, ReportsWhatCannotBeWritten) {
   Reader reader;
   ASSERT_EQ(reader.Open(kFixtures / "cp1252.mobi"), KAV_MOBI_OK);
-  for (const char* path : {"", "/tmp", "/nonexistent/tmp.html", "/dev/full"}) {
+  const fs::path aside = reader.Directory() / "aside";
+  fs::create_directories(aside / "directory");
+  fs::create_symlink("/dev/full", aside / "full.html");
+  const fs::path nowhere = aside / "none" / "tmp.html";
+  for (const fs::path& path : {fs::path(), nowhere, aside / "directory", aside / "full.html"}) {
     EXPECT_EQ(reader.Extract(path), KAV_MOBI_E_WRITE) << path;
   }
   fs::create_directory(reader.Directory() / "picture-2.gif");
