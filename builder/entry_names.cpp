@@ -16,6 +16,11 @@ constexpr size_t kLongestNumber = 11;  // with its "-"
 constexpr std::string_view kOwnNames[] = {"content.opf", "toc.ncx", "main.css", "cover.html",
                                           "images"};
 
+// Control characters: some readers refuse a whole container for one in a name.
+bool IsControl(char c) {
+  return (c >= 0 && c < ' ') || c == '\x7F';
+}
+
 // "page-" N ".html" is or will be a page of the book.
 bool IsPageName(std::string_view name) {
   constexpr std::string_view kBeginning = "page-";
@@ -67,8 +72,9 @@ void EntryNames::Take(const std::string& name) {
 
 std::string EntryNames::Claim(const std::string& wanted) {
   std::string name = wanted;
+  std::replace_if(name.begin(), name.end(), IsControl, '_');
   if (!IsFree(name)) {
-    const auto [stem, extension] = PartsOf(wanted);
+    const auto [stem, extension] = PartsOf(name);
     int& number = lastNumbers.try_emplace(Folded(stem + extension), 1).first->second;
     do {
       name = stem + "-" + std::to_string(++number) + extension;

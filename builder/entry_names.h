@@ -12,7 +12,8 @@ class EntryNames {
   void Take(const std::string& name);
 
   // Gives the wanted name, or the next free one when the book has or may come to have a file of
-  // that name, in letters of any case: "index-2.html" for a second "index.html".
+  // that name, in letters of any case: "index-2.html" for a second "index.html". Control characters
+  // become "_".
   std::string Claim(const std::string& wanted);
 
  private:
