@@ -50,6 +50,7 @@ constexpr struct {
 } kKnown[] = {
     {"htmlNewParserCtxt", {false, true, false}},
     {"htmlCtxtReadIO", {true, true, true}},
+    {"xmlParserInputBufferCreateMem", {false, true, false}},
     {"xmlIOParseDTD", {true, true, false}},
     {"xmlValidateOneElement", {false, true, false}},
     {"mobi_load_file", {false, false, true}},

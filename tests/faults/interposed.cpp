@@ -239,6 +239,12 @@ xmlDoc* htmlCtxtReadIO(xmlParserCtxt* context, xmlInputReadCallback read,
   const Inside inside("htmlCtxtReadIO");
   return real(context, read, close, stream, url, encoding, options);
 }
+xmlParserInputBuffer* xmlParserInputBufferCreateMem(const char* text, int size,
+                                                    xmlCharEncoding encoding) {
+  KAV_REAL(xmlParserInputBufferCreateMem);
+  const Inside inside("xmlParserInputBufferCreateMem");
+  return real(text, size, encoding);
+}
 xmlDtd* xmlIOParseDTD(xmlSAXHandler* sax, xmlParserInputBuffer* input, xmlCharEncoding encoding) {
   KAV_REAL(xmlIOParseDTD);
   const Inside inside("xmlIOParseDTD");
