@@ -50,6 +50,7 @@ constexpr struct {
 } kKnown[] = {
     {"htmlNewParserCtxt", {false, true, false}},
     {"htmlCtxtReadMemory", {true, true, true}},
+    {"xmlParserInputBufferCreateMem", {false, true, false}},
     {"xmlIOParseDTD", {true, true, false}},
     {"xmlDocCopyNode", {false, true, false}},
     {"xmlValidateOneElement", {false, true, false}},

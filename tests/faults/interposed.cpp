@@ -238,6 +238,12 @@ xmlDoc* htmlCtxtReadMemory(xmlParserCtxt* context, const char* buffer, int size,
   const Inside inside("htmlCtxtReadMemory");
   return real(context, buffer, size, url, encoding, options);
 }
+xmlParserInputBuffer* xmlParserInputBufferCreateMem(const char* text, int size,
+                                                    xmlCharEncoding encoding) {
+  KAV_REAL(xmlParserInputBufferCreateMem);
+  const Inside inside("xmlParserInputBufferCreateMem");
+  return real(text, size, encoding);
+}
 xmlDtd* xmlIOParseDTD(xmlSAXHandler* sax, xmlParserInputBuffer* input, xmlCharEncoding encoding) {
   KAV_REAL(xmlIOParseDTD);
   const Inside inside("xmlIOParseDTD");
