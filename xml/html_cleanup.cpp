@@ -63,8 +63,10 @@ class InScope {
 // Nodes that have been taken out of a document.
 class DeletedNodes {
  public:
+  DeletedNodes() = default;
+
   // The last one queued goes first; a node that was queued twice goes once.
-  explicit DeletedNodes(std::vector<xmlNode*>& pending) {
+  void Take(std::vector<xmlNode*>& pending) {
     for (; !pending.empty(); pending.pop_back()) {
       // Freed below only: a node may lie inside another one that was queued after it.
       if (nodes.insert(pending.back()).second) xmlUnlinkNode(pending.back());
@@ -221,7 +223,8 @@ int XMLBase::Repair(xmlDtd* dtd, xmlNode* body) {
   validation->warning = IgnoreWarning;
   xhtmlValidateDtd(validation.get(), doc, dtd);
   {
-    const DeletedNodes deleted(state.pending);
+    DeletedNodes deleted;
+    deleted.Take(state.pending);
     NeutralizeDeadFragments(deleted.Nodes());
   }
   if (!WrapLooseContent(body) || state.incomplete) incomplete = true;

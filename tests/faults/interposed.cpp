@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 Faults faults = {};
 const char* const kFaults[] = {"malloc",   "memory",    "open",     "write",       "close",
@@ -65,18 +66,6 @@ void* Counted(void* block) {
   return block;
 }
 
-// Says which function is running.
-class Inside {
- public:
-  explicit Inside(const char* name) : outer(faults.inside) { faults.inside = name; }
-  ~Inside() { faults.inside = outer; }
-  Inside(const Inside&) = delete;
-  Inside& operator=(const Inside&) = delete;
-
- private:
-  const char* outer;
-};
-
 }  // namespace
 
 // The real function, looked up once. Those of the sanitizer for memory are needed before anything
@@ -87,6 +76,32 @@ class Inside {
 #else
 #define KAV_REAL_MEMORY KAV_REAL
 #endif
+
+// A function that fails with an errno when it is the turn of its fault.
+#define KAV_FAILS(result, name, parameters, arguments, fault, error, failure) \
+  result name parameters {                                                    \
+    KAV_REAL(name);                                                           \
+    return Fails(fault, error) ? failure : real arguments;                    \
+  }
+// The same of one that has let go of what it was given all the same.
+#define KAV_ENDS(name, parameter, argument, fault) \
+  int name(parameter) {                            \
+    KAV_REAL(name);                                \
+    const bool fails = Fails(fault, EIO);          \
+    const int result = real(argument);             \
+    if (fails) errno = EIO;                        \
+    return fails ? -1 : result;                    \
+  }
+// A function of another library that does not get over a lack of memory: it says that it is
+// running.
+#define KAV_WATCHED(result, name, parameters, arguments)           \
+  result name parameters {                                         \
+    KAV_REAL(name);                                                \
+    const char* const outer = std::exchange(faults.inside, #name); \
+    const auto made = real arguments;                              \
+    faults.inside = outer;                                         \
+    return made;                                                   \
+  }
 
 extern "C" {
 
@@ -153,134 +168,56 @@ ssize_t pwrite64(int descriptor, const void* data, size_t count, off_t offset) {
   return Fails("write", EIO) || IsFull(descriptor, count) ? -1
                                                           : real(descriptor, data, count, offset);
 }
-// As on Linux, the descriptor is gone all the same.
-int close(int descriptor) {
-  KAV_REAL(close);
-  const bool fails = Fails("close", EIO);
-  const int result = real(descriptor);
-  if (fails) errno = EIO;
-  return fails ? -1 : result;
-}
-int fsync(int descriptor) {
-  KAV_REAL(fsync);
-  return Fails("fsync", EIO) ? -1 : real(descriptor);
-}
-int renameat(int from, const char* old, int to, const char* path) {
-  KAV_REAL(renameat);
-  return Fails("rename", EIO) ? -1 : real(from, old, to, path);
-}
-int linkat(int from, const char* old, int to, const char* path, int flags) {
-  KAV_REAL(linkat);
-  return Fails("rename", EIO) ? -1 : real(from, old, to, path, flags);
-}
-int mkdir(const char* path, mode_t mode) {
-  KAV_REAL(mkdir);
-  return Fails("mkdir", ENOSPC) ? -1 : real(path, mode);
-}
-DIR* opendir(const char* path) {
-  KAV_REAL(opendir);
-  return Fails("opendir", EMFILE) ? nullptr : real(path);
-}
-DIR* fdopendir(int descriptor) {
-  KAV_REAL(fdopendir);
-  return Fails("opendir", ENOMEM) ? nullptr : real(descriptor);
-}
-dirent64* readdir64(DIR* stream) {
-  KAV_REAL(readdir64);
-  return Fails("readdir", EIO) ? nullptr : real(stream);
-}
-ssize_t read(int descriptor, void* data, size_t count) {
-  KAV_REAL(read);
-  return Fails("read", EIO) ? -1 : real(descriptor, data, count);
-}
-ssize_t pread64(int descriptor, void* data, size_t count, off_t offset) {
-  KAV_REAL(pread64);
-  return Fails("read", EIO) ? -1 : real(descriptor, data, count, offset);
-}
-FILE* fopen64(const char* path, const char* mode) {
-  KAV_REAL(fopen64);
-  return Fails("fopen", EMFILE) ? nullptr : real(path, mode);
-}
-FILE* fdopen(int descriptor, const char* mode) {
-  KAV_REAL(fdopen);
-  return Fails("fopen", ENOMEM) ? nullptr : real(descriptor, mode);
-}
-size_t fwrite(const void* data, size_t size, size_t count, FILE* file) {
-  KAV_REAL(fwrite);
-  return Fails("fwrite", ENOSPC) ? 0 : real(data, size, count, file);
-}
-size_t fread(void* data, size_t size, size_t count, FILE* file) {
-  KAV_REAL(fread);
-  return Fails("fread", EIO) ? 0 : real(data, size, count, file);
-}
-int fclose(FILE* file) {
-  KAV_REAL(fclose);
-  const bool fails = Fails("fclose", EIO);
-  const int result = real(file);
-  if (fails) errno = EIO;
-  return fails ? EOF : result;
-}
-char* realpath(const char* path, char* resolved) {
-  KAV_REAL(realpath);
-  return Fails("realpath", EIO) ? nullptr : real(path, resolved);
-}
 
-// Functions of other libraries that do not get over a lack of memory.
+KAV_FAILS(int, fsync, (int descriptor), (descriptor), "fsync", EIO, -1)
+KAV_FAILS(int, renameat, (int from, const char* old, int to, const char* path),
+          (from, old, to, path), "rename", EIO, -1)
+KAV_FAILS(int, linkat, (int from, const char* old, int to, const char* path, int flags),
+          (from, old, to, path, flags), "rename", EIO, -1)
+KAV_FAILS(int, mkdir, (const char* path, mode_t mode), (path, mode), "mkdir", ENOSPC, -1)
+KAV_FAILS(DIR*, opendir, (const char* path), (path), "opendir", EMFILE, nullptr)
+KAV_FAILS(DIR*, fdopendir, (int descriptor), (descriptor), "opendir", ENOMEM, nullptr)
+KAV_FAILS(dirent64*, readdir64, (DIR * stream), (stream), "readdir", EIO, nullptr)
+KAV_FAILS(ssize_t, read, (int descriptor, void* data, size_t count), (descriptor, data, count),
+          "read", EIO, -1)
+KAV_FAILS(ssize_t, pread64, (int descriptor, void* data, size_t count, off_t offset),
+          (descriptor, data, count, offset), "read", EIO, -1)
+KAV_FAILS(FILE*, fopen64, (const char* path, const char* mode), (path, mode), "fopen", EMFILE,
+          nullptr)
+KAV_FAILS(FILE*, fdopen, (int descriptor, const char* mode), (descriptor, mode), "fopen", ENOMEM,
+          nullptr)
+KAV_FAILS(size_t, fwrite, (const void* data, size_t size, size_t count, FILE* file),
+          (data, size, count, file), "fwrite", ENOSPC, 0)
+KAV_FAILS(size_t, fread, (void* data, size_t size, size_t count, FILE* file),
+          (data, size, count, file), "fread", EIO, 0)
+KAV_FAILS(char*, realpath, (const char* path, char* resolved), (path, resolved), "realpath", EIO,
+          nullptr)
+KAV_ENDS(close, int descriptor, descriptor, "close")
+KAV_ENDS(fclose, FILE* file, file, "fclose")
 
-htmlParserCtxt* htmlNewParserCtxt() {
-  KAV_REAL(htmlNewParserCtxt);
-  const Inside inside("htmlNewParserCtxt");
-  return real();
-}
-xmlDoc* htmlCtxtReadIO(xmlParserCtxt* context, xmlInputReadCallback read,
-                       xmlInputCloseCallback close, void* stream, const char* url,
-                       const char* encoding, int options) {
-  KAV_REAL(htmlCtxtReadIO);
-  const Inside inside("htmlCtxtReadIO");
-  return real(context, read, close, stream, url, encoding, options);
-}
-xmlParserInputBuffer* xmlParserInputBufferCreateMem(const char* text, int size,
-                                                    xmlCharEncoding encoding) {
-  KAV_REAL(xmlParserInputBufferCreateMem);
-  const Inside inside("xmlParserInputBufferCreateMem");
-  return real(text, size, encoding);
-}
-xmlDtd* xmlIOParseDTD(xmlSAXHandler* sax, xmlParserInputBuffer* input, xmlCharEncoding encoding) {
-  KAV_REAL(xmlIOParseDTD);
-  const Inside inside("xmlIOParseDTD");
-  return real(sax, input, encoding);
-}
-int xmlValidateOneElement(xmlValidCtxt* context, xmlDoc* document, xmlNode* node) {
-  KAV_REAL(xmlValidateOneElement);
-  const Inside inside("xmlValidateOneElement");
-  return real(context, document, node);
-}
-MOBI_RET mobi_load_file(MOBIData* data, FILE* file) {
-  KAV_REAL(mobi_load_file);
-  const Inside inside("mobi_load_file");
-  return real(data, file);
-}
-MOBI_RET mobi_get_rawml(const MOBIData* data, char* text, size_t* length) {
-  KAV_REAL(mobi_get_rawml);
-  const Inside inside("mobi_get_rawml");
-  return real(data, text, length);
-}
-MOBI_RET mobi_parse_rawml_opt(MOBIRawml* raw, const MOBIData* data, bool toc, bool dictionary,
-                              bool reconstruct) {
-  KAV_REAL(mobi_parse_rawml_opt);
-  const Inside inside("mobi_parse_rawml_opt");
-  return real(raw, data, toc, dictionary, reconstruct);
-}
-int zipOpenNewFileInZip4_64(zipFile file, const char* name, const zip_fileinfo* info,
-                            const void* localExtra, uInt localSize, const void* globalExtra,
-                            uInt globalSize, const char* comment, int method, int level, int raw,
-                            int bits, int memory, int strategy, const char* password, uLong crc,
-                            uLong madeBy, uLong flags, int zip64) {
-  KAV_REAL(zipOpenNewFileInZip4_64);
-  const Inside inside("zipOpenNewFileInZip4_64");
-  return real(file, name, info, localExtra, localSize, globalExtra, globalSize, comment, method,
-              level, raw, bits, memory, strategy, password, crc, madeBy, flags, zip64);
-}
+KAV_WATCHED(htmlParserCtxt*, htmlNewParserCtxt, (), ())
+KAV_WATCHED(xmlDoc*, htmlCtxtReadIO,
+            (xmlParserCtxt * context, xmlInputReadCallback read, xmlInputCloseCallback close,
+             void* stream, const char* url, const char* encoding, int options),
+            (context, read, close, stream, url, encoding, options))
+KAV_WATCHED(xmlParserInputBuffer*, xmlParserInputBufferCreateMem,
+            (const char* text, int size, xmlCharEncoding encoding), (text, size, encoding))
+KAV_WATCHED(xmlDtd*, xmlIOParseDTD,
+            (xmlSAXHandler * sax, xmlParserInputBuffer* input, xmlCharEncoding encoding),
+            (sax, input, encoding))
+KAV_WATCHED(int, xmlValidateOneElement, (xmlValidCtxt * context, xmlDoc* document, xmlNode* node),
+            (context, document, node))
+KAV_WATCHED(MOBI_RET, mobi_load_file, (MOBIData * data, FILE* file), (data, file))
+KAV_WATCHED(MOBI_RET, mobi_parse_rawml_opt,
+            (MOBIRawml * raw, const MOBIData* data, bool toc, bool dictionary, bool reconstruct),
+            (raw, data, toc, dictionary, reconstruct))
+KAV_WATCHED(int, zipOpenNewFileInZip4_64,
+            (zipFile file, const char* name, const zip_fileinfo* info, const void* local,
+             uInt localSize, const void* global, uInt globalSize, const char* comment, int method,
+             int level, int raw, int bits, int memory, int strategy, const char* password,
+             uLong crc, uLong madeBy, uLong flags, int zip64),
+            (file, name, info, local, localSize, global, globalSize, comment, method, level, raw,
+             bits, memory, strategy, password, crc, madeBy, flags, zip64))
 
 // All books are made in the same second, so that they can be compared.
 time_t time(time_t* now) {
