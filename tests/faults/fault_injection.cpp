@@ -118,7 +118,9 @@ int FindLeaks() {
 
 class Runs {
  public:
-  Runs(const Scenario& scenario, const char* name) : run(scenario), fault(name) {
+  // The directory is that of the parent, which outlives every crash.
+  Runs(const Scenario& scenario, const char* name, const TempDir& scratch)
+      : run(scenario), fault(name), dir(scratch) {
     Convert(0);  // what libraries set up once is there now
     right = ReadFile(Output());
   }
@@ -207,12 +209,13 @@ class Runs {
 
   const Scenario& run;
   std::string fault;
-  TempDir dir;
+  const TempDir& dir;
   std::string right;
 };
 
 // Runs until all is done or the process dies.
-int RunInChild(const Scenario& scenario, const char* fault, long last, long step) {
+int RunInChild(const Scenario& scenario, const char* fault, long last, long step,
+               const TempDir& scratch) {
   const pid_t child = fork();
   if (child == 0) {
     void* frame = nullptr;
@@ -220,7 +223,7 @@ int RunInChild(const Scenario& scenario, const char* fault, long last, long step
     for (const int crash : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGPROF})
       std::signal(crash, NoteCrash);
     {
-      Runs runs(scenario, fault);
+      Runs runs(scenario, fault, scratch);
       if (report->total == 0) report->total = std::min(runs.Count(), last);
       for (; report->next <= report->total; report->next += step) {
         runs.Try(report->next);
@@ -238,7 +241,8 @@ bool Inject(const char* name, const char* fault, long first, long last, long ste
   *report = {};
   report->next = strcmp(fault, "descriptors") == 0 ? std::max(first, kFewest) : first;
   const long begin = report->next;
-  while (RunInChild(kScenarios.at(name), fault, last, step) != 0) {
+  const TempDir scratch;
+  while (RunInChild(kScenarios.at(name), fault, last, step, scratch) != 0) {
     Judge(fault, report->next > report->total ? kLeaks : kDies, report->where);
     if (report->total == 0 || report->next > report->total) break;
     report->where[0] = '\0';
