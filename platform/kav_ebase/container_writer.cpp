@@ -23,7 +23,7 @@ namespace {
 constexpr int kDeflateLevel = 6;
 constexpr int kChunkDeflateLevel = 6;  // of zlib
 
-constexpr uint64_t kLargestWholeFile = uint64_t{32} << 20;
+constexpr uint64_t kLargestWholeFile = uint64_t{64} << 20;
 constexpr size_t kChunkSize = size_t{1} << 20;
 
 // Above this a file's sizes need 64 bits; 16 MiB are left for deflating that makes it larger.
