@@ -36,8 +36,9 @@ std::set<std::string> Resolved(const std::vector<std::string>& references) {
 }
 
 void CheckLinks(const CheckedBook& book, const std::string& name, const XmlDoc& page) {
-  const auto ids = Texts(page, "//@id");
-  for (const std::string& reference : Texts(page, "//@href | //@src | //@*[local-name()='href']")) {
+  const auto ids = XPathTexts(page, "//@id");
+  for (const std::string& reference :
+       XPathTexts(page, "//@href | //@src | //@*[local-name()='href']")) {
     if (reference.empty() || LeadsOut(reference)) continue;
     const std::string path = reference.substr(0, reference.find('#'));
     const std::string fragment =
@@ -54,20 +55,6 @@ XmlDoc RequiredXml(std::string_view xml, const std::string& name) {
   XmlDoc doc = ParseXml(xml);
   Require(doc != nullptr, name + " is well-formed: " + std::string(xml));
   return doc;
-}
-
-std::vector<std::string> Texts(const XmlDoc& doc, const char* expression) {
-  xmlXPathContext* context = xmlXPathNewContext(doc.get());
-  xmlXPathObject* found =
-      xmlXPathEvalExpression(reinterpret_cast<const xmlChar*>(expression), context);
-  Require(found != nullptr, std::string(expression) + " can be evaluated");
-  std::vector<std::string> texts;
-  for (int i = 0; i < xmlXPathNodeSetGetLength(found->nodesetval); ++i) {
-    texts.push_back(TakenXml(xmlXPathCastNodeToString(found->nodesetval->nodeTab[i])));
-  }
-  xmlXPathFreeObject(found);
-  xmlXPathFreeContext(context);
-  return texts;
 }
 
 Entries ReadArchive(const std::string& path) {
@@ -102,12 +89,12 @@ CheckedBook CheckBook(const std::string& path, const std::string& secret) {
   const auto parsed = [&](const std::string& name) {
     return RequiredXml(book.entries[name], name);
   };
-  const auto roots = Texts(parsed("META-INF/container.xml"), "//@full-path");
+  const auto roots = XPathTexts(parsed("META-INF/container.xml"), "//@full-path");
   Require(roots == std::vector{kRoot + "content.opf"}, "the container file leads to the package");
 
   const XmlDoc opf = parsed(kRoot + "content.opf");
-  const auto hrefs = Texts(opf, "//*[local-name()='item']/@href");
-  const auto ids = Texts(opf, "//*[local-name()='item']/@id");
+  const auto hrefs = XPathTexts(opf, "//*[local-name()='item']/@href");
+  const auto ids = XPathTexts(opf, "//*[local-name()='item']/@id");
   std::set<std::string> entries = {"mimetype", "META-INF/container.xml", kRoot + "content.opf"};
   entries.merge(Resolved(hrefs));
   std::set<std::string> found;
@@ -118,18 +105,18 @@ CheckedBook CheckBook(const std::string& path, const std::string& secret) {
   Require(entries == found && entries.size() == hrefs.size() + 3, "what is listed is there, once");
   Require(std::set(ids.begin(), ids.end()).size() == hrefs.size(), "ids differ");
   std::vector<std::string> spine;
-  for (const std::string& id : Texts(opf, "//@idref")) {
+  for (const std::string& id : XPathTexts(opf, "//@idref")) {
     const auto at = std::find(ids.begin(), ids.end(), id);
     Require(at != ids.end(), "the spine names items");
     spine.push_back(hrefs[static_cast<size_t>(at - ids.begin())]);
   }
-  for (const std::string& href : Texts(opf, "//*[local-name()='reference']/@href")) {
+  for (const std::string& href : XPathTexts(opf, "//*[local-name()='reference']/@href")) {
     Require(std::count(hrefs.begin(), hrefs.end(), href) == 1, "the guide names items");
   }
 
   // A page that is not called ".html" is in the navigation, but not in the spine.
   std::vector<std::string> shown;
-  for (const std::string& src : Texts(parsed(kRoot + "toc.ncx"), "//@src")) {
+  for (const std::string& src : XPathTexts(parsed(kRoot + "toc.ncx"), "//@src")) {
     book.pages.push_back(kRoot + Decoded(src));
     if (src.ends_with(".html")) shown.push_back(src);
   }

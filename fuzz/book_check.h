@@ -12,9 +12,6 @@
 // A document that must be well-formed.
 XmlDoc RequiredXml(std::string_view xml, const std::string& name);
 
-// The texts of the nodes that an XPath expression selects.
-std::vector<std::string> Texts(const XmlDoc& doc, const char* expression);
-
 // Names and contents of what a container holds, in its order.
 using Entries = std::vector<std::pair<std::string, std::string>>;
 Entries ReadArchive(const std::string& path);

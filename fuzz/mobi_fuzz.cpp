@@ -26,10 +26,10 @@ void CheckPage(const std::string& directory, const std::string& cover) {
   Require(page != nullptr, "there is a page");
   std::set<std::string> pictures = {"page.html"};
   if (!cover.empty()) pictures.insert(cover);
-  for (const std::string& src : Texts(page, "//img/@src")) pictures.insert(src);
+  for (const std::string& src : XPathTexts(page, "//img/@src")) pictures.insert(src);
   Require(pictures == FilesBelow(directory), "pictures are those of the page");
-  const auto ids = Texts(page, "//@id");
-  for (const std::string& href : Texts(page, "//a/@href")) {
+  const auto ids = XPathTexts(page, "//@id");
+  for (const std::string& href : XPathTexts(page, "//a/@href")) {
     const bool isOutside = href.starts_with("http") || href.starts_with("mailto:");
     Require(isOutside || std::count(ids.begin(), ids.end(), href.substr(1)) == 1, href + " leads");
   }
