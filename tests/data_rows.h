@@ -16,13 +16,14 @@ constexpr char kEmptyCell[] = "\"\"";
 constexpr std::string_view kNumber = "\\#";
 
 inline std::string Repeated(const std::string& text, size_t count) {
-  const size_t number = text.find(kNumber);
   std::string all;
   for (size_t i = 0; i < count; ++i) {
-    all.append(text, 0, number);
-    if (number != std::string::npos) {
-      all.append(std::to_string(i)).append(text, number + kNumber.size());
+    size_t begin = 0;
+    for (size_t number = 0; (number = text.find(kNumber, begin)) != std::string::npos;) {
+      all.append(text, begin, number - begin).append(std::to_string(i));
+      begin = number + kNumber.size();
     }
+    all.append(text, begin);
   }
   return all;
 }
