@@ -14,11 +14,11 @@
 #include <string>
 #include <vector>
 
+#include "base/text_gate.h"
 #include "bench/plan.h"
 #include "builder/epub_base.h"
 #include "package/xml_file.h"
 #include "platform/kav_ebase/kav_ebase.h"
-#include "xml/text_gate.h"
 #include "xml/xml_base.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <string_view>
 
-#include "platform/utf8.h"
+#include "base/utf8.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/read_file.h"
 #include "builder/entry_names.h"
-#include "fileutil/read_file.h"
 
 // A page that is imported or a resource that is copied.
 struct ImportFile {

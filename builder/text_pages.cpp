@@ -1,7 +1,7 @@
 // Text pages: lines are gathered into paragraphs, paragraphs into numbered pages.
+#include "base/utf8.h"
 #include "builder/epub_base.h"
 #include "builder/memory.h"
-#include "platform/utf8.h"
 
 int EpubBase::StartPage() {
   ++pageNum;

@@ -2,9 +2,9 @@
 #include <string_view>
 #include <utility>
 
+#include "base/output_file.h"
 #include "builder/epub_base.h"
 #include "builder/memory.h"
-#include "fileutil/output_file.h"
 #include "platform/kav_tool/kav_tool.h"
 #include "xml/xml_base.h"
 

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "fileutil/read_file.h"
+#include "base/read_file.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #ifndef KAV_EPUB_COPY_FILE_H
 #define KAV_EPUB_COPY_FILE_H
 
-#include "fileutil/read_file.h"
+#include "base/read_file.h"
 
 struct CopyOutcome {
   int code;       // what CopyFile returns

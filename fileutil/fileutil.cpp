@@ -16,11 +16,11 @@
 #include <string>
 #include <vector>
 
+#include "base/output_file.h"
+#include "base/unique_fd.h"
 #include "fileutil/copy_file.h"
-#include "fileutil/output_file.h"
 #include "fileutil/result_codes.h"
 #include "platform/kav_tool/kav_tool.h"
-#include "platform/unique_fd.h"
 
 namespace {
 

@@ -9,8 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "base/document_writer.h"
+#include "fileutil/result_codes.h"
 #include "platform/kav_tool/kav_tool.h"
-#include "xml/document_writer.h"
 
 struct PackageRecords {
   struct Item {
@@ -77,7 +78,7 @@ std::uint32_t Save(const Records* records, const char* path, DocumentWriter::Typ
   try {
     DocumentWriter document(path, type);
     write(document, *records);
-    return document.Close();
+    return document.Close() ? EPUB_OK : EPUB_E_WRITE;
   } catch (const std::bad_alloc&) {
     return EPUB_E_WRITE;
   }

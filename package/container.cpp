@@ -1,6 +1,6 @@
 // The container file, which tells a reading system where the package document lies.
+#include "base/error_silence.h"
 #include "package/xml_file.h"
-#include "xml/error_silence.h"
 #include "xml/xml_base.h"
 
 std::uint32_t XMLFile::GenerateContainerFile(const char* path) {

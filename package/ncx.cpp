@@ -10,10 +10,10 @@ namespace {
 constexpr char kNcxNamespace[] = "http://www.daisy.org/z3986/2005/ncx/";
 
 void WriteHead(DocumentWriter& ncx, const NavigationRecords& navigation) {
-  const XmlAttribute metadata[] = {{"dtb:uid", navigation.identifier.c_str()},
-                                   {"dtb:depth", "2"},
-                                   {"dtb:totalPageCount", "0"},
-                                   {"dtb:maxPageNumber", "0"}};
+  const DocumentWriter::Attribute metadata[] = {{"dtb:uid", navigation.identifier.c_str()},
+                                                {"dtb:depth", "2"},
+                                                {"dtb:totalPageCount", "0"},
+                                                {"dtb:maxPageNumber", "0"}};
   ncx.Begin("head");
   for (const auto& [name, content] : metadata) {
     ncx.Element("meta", {{"name", name}, {"content", content}});

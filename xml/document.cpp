@@ -6,12 +6,12 @@
 #include <cstdlib>
 #include <memory>
 
-#include "fileutil/output_file.h"
+#include "base/error_silence.h"
+#include "base/output_file.h"
+#include "base/text_gate.h"
+#include "base/xml_text.h"
 #include "platform/kav_tool/kav_tool.h"
-#include "xml/error_silence.h"
-#include "xml/text_gate.h"
 #include "xml/xml_base.h"
-#include "xml/xml_text.h"
 
 namespace {
 

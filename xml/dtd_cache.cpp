@@ -6,8 +6,8 @@
 #include <climits>
 #include <new>
 
-#include "fileutil/read_file.h"
-#include "xml/error_silence.h"
+#include "base/error_silence.h"
+#include "base/read_file.h"
 #include "xml/xml_base.h"
 
 namespace {

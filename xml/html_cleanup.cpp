@@ -6,10 +6,10 @@
 #include <optional>
 #include <unordered_set>
 
-#include "fileutil/read_file.h"
+#include "base/error_silence.h"
+#include "base/html_encoding.h"
+#include "base/read_file.h"
 #include "xml/dtd_cache.h"
-#include "xml/error_silence.h"
-#include "xml/html_encoding.h"
 #include "xml/html_parser.h"
 #include "xml/name_lists.h"
 #include "xml/xhtml_repair.h"

@@ -10,9 +10,9 @@
 #include <string_view>
 #include <utility>
 
+#include "base/error_silence.h"
+#include "base/xml_text.h"
 #include "xml/attribute_limit.h"
-#include "xml/error_silence.h"
-#include "xml/xml_text.h"
 
 namespace {
 

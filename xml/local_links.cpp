@@ -7,9 +7,9 @@
 #include <new>
 #include <utility>
 
-#include "fileutil/read_file.h"
+#include "base/error_silence.h"
+#include "base/read_file.h"
 #include "platform/kav_tool/kav_tool.h"
-#include "xml/error_silence.h"
 #include "xml/repair_state.h"
 #include "xml/xml_base.h"
 

@@ -9,15 +9,15 @@
 #include <string>
 #include <vector>
 
-#include "fileutil/output_file.h"
-#include "fileutil/read_file.h"
+#include "base/error_silence.h"
+#include "base/html_encoding.h"
+#include "base/output_file.h"
+#include "base/read_file.h"
+#include "base/text_gate.h"
+#include "base/well_formed.h"
 #include "platform/kav_tool/kav_tool.h"
-#include "xml/error_silence.h"
-#include "xml/html_encoding.h"
 #include "xml/html_parser.h"
 #include "xml/repair_state.h"
-#include "xml/text_gate.h"
-#include "xml/well_formed.h"
 #include "xml/xml_base.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "xml/xml_text.h"
+#include "base/xml_text.h"
 
 struct TRepairState {
   xmlError* lastError = nullptr;    // libxml2 fills it before it calls a handler

@@ -3,7 +3,7 @@
 
 #include <libxml/chvalid.h>
 
-#include "platform/utf8.h"
+#include "base/utf8.h"
 
 namespace {
 

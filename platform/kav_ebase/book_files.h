@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/directory_cursor.h"
+#include "base/directory_cursor.h"
 
 struct BookFile {
   UniqueFd descriptor;

@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/tree_walk.h"
 #include "platform/kav_ebase/kav_ebase.h"
-#include "platform/tree_walk.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/directory_cursor.h"
+#include "base/directory_cursor.h"
 
 // Relative paths, kept compact because a book can have a hundred thousand files: all in one string,
 // each ended by a NUL.

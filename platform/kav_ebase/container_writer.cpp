@@ -13,9 +13,9 @@
 #include <string>
 #include <string_view>
 
+#include "base/utf8.h"
 #include "platform/kav_ebase/kav_ebase.h"
 #include "platform/kav_ebase/zip64_end.h"
-#include "platform/utf8.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <new>
 #include <string_view>
 
-#include "platform/kav_ebase/atomic_output.h"
+#include "base/atomic_output.h"
 #include "platform/kav_ebase/book_files.h"
 #include "platform/kav_ebase/book_listing.h"
 #include "platform/kav_ebase/container_writer.h"
@@ -68,11 +68,11 @@ int CreateEpub(const char* bookDir, const char* epubPath) {
   if (const int result = listing.Read(book, kMimetypeName); result != 0) return result;
 
   AtomicOutput output;
-  if (const int result = output.Open(epubPath); result != 0) return result;
+  if (!output.Open(epubPath)) return KAV_EBASE_E_OUTPUT;
   ContainerWriter container(output.Fd());
   BookFiles files(book);
   if (const int result = AddFiles(container, files, listing); result != 0) return result;
-  return output.Commit();
+  return output.Commit() ? KAV_EBASE_OK : KAV_EBASE_E_WRITE;
 }
 
 }  // namespace

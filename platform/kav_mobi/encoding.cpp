@@ -7,7 +7,7 @@
 #include <array>
 #include <cerrno>
 
-#include "platform/utf8.h"
+#include "base/utf8.h"
 
 namespace kav_mobi {
 namespace {

@@ -14,7 +14,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/tree_walk.h"
+#include "base/tree_walk.h"
 
 namespace {
 

@@ -1,0 +1,39 @@
+// A file being written whose failures are not lost: every short write is remembered until Close.
+#ifndef KAV_EPUB_OUTPUT_FILE_H
+#define KAV_EPUB_OUTPUT_FILE_H
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "base/unique_fd.h"
+
+class OutputFile {
+ public:
+  enum class Mode { kTruncate, kAppend };
+
+  explicit OutputFile(const std::string& path, Mode mode = Mode::kTruncate);
+
+  bool IsOpen() const { return static_cast<bool>(descriptor); }
+
+  // Takes all bytes, and writes them in large pieces; false as soon as one write of this file has
+  // failed.
+  bool Write(std::string_view bytes);
+
+  // Closes the file; true when it was open and everything written has been taken.
+  bool Close();
+
+ private:
+  void WriteThrough(std::string_view bytes);
+  void WriteGathered();
+
+  UniqueFd descriptor;
+  // More than a page of text. Not on the heap: libxml2 writes through here, which no exception may
+  // leave.
+  std::array<char, size_t{32} * 1024> gathered;
+  size_t gatheredCount = 0;
+  bool failed = false;
+};
+
+#endif

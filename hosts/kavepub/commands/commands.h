@@ -1,0 +1,36 @@
+// The commands of the tool. Each returns an exit code; wrong combinations and failures of the whole
+// call are thrown.
+#ifndef KAVEPUB_COMMANDS_H
+#define KAVEPUB_COMMANDS_H
+
+#include <filesystem>
+#include <vector>
+
+#include "hosts/kavepub/plan/book_order.h"
+#include "hosts/kavepub/plan/planning.h"
+
+enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2, kInterrupted = 130 };
+
+struct ConvertArguments {
+  Selection selection;
+  BookOptions options;
+  unsigned jobs = 1;
+  bool quiet = false;
+  bool json = false;
+};
+int RunConvert(const ConvertArguments& arguments);
+
+struct InfoArguments {
+  std::vector<std::filesystem::path> books;
+  bool json = false;
+};
+int RunInfo(const InfoArguments& arguments);
+
+struct PreviewArguments {
+  std::filesystem::path book;
+  std::filesystem::path output;  // empty: beside the book, with the extension ".png"
+  bool force = false;            // replace a picture that is there
+};
+int RunPreview(const PreviewArguments& arguments);
+
+#endif

@@ -1,0 +1,60 @@
+// "kavepub convert": plans the books, makes them, reports.
+#include <cstdio>
+#include <memory>
+#include <system_error>
+
+#include "hosts/kavepub/commands/commands.h"
+#include "hosts/kavepub/console/failure.h"
+#include "hosts/kavepub/console/interruption.h"
+#include "hosts/kavepub/make/batch.h"
+#include "hosts/kavepub/make/reporters.h"
+
+namespace {
+
+// A single file is what a person names; anything else is a batch.
+bool IsBatch(const Selection& selection, size_t books) {
+  std::error_code error;
+  return books > 1 || std::filesystem::is_directory(selection.inputs.front(), error);
+}
+
+// What one book can have must not be given to many, nor to one that brings its own.
+void Check(const std::vector<BookOrder>& orders, const BookOptions& options) {
+  const bool isNamed = options.title || options.author || !options.cover.empty();
+  if (!isNamed) return;
+  for (const BookOrder& order : orders) {
+    if (order.kind == BookKind::kMobi) {
+      throw WrongUsage(order.inputs.front(),
+                       "a MOBI book brings its own title, author and cover; leave out --title, "
+                       "--author and --cover");
+    }
+  }
+  if (orders.size() > 1 && (options.title || !options.cover.empty())) {
+    throw WrongUsage("--title and --cover are for one book, but " + std::to_string(orders.size()) +
+                     " are to be made; convert them one by one");
+  }
+}
+
+std::unique_ptr<CountingReporter> NewReporter(const ConvertArguments& arguments, size_t books,
+                                              bool isBatch) {
+  if (arguments.json) return ReportInJson();
+  if (arguments.options.dryRun) return ReportPlan(arguments.quiet);
+  return isBatch ? ReportManyBooks(books, arguments.quiet) : ReportOneBook(arguments.quiet);
+}
+
+}  // namespace
+
+int RunConvert(const ConvertArguments& arguments) {
+  const std::vector<BookOrder> orders = PlanBooks(arguments.selection);
+  if (orders.empty()) {
+    throw Failure(arguments.selection.inputs.front(),
+                  "holds nothing that can be converted; name texts, HTML, MOBI books or pictures");
+  }
+  Check(orders, arguments.options);
+  const bool isBatch = IsBatch(arguments.selection, orders.size());
+  const auto reporter = NewReporter(arguments, orders.size(), isBatch);
+  MakeBooks(orders, arguments.options, isBatch ? Existing::kKeepIfNewer : Existing::kRefuse,
+            arguments.options.dryRun ? 1 : arguments.jobs, *reporter);
+  reporter->Close();
+  if (WasInterrupted() && reporter->Result().Finished() < orders.size()) return kInterrupted;
+  return reporter->Result().failed == 0 ? kDone : kFailed;
+}

@@ -1,0 +1,31 @@
+// Many books, on several threads.
+#ifndef KAVEPUB_BATCH_H
+#define KAVEPUB_BATCH_H
+
+#include <vector>
+
+#include "hosts/kavepub/make/outcome.h"
+#include "hosts/kavepub/make/progress.h"
+#include "hosts/kavepub/plan/book_order.h"
+
+// Hears how the books of a call fare; called by one thread at a time.
+class Reporter {
+ public:
+  virtual ~Reporter() = default;
+
+  virtual void Finished(const BookOrder& order, const Outcome& outcome) = 0;
+
+  // The progress of a book that is being made; to be released before Finished is called for it.
+  virtual std::unique_ptr<Progress> NewProgress(const BookOrder& order) = 0;
+};
+
+// Whether books that are there already, made by this tool and newer than their sources, are left
+// alone and older ones made again, or any book that is there is a failure.
+enum class Existing { kKeepIfNewer, kRefuse };
+
+// Makes all books, each in its own working directory. A failing book does not stop the others; an
+// interruption stops them all.
+void MakeBooks(const std::vector<BookOrder>& orders, const BookOptions& options, Existing existing,
+               unsigned jobs, Reporter& reporter);
+
+#endif

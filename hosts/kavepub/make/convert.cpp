@@ -1,0 +1,133 @@
+// Carries out one order: builds the book in a private directory and packs it.
+#include "hosts/kavepub/make/convert.h"
+
+#include "builder/epub_base.h"
+#include "hosts/kavepub/console/failure.h"
+#include "hosts/kavepub/console/interruption.h"
+#include "hosts/kavepub/console/work_dir.h"
+#include "hosts/kavepub/make/pictures.h"
+#include "hosts/kavepub/make/service.h"
+#include "hosts/kavepub/make/text_book.h"
+#include "hosts/kavepub/source/html_metadata.h"
+
+namespace {
+
+// A book in the making, by the engine's record.
+class Build {
+ public:
+  Build(const BookOrder& ordered, const BookOptions& chosen, Progress& shown)
+      : order(ordered),
+        options(chosen),
+        progress(shown),
+        workDir(chosen.workDir),
+        service(NewService()),
+        shelf(workDir.Path()) {}
+
+  std::string Run() {
+    switch (order.kind) {
+      case BookKind::kText:
+        return MakeOfText();
+      case BookKind::kHtml:
+        return MakeOfHtml();
+      case BookKind::kPictures:
+        return MakeOfPictures();
+      case BookKind::kMobi:
+        return MakeOfMobi();
+    }
+    return {};
+  }
+
+ private:
+  void Begin(const std::string& title, const std::string& author) {
+    Require(service->InitEpub(service->data, workDir.Path().c_str(),
+                              options.title.value_or(title).c_str(),
+                              options.author.value_or(author).c_str()),
+            workDir.Path());
+    if (options.cover.empty()) return;
+    const std::filesystem::path cover = shelf.Place(options.cover);
+    Require(service->data->epub->AddCoverImageToEpub(cover.c_str()), options.cover);
+  }
+
+  void Pack() {
+    StopIfInterrupted();
+    Require(service->GenerateEpub(service->data, order.output.c_str()), order.output);
+  }
+
+  // Shows that one more of the inputs is done.
+  void ShowDone(size_t done) {
+    progress.Show(static_cast<double>(done) / static_cast<double>(order.inputs.size()));
+    StopIfInterrupted();
+  }
+
+  std::string MakeOfText() {
+    const std::filesystem::path& input = order.inputs.front();
+    const TextSource source = PrepareText(input, options.decoding, workDir.Path());
+    const bool isLineMode = options.paragraphs == ParagraphMode::kAuto
+                                ? LinesAreParagraphs(source.file)
+                                : options.paragraphs == ParagraphMode::kLine;
+    Begin(input.stem().string(), "");
+    const auto addText = isLineMode ? AddTextOfParagraphs : AddWrappedText;
+    addText(*service, source.file, progress);
+    Pack();
+    return source.encoding + (isLineMode ? ", one paragraph a line" : ", wrapped lines");
+  }
+
+  std::string MakeOfHtml() {
+    const HtmlMetadata metadata = ReadHtmlMetadata(order.inputs.front());
+    Begin(metadata.title.empty() ? order.inputs.front().stem().string() : metadata.title,
+          metadata.author);
+    for (size_t done = 0; done < order.inputs.size(); ++done) {
+      const std::filesystem::path& page = order.inputs[done];
+      // The engine looks for the files beside a page in its directory, and in "/" without one.
+      const std::filesystem::path placed = page.has_parent_path() ? page : "." / page;
+      Require(service->AddHtmlToEpub(service->data, placed.c_str()), page);
+      ShowDone(done + 1);
+    }
+    Pack();
+    return {};
+  }
+
+  std::string MakeOfPictures() {
+    Begin(order.output.stem().string(), "");
+    for (size_t done = 0; done < order.inputs.size(); ++done) {
+      const std::filesystem::path picture = shelf.Place(order.inputs[done]);
+      Require(service->AddImageToEpub(service->data, picture.c_str()), order.inputs[done]);
+      ShowDone(done + 1);
+    }
+    Pack();
+    return std::to_string(order.inputs.size()) + " pictures";
+  }
+
+  // The book brings its own title, author and cover; the engine does all in one call.
+  std::string MakeOfMobi() {
+    const std::filesystem::path& input = order.inputs.front();
+    Require(service->Mobi2Epub(input.c_str(), order.output.c_str(), workDir.Path().c_str(), this,
+                               OnMobiProgress),
+            input);
+    if (!isMobiDone) throw Interrupted();
+    return {};
+  }
+
+  static int OnMobiProgress(void* user, int done, int total) {
+    constexpr int kCancel = -2;
+    auto* build = static_cast<Build*>(user);
+    build->isMobiDone = done == total;
+    build->progress.Show(static_cast<double>(done) / total);
+    return WasInterrupted() ? kCancel : 0;
+  }
+
+  const BookOrder& order;
+  const BookOptions& options;
+  Progress& progress;
+  const WorkDir workDir;
+  const Service service;
+  PictureShelf shelf;
+  bool isMobiDone = false;
+};
+
+}  // namespace
+
+std::string ConvertBook(const BookOrder& order, const BookOptions& options, Progress& progress) {
+  if (!order.refusal.empty()) throw Failure(order.refusal);
+  return Build(order, options, progress).Run();
+}

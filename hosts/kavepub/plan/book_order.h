@@ -1,0 +1,38 @@
+// What is to be made into a book, and how.
+#ifndef KAVEPUB_BOOK_ORDER_H
+#define KAVEPUB_BOOK_ORDER_H
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "hosts/kavepub/source/paragraph_mode.h"
+#include "hosts/kavepub/source/text_source.h"
+
+enum class BookKind { kText, kHtml, kMobi, kPictures };
+
+const char* NameOf(BookKind kind);
+
+// One book to be.
+struct BookOrder {
+  BookKind kind = BookKind::kText;
+  std::vector<std::filesystem::path> inputs;  // one text or MOBI book; pages or pictures in order
+  std::filesystem::path site;                 // the folder that a site fills; empty for all others
+  std::filesystem::path output;
+  std::string refusal;  // why it cannot be made, known beforehand; empty when it can
+};
+
+// What holds for all books of a call.
+struct BookOptions {
+  std::optional<std::string> title;   // none: the document's own, or the name of the input
+  std::optional<std::string> author;  // none: the document's own, or none
+  std::filesystem::path cover;        // empty: none
+  DecodingOptions decoding;
+  ParagraphMode paragraphs = ParagraphMode::kAuto;
+  std::filesystem::path workDir;  // where working directories are made; empty: the system's place
+  bool force = false;             // replace books that exist
+  bool dryRun = false;            // make nothing
+};
+
+#endif

@@ -1,0 +1,25 @@
+// Telling texts, HTML, MOBI books and pictures apart.
+#ifndef KAVEPUB_INPUT_KIND_H
+#define KAVEPUB_INPUT_KIND_H
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "hosts/kavepub/plan/book_order.h"
+
+// The kind of a file, by its content first and by its extension second. Throws a Failure when it
+// cannot be read or no book can be made of it.
+BookKind KindOf(const std::filesystem::path& file);
+
+// The kind that a file's extension promises, in letters of either size; none for other extensions.
+std::optional<BookKind> KindByName(const std::filesystem::path& file);
+
+// Whether a file is a Palm database that holds a book.
+bool IsMobi(const std::filesystem::path& file);
+
+// The extension that a picture's content asks for: ".jpg", ".png" or ".gif"; empty for anything
+// else.
+std::string PictureExtension(const std::filesystem::path& file);
+
+#endif
