@@ -1,0 +1,37 @@
+// The parts of a book that are read one after the other.
+#ifndef KAVEPUB_BOOK_DOCUMENT_H
+#define KAVEPUB_BOOK_DOCUMENT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// A chapter, a title page, a picture: what begins a page of its own.
+struct Document {
+  enum class Role { kText, kTitlePage, kContents, kBackMatter };
+
+  std::string title;           // plain text, for the head of its pages
+  std::string body;            // well-formed XHTML 1.1 flow content in UTF-8: blocks
+  std::vector<size_t> breaks;  // offsets in the body between two of its blocks, ascending
+  std::string language;        // where it differs from that of the book
+  Role role = Role::kText;
+};
+
+// An entry of the contents and those below it.
+struct ContentsEntry {
+  std::string title;
+  size_t document = 0;     // its number, from 0
+  std::string anchor;      // an id in it; empty for its beginning
+  std::uint64_t line = 0;  // of a text, from 1
+  std::vector<ContentsEntry> children;
+};
+
+// A file that documents show or use: a picture, a font, a style sheet.
+struct Resource {
+  std::string name;  // that it had; the book's may differ
+  std::string mediaType;
+  std::string bytes;
+};
+
+#endif

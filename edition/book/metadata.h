@@ -1,0 +1,34 @@
+// What is known of a book as a whole.
+#ifndef KAVEPUB_BOOK_METADATA_H
+#define KAVEPUB_BOOK_METADATA_H
+
+#include <string>
+#include <vector>
+
+struct Contributor {
+  std::string name;
+  std::string fileAs;  // "Austen, Jane"; empty where it is not known
+  std::string role;    // a MARC relator: "aut", "trl", "edt"
+};
+
+struct Identifier {
+  std::string scheme;  // "ISBN", "URI", "ASIN"
+  std::string value;
+};
+
+// All texts are UTF-8; empty where nothing is known.
+struct Metadata {
+  std::string title;
+  std::vector<Contributor> contributors;  // authors first
+  std::string language;                   // BCP 47: "en", "zh-Hant"
+  std::string publisher;
+  std::string date;  // "1813" or "1813-01-28"
+  std::string description;
+  std::string rights;
+  std::vector<std::string> subjects;
+  std::vector<Identifier> identifiers;
+  std::string series;
+  std::string seriesIndex;
+};
+
+#endif

@@ -1,0 +1,37 @@
+// What a running job shares with its sources: cancellation, progress, and what it has to tell.
+#ifndef KAVEPUB_BOOK_RUN_H
+#define KAVEPUB_BOOK_RUN_H
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "edition/book/result.h"
+
+struct Warning {
+  std::string message;
+  std::string place;
+};
+
+class Run {
+ public:
+  // Any thread, and signal handlers.
+  void Cancel() { cancelled = true; }
+  bool IsCancelled() const { return cancelled; }
+
+  // Tells how much of the work is done, from 0 to 1. A failure with KAVEPUB_CANCELLED when the work
+  // is to end; sources call it at least once for each megabyte they read.
+  Status Advance(double done);
+
+  void Warn(Warning warning) { warnings.push_back(std::move(warning)); }
+
+  std::function<bool(double)> progress;  // true to cancel
+  std::vector<Warning> warnings;
+
+ private:
+  std::atomic<bool> cancelled = false;
+  double shown = -1;
+};
+
+#endif

@@ -1,0 +1,202 @@
+/* libkavepub: makes EPUB 2 books that read like bought ones.
+ *
+ *   kavepub_job* job = kavepub_job_new();
+ *   if (job == NULL) return 1;
+ *   int code = kavepub_job_add_path(job, "novel.txt");
+ *   if (code == KAVEPUB_OK) code = kavepub_job_set_output_path(job, "novel.epub");
+ *   if (code == KAVEPUB_OK) code = kavepub_job_run(job);
+ *   if (code != KAVEPUB_OK) fprintf(stderr, "%s\n", kavepub_job_error(job));
+ *   kavepub_job_free(job);
+ *
+ * C99. All strings are NUL-terminated UTF-8, but for paths, which are bytes as the system has them.
+ * What a function takes is borrowed for the call where nothing else is said; what it returns
+ * belongs to the handle and stays until the next call that changes the handle.
+ *
+ * Guaranteed: nothing is printed, the process is never ended, no signal handler is set, no
+ * exception leaves a function, and nothing outside the output is written: there are no working
+ * files. Equal input and options give equal bytes, whatever the clock, the time zone, the directory
+ * and the number of threads, as long as it is the same build of this library and of those it stands
+ * on. A book appears at its path whole or not at all. Not guaranteed: equal bytes across versions;
+ * equal covers on machines with other fonts; that a handle can be used by two threads at once, but
+ * for kavepub_job_cancel.
+ *
+ * Versions: functions, options and report keys are added, never taken away, as long as the number
+ * in the library's name (libkavepub.so.0) stays. */
+#ifndef KAVEPUB_H
+#define KAVEPUB_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#if defined(__GNUC__)
+#define KAVEPUB_API __attribute__((visibility("default")))
+#else
+#define KAVEPUB_API
+#endif
+
+/* The version of this header; kavepub_version_number() is that of the library. */
+#define KAVEPUB_VERSION_MAJOR 0
+#define KAVEPUB_VERSION_MINOR 2
+#define KAVEPUB_VERSION_PATCH 0
+#define KAVEPUB_VERSION_NUMBER \
+  (KAVEPUB_VERSION_MAJOR * 1000000 + KAVEPUB_VERSION_MINOR * 1000 + KAVEPUB_VERSION_PATCH)
+
+/* What every function that can fail returns. Codes are added at the end, so treat one that you do
+ * not know as a failure. */
+enum kavepub_code {
+  KAVEPUB_OK = 0,
+  KAVEPUB_CANCELLED = 1,  /* by kavepub_job_cancel or by the progress callback */
+  KAVEPUB_E_ARGUMENT = 2, /* a null argument, an unknown option, a value that it cannot have */
+  KAVEPUB_E_ORDER = 3,    /* a call out of order: run without input, a second run */
+  KAVEPUB_E_INPUT = 4,    /* an input cannot be opened or read to its end, or changed meanwhile */
+  KAVEPUB_E_FORMAT = 5,   /* an input is of no known kind, damaged, encrypted or empty */
+  KAVEPUB_E_ENCODING = 6, /* a text has too many bytes that are no characters */
+  KAVEPUB_E_UNSUPPORTED = 7, /* of a known kind that this build cannot read */
+  KAVEPUB_E_LIMIT = 8,       /* larger than what is taken from strangers */
+  KAVEPUB_E_OUTPUT = 9,      /* the book cannot be written; one that was at its path is untouched */
+  KAVEPUB_E_MEMORY = 10,     /* memory ran out */
+  KAVEPUB_E_INTERNAL = 11    /* a fault of this library */
+};
+
+/* The version of the library at run time: as text ("0.2.0"), and as KAVEPUB_VERSION_NUMBER has it.
+ * Any thread, any time. */
+KAVEPUB_API const char* kavepub_version(void);
+KAVEPUB_API uint32_t kavepub_version_number(void);
+
+/* ------------------------------------------------------------------------------------- options */
+
+/* An option that a job takes. The strings live as long as the library. */
+struct kavepub_option {
+  const char* name;        /* "language" */
+  const char* values;      /* what it can be, for people: "auto|none|REGEX" */
+  const char* description; /* one sentence */
+};
+
+/* Tells the options one by one, so that a host can offer all of them without a list of its own: 1
+ * and *option filled, or 0 when index is past the last one. Any thread, any time. */
+KAVEPUB_API int kavepub_option_at(size_t index, struct kavepub_option* option);
+
+/* ---------------------------------------------------------------------------------------- jobs */
+
+/* One book to make. */
+typedef struct kavepub_job kavepub_job;
+
+/* A new job; NULL when memory ran out. Freeing takes NULL, too. Different jobs can be used by
+ * different threads at the same time. */
+KAVEPUB_API kavepub_job* kavepub_job_new(void);
+KAVEPUB_API void kavepub_job_free(kavepub_job* job);
+
+/* Adds an input; the kind of the first decides what the book is made of. A path is read when the
+ * job runs. The bytes of a memory input are borrowed until the job is freed; its name ("novel.txt")
+ * stands for that of a file: for its kind, and where the input names no title. KAVEPUB_E_ARGUMENT,
+ * KAVEPUB_E_ORDER after a run, KAVEPUB_E_MEMORY. */
+KAVEPUB_API int kavepub_job_add_path(kavepub_job* job, const char* path);
+KAVEPUB_API int kavepub_job_add_memory(kavepub_job* job, const char* name, const void* bytes,
+                                       size_t size);
+
+/* Sets an option (see kavepub_option_at) to a value. Some, such as "author" and "subject", can be
+ * set several times and then have several values; of others the last one counts. KAVEPUB_E_ARGUMENT
+ * for an unknown name or a value that it cannot have, with words in kavepub_job_error. */
+KAVEPUB_API int kavepub_job_set_option(kavepub_job* job, const char* name, const char* value);
+
+/* Takes the next bytes of the book, in order; returns 0 or, when it cannot take them, anything
+ * else, which ends the job with KAVEPUB_E_OUTPUT. Called on the thread that runs the job. */
+typedef int (*kavepub_write_callback)(void* user, const void* bytes, size_t size);
+
+/* Says where the book goes: to a path, where it appears when it is complete, in place of what was
+ * there (a symbolic link there is followed); or to a callback, which has taken an incomplete book
+ * when the job does not end with KAVEPUB_OK. The last call of these counts. */
+KAVEPUB_API int kavepub_job_set_output_path(kavepub_job* job, const char* path);
+KAVEPUB_API int kavepub_job_set_output_callback(kavepub_job* job, kavepub_write_callback write,
+                                                void* user);
+
+/* Hears how much is done, from 0 to 1, never less than before; returns 0, or anything else to
+ * cancel. Called on the thread that runs the job, some hundred times at most. */
+typedef int (*kavepub_progress_callback)(void* user, double done);
+
+KAVEPUB_API int kavepub_job_set_progress(kavepub_job* job, kavepub_progress_callback progress,
+                                         void* user);
+
+/* Makes the book, on this thread and on further ones as the option "threads" allows; they are gone
+ * when it returns. Once for each job. A job needs an input and an output. */
+KAVEPUB_API int kavepub_job_run(kavepub_job* job);
+
+/* Reads the input and fills the report as a run would, but makes no book and needs no output. */
+KAVEPUB_API int kavepub_job_examine(kavepub_job* job);
+
+/* Makes a run, or the next one, end soon with KAVEPUB_CANCELLED. From any thread and from signal
+ * handlers, as long as the job is not being freed. */
+KAVEPUB_API void kavepub_job_cancel(kavepub_job* job);
+
+/* What went wrong in the last call that failed, in a sentence or two of English: what, where, and
+ * what can be done. Empty when nothing has. */
+KAVEPUB_API const char* kavepub_job_error(const kavepub_job* job);
+
+/* -------------------------------------------------------------------------------------- report */
+
+/* What was found out, by key; NULL for what is not known (yet). Keys: "kind" (text, html, mobi,
+ * pictures), "title", "authors" (separated by line feeds), "language", "encoding", "paragraphs",
+ * "identifier", "documents", "pages", "pictures", "bytes". Filled by a run or an examination. */
+KAVEPUB_API const char* kavepub_job_report(const kavepub_job* job, const char* key);
+
+/* An entry of the contents, in reading order. */
+struct kavepub_chapter {
+  const char* title;
+  uint32_t level; /* 1 is the highest */
+  uint64_t line;  /* of a text, from 1, where the chapter begins; 0 for what has no lines */
+};
+
+/* Something that the reader of the book may miss, or the maker may want to look at. */
+struct kavepub_warning {
+  const char* message; /* a sentence */
+  const char* place;   /* the input and the place in it, as far as they are known, else "" */
+};
+
+/* Tell these one by one: 1 and *chapter or *warning filled, or 0 when index is past the last one.
+ * The strings live as long as the job is not changed. */
+KAVEPUB_API int kavepub_job_chapter(const kavepub_job* job, size_t index,
+                                    struct kavepub_chapter* chapter);
+KAVEPUB_API int kavepub_job_warning(const kavepub_job* job, size_t index,
+                                    struct kavepub_warning* warning);
+
+/* --------------------------------------------------------------------------------------- texts */
+
+/* A text file of any encoding, read as UTF-8 with LF line ends: for hosts that make something else
+ * of it than a book by a job. */
+typedef struct kavepub_text kavepub_text;
+
+/* A new handle; NULL when memory ran out. Freeing takes NULL, too. Threads as for jobs. */
+KAVEPUB_API kavepub_text* kavepub_text_new(void);
+KAVEPUB_API void kavepub_text_free(kavepub_text* text);
+
+/* Sets "encoding" or "encoding-errors", as for jobs, before the text is opened. */
+KAVEPUB_API int kavepub_text_set_option(kavepub_text* text, const char* name, const char* value);
+
+/* Opens a text and finds out its encoding. The bytes of a memory input are borrowed until the
+ * handle is freed. KAVEPUB_E_INPUT, KAVEPUB_E_FORMAT, KAVEPUB_E_ENCODING, KAVEPUB_E_ORDER for a
+ * second text. */
+KAVEPUB_API int kavepub_text_open_path(kavepub_text* text, const char* path);
+KAVEPUB_API int kavepub_text_open_memory(kavepub_text* text, const char* name, const void* bytes,
+                                         size_t size);
+
+/* Reads the next whole characters, at most capacity bytes (8 at least), and tells how many bytes it
+ * were: 0 at the end. KAVEPUB_E_INPUT or KAVEPUB_E_ENCODING when it goes no further. */
+KAVEPUB_API int kavepub_text_read(kavepub_text* text, char* buffer, size_t capacity, size_t* size);
+
+/* What was found out, by key, NULL for what is not known (yet): "encoding", "paragraphs" ("line"
+ * where every line is a paragraph, else "wrapped"), "replaced" (how many characters were replaced
+ * by U+FFFD so far). */
+KAVEPUB_API const char* kavepub_text_report(const kavepub_text* text, const char* key);
+KAVEPUB_API int kavepub_text_warning(const kavepub_text* text, size_t index,
+                                     struct kavepub_warning* warning);
+KAVEPUB_API const char* kavepub_text_error(const kavepub_text* text);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
