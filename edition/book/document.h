@@ -7,14 +7,23 @@
 #include <string>
 #include <vector>
 
-// A chapter, a title page, a picture: what begins a page of its own.
-struct Document {
-  enum class Role { kText, kTitlePage, kContents, kBackMatter };
+// Blocks of text that follow each other.
+struct BlockRun {
+  std::string body;            // well-formed XHTML 1.1 flow content in UTF-8
+  std::vector<size_t> breaks;  // offsets between two of its blocks, ascending: a page may end there
+};
 
-  std::string title;           // plain text, for the head of its pages
-  std::string body;            // well-formed XHTML 1.1 flow content in UTF-8: blocks
-  std::vector<size_t> breaks;  // offsets in the body between two of its blocks, ascending
-  std::string language;        // where it differs from that of the book
+// A chapter, a title page, a picture: what begins a page of its own.
+struct Document : BlockRun {
+  enum class Role {
+    kText,
+    kTitlePage,  // before everything else
+    kContents,   // the book's own contents page, in the place of one made from its entries
+    kBackMatter
+  };
+
+  std::string title;     // plain text, for the head of its pages; empty for that of the book
+  std::string language;  // where it differs from that of the book
   Role role = Role::kText;
 };
 
@@ -29,8 +38,8 @@ struct ContentsEntry {
 
 // A file that documents show or use: a picture, a font, a style sheet.
 struct Resource {
-  std::string name;  // that it had; the book's may differ
-  std::string mediaType;
+  std::string name;       // that it had; the book's may differ
+  std::string mediaType;  // of a picture its content tells
   std::string bytes;
 };
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+inline constexpr char kAuthorRole[] = "aut";
+
 struct Contributor {
   std::string name;
   std::string fileAs;  // "Austen, Jane"; empty where it is not known

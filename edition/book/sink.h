@@ -17,13 +17,14 @@ class BookSink {
   // What documents need to know of the book has to be known by now.
   virtual Status Begin(const Metadata& metadata) = 0;
 
-  // How documents refer to one, by its number, which need not have come yet.
+  // How documents refer to one, by its number, which need not have come yet. "#" and an id may be
+  // added; wherever the document is split, the link follows.
   virtual std::string ReferenceTo(size_t document) const = 0;
 
-  // Documents are numbered from 0 as they come. One of any length may come in pieces: each further
-  // one continues the last document.
+  // Documents are numbered from 0 as they come. One of any length may come in pieces of whole
+  // blocks: each further one continues the last document.
   virtual Status Add(Document document) = 0;
-  virtual Status Continue(Document piece) = 0;
+  virtual Status Continue(BlockRun piece) = 0;
 
   // How documents refer to the resource.
   virtual Result<std::string> Add(Resource resource) = 0;

@@ -14,8 +14,8 @@
 #include <string_view>
 
 #include "base/utf8.h"
+#include "base/zip_end.h"
 #include "platform/kav_ebase/kav_ebase.h"
-#include "platform/kav_ebase/zip64_end.h"
 
 namespace {
 
@@ -28,9 +28,6 @@ constexpr size_t kChunkSize = size_t{1} << 20;
 
 // Above this a file's sizes need 64 bits; 16 MiB are left for deflating that makes it larger.
 constexpr uint64_t kLargestPlainFile = 0xFF000000;
-
-// From here on minizip itself ends the container with ZIP64.
-constexpr uint64_t kMostPlainOffset = 0xFFFFFFFF;
 
 constexpr uLong kFixedTime = 0x00210000;  // 1980-01-01 00:00, the first a container can express
 constexpr uLong kMadeByUnix20 = 3U << 8 | 20;
@@ -122,12 +119,12 @@ int ContainerWriter::Finish() {
   const uint64_t directoryStart = output.Position();
   const int closed = zipClose(zip, nullptr);
   zip = nullptr;
-  if (entries > kMostPlainEntries && directoryStart < kMostPlainOffset) CorrectEnd(directoryStart);
+  if (entries > kMostPlainEntries && directoryStart <= kMostPlainOffset) CorrectEnd(directoryStart);
   output.Flush();
   return Checked(closed);
 }
 
-// minizip ends a container with ZIP64 only when it is large, not when its entries are many.
+// minizip itself ends a container with ZIP64 only when it is large, not when its entries are many.
 void ContainerWriter::CorrectEnd(uint64_t directoryStart) {
   const uint64_t directoryEnd = output.Position() - kPlainEndSize;
   const std::string end = Zip64End(entries, directoryStart, directoryEnd - directoryStart);
