@@ -100,8 +100,7 @@ class KAV_EPUB_API EpubBase {
   int ClearData();
 
  private:
-  // What a builder remembers beyond the book's own state.
-  struct KAV_EPUB_LOCAL Memory;
+  struct KAV_EPUB_LOCAL State;
 
   class KAV_EPUB_LOCAL HtmlImport;
 
@@ -109,7 +108,6 @@ class KAV_EPUB_API EpubBase {
   KAV_EPUB_LOCAL int FlushParagraph();
   // Copies a picture into the book and tells by what reference it is to be found.
   KAV_EPUB_LOCAL int CopyPicture(const char* imagePath, std::string& reference);
-  KAV_EPUB_LOCAL void SettleTornCharacter();
 
   std::unique_ptr<XMLFile> opfFile;
   std::unique_ptr<XMLFile> ncxFile;
@@ -124,7 +122,7 @@ class KAV_EPUB_API EpubBase {
   std::int32_t prevIndent = 0;
   std::int32_t prevLineLen = 0;
   std::int32_t maxLineLen = 0;
-  std::unique_ptr<Memory> memory;
+  std::unique_ptr<State> state;
 };
 
 #endif

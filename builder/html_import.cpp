@@ -5,9 +5,9 @@
 #include <unordered_set>
 #include <vector>
 
+#include "builder/builder_state.h"
 #include "builder/epub_base.h"
 #include "builder/import_files.h"
-#include "builder/memory.h"
 #include "fileutil/copy_file.h"
 #include "fileutil/fileutil.h"
 #include "xml/uri_reference.h"
@@ -20,10 +20,10 @@ class EpubBase::HtmlImport {
  public:
   HtmlImport(EpubBase& builder, const std::string& htmlPath, const std::string& pagePath)
       : book(builder),
-        files(htmlPath, builder.memory->importRoot, builder.memory->names),
+        files(htmlPath, builder.state->importRoot, builder.state->names),
         directory(pagePath.substr(0, pagePath.rfind('/') + 1)) {
     const std::string name = pagePath.substr(directory.size());
-    book.memory->names.Take(name);
+    book.state->names.Take(name);
     files.Add({htmlPath, name, true, true, {}});
   }
 
@@ -71,19 +71,19 @@ int EpubBase::HtmlImport::Run() {
       } else {
         missing.insert(UriReferenceOf(file.name));
         // It is there; only when it holds no page can the book do without it.
-        if (code != EPUB_E_NOT_FOUND) book.memory->isIncomplete = true;
+        if (code != EPUB_E_NOT_FOUND) book.state->isIncomplete = true;
       }
     }
   }
   DropDeadLinks();
-  if (files.HasFailed()) book.memory->isIncomplete = true;
+  if (files.HasFailed()) book.state->isIncomplete = true;
   return EPUB_OK;
 }
 
 int EpubBase::HtmlImport::AddPage(const ImportFile& file, References& references) {
   XMLBase page;
   if (page.Init() != EPUB_OK) {
-    book.memory->isIncomplete = true;
+    book.state->isIncomplete = true;
     return EPUB_OK;
   }
   std::string sourceName;
@@ -93,7 +93,7 @@ int EpubBase::HtmlImport::AddPage(const ImportFile& file, References& references
   const FileIdentity* identity = &file == &files[0] ? nullptr : &file.identity;
   page.SetImport([this](const std::string& path) { return files.IsAllowed(path); },
                  [=](const char* path) { return ReadRegularFile(path, identity); },
-                 &book.memory->dtds);
+                 &book.state->dtds);
   const std::string stem = file.name.substr(0, file.name.rfind('.'));
   const int code =
       page.HtmlProcess(file.path.c_str(), sourceDir.c_str(), stem.c_str(), book.dtdPath.c_str());
@@ -102,7 +102,7 @@ int EpubBase::HtmlImport::AddPage(const ImportFile& file, References& references
   const std::string reference = UriReferenceOf(file.name);
   const std::string target = directory + file.name;
   references = NameReferences(page, sourceDir);
-  if (page.SaveFile(target.c_str()) != EPUB_OK) book.memory->isIncomplete = true;
+  if (page.SaveFile(target.c_str()) != EPUB_OK) book.state->isIncomplete = true;
   written.push_back(&file);
   auto recorded = book.opfFile->AddRecordToOpf(reference.c_str());
   if (recorded == EPUB_OK) recorded = book.ncxFile->AddRecordToNcx(reference.c_str());
@@ -129,7 +129,7 @@ EpubBase::HtmlImport::References EpubBase::HtmlImport::NameReferences(
 void EpubBase::HtmlImport::AddResource(const ImportFile& file) {
   const std::string target = directory + file.name;
   const CopyOutcome outcome = CopyFileReporting(file.path.c_str(), target.c_str(), &file.identity);
-  if (outcome.code != EPUB_OK || !outcome.complete) book.memory->isIncomplete = true;
+  if (outcome.code != EPUB_OK || !outcome.complete) book.state->isIncomplete = true;
 }
 
 // Whether a page can be imported shows only after pages that link to it have been written.
@@ -137,13 +137,13 @@ void EpubBase::HtmlImport::DropDeadLinks() {
   if (missing.empty()) return;
   for (const ImportFile* file : written) {
     if (!XMLBase::NeutralizeLinks(directory + file->name, missing)) {
-      book.memory->isIncomplete = true;
+      book.state->isIncomplete = true;
     }
   }
 }
 
 void EpubBase::SetImportRoot(const char* directory) {
-  memory->importRoot = directory == nullptr ? "" : directory;
+  state->importRoot = directory == nullptr ? "" : directory;
 }
 
 int EpubBase::AddHTHLToEpub(const char* htmlPath) {
@@ -157,7 +157,7 @@ int EpubBase::GenerateNewHtml(const char* srcPath, const char* destPath) {
   try {
     return HtmlImport(*this, srcPath, destPath).Run();
   } catch (...) {
-    memory->isIncomplete = true;  // of some pages, files may be missing
+    state->isIncomplete = true;  // of some pages, files may be missing
     throw;
   }
 }

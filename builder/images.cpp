@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "builder/builder_state.h"
 #include "builder/epub_base.h"
-#include "builder/memory.h"
 #include "fileutil/copy_file.h"
 #include "fileutil/fileutil.h"
 #include "platform/kav_tool/kav_tool.h"
@@ -30,7 +30,7 @@ int EpubBase::CopyPicture(const char* imagePath, std::string& reference) {
   reference = "images/" + UriReferenceOf(name);
   const std::string target = bookDir + "/OEBPS/images/" + name;
   const CopyOutcome outcome = CopyFileReporting(imagePath, target.c_str());
-  if (outcome.code == EPUB_OK && !outcome.complete) memory->isIncomplete = true;
+  if (outcome.code == EPUB_OK && !outcome.complete) state->isIncomplete = true;
   return outcome.code;
 }
 
@@ -52,7 +52,7 @@ int EpubBase::AddCoverImageToEpub(const char* imagePath) {
     return static_cast<int>(code);
   }
   const std::string pagePath = bookDir + "/OEBPS/" + kCoverPageName;
-  if (page.SaveHtml(pagePath.c_str()) != EPUB_OK) memory->isIncomplete = true;
+  if (page.SaveHtml(pagePath.c_str()) != EPUB_OK) state->isIncomplete = true;
   return static_cast<int>(opfFile->AddCoverToOpf(kCoverPageName, reference.c_str()));
 }
 
@@ -72,7 +72,7 @@ int EpubBase::AddImageToEpub(const char* imagePath) {
   }
   const std::string name = PageName(pageNum);
   const std::string pagePath = bookDir + "/OEBPS/" + name;
-  if (page.SaveHtml(pagePath.c_str()) != EPUB_OK) memory->isIncomplete = true;
+  if (page.SaveHtml(pagePath.c_str()) != EPUB_OK) state->isIncomplete = true;
 
   auto code = opfFile->AddRecordToOpf(reference.c_str());
   if (code == EPUB_OK) code = opfFile->AddRecordToOpf(name.c_str());

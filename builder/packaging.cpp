@@ -1,24 +1,13 @@
 // The last step of a book: its two documents are written and the directory is packed.
+#include "builder/builder_state.h"
 #include "builder/epub_base.h"
-#include "builder/memory.h"
 #include "platform/kav_ebase/kav_ebase.h"
 #include "platform/kav_tool/kav_tool.h"
-
-// The text ended inside a character: what there is of it shows at the end of its paragraph.
-void EpubBase::SettleTornCharacter() {
-  if (memory->tornPage == nullptr) return;
-  memory->tornPage->SetLastTextLine(memory->tornParagraph.c_str());
-  if (memory->tornPage->SaveHtml(memory->tornPagePath.c_str()) != EPUB_OK) {
-    memory->isIncomplete = true;
-  }
-  memory->tornPage.reset();
-  memory->tornCharacter.clear();
-}
 
 int EpubBase::GenerateEpub(const char* outputPath) {
   if (KavIsStrNullOrEmpty(outputPath) != 0) return EPUB_E_ARGUMENT;
   if (opfFile == nullptr || ncxFile == nullptr) return EPUB_E_NO_PAGE;
-  SettleTornCharacter();
+  if (!state->torn.Settle()) state->isIncomplete = true;
   const std::string opfPath = bookDir + "/OEBPS/content.opf";
   if (const auto code = opfFile->SaveOpfFile(opfPath.c_str()); code != EPUB_OK) {
     return static_cast<int>(code);
@@ -27,6 +16,6 @@ int EpubBase::GenerateEpub(const char* outputPath) {
   if (const auto code = ncxFile->SaveNcxFile(ncxPath.c_str()); code != EPUB_OK) {
     return static_cast<int>(code);
   }
-  if (memory->isIncomplete) return EPUB_E_WRITE;
+  if (state->isIncomplete) return EPUB_E_WRITE;
   return Kav_CreateEpubFromDir(bookDir.c_str(), outputPath);
 }

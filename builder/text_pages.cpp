@@ -1,7 +1,7 @@
 // Text pages: lines are gathered into paragraphs, paragraphs into numbered pages.
 #include "base/utf8.h"
+#include "builder/builder_state.h"
 #include "builder/epub_base.h"
-#include "builder/memory.h"
 
 int EpubBase::StartPage() {
   ++pageNum;
@@ -17,9 +17,7 @@ int EpubBase::AddTextLineToPage(const char* line) {
 
   // Lines are cut by their length, so a character can begin in one and end in the next. A whole
   // character comes to this page when the last one ended inside it.
-  text.insert(0, memory->tornCharacter);
-  memory->tornCharacter.clear();
-  memory->tornPage.reset();
+  text.insert(0, state->torn.Take());
   if (decision == 0) {
     paraText += text;
     return EPUB_OK;
@@ -48,7 +46,7 @@ int EpubBase::FlushParagraph() {
   const auto code = pageFile->AddTextLineToHtml(paraText.c_str());
   paraText += torn;
   if (code != EPUB_OK) return static_cast<int>(code);
-  if (!torn.empty()) memory->tornCharacter = torn;
+  state->torn.Begin(torn);
   paraText.clear();
   return EPUB_OK;
 }
@@ -59,14 +57,8 @@ int EpubBase::EndPage() {
   const std::string path = bookDir + "/OEBPS/" + name;
   std::string paragraph = paraText;
   if (const int code = FlushParagraph(); code != EPUB_OK) return code;
-  if (pageFile->SaveHtml(path.c_str()) != EPUB_OK) memory->isIncomplete = true;
-  if (!memory->tornCharacter.empty() && memory->tornPage == nullptr) {
-    memory->tornPage = std::move(pageFile);
-    memory->tornPagePath = path;
-    // After a picture the bytes belong to a paragraph before it, which has been written.
-    memory->tornParagraph = paragraph.empty() ? memory->tornCharacter : std::move(paragraph);
-  }
-  pageFile.reset();
+  if (pageFile->SaveHtml(path.c_str()) != EPUB_OK) state->isIncomplete = true;
+  state->torn.Keep(std::move(pageFile), path, std::move(paragraph));
 
   if (const auto code = opfFile->AddRecordToOpf(name.c_str()); code != EPUB_OK) {
     return static_cast<int>(code);

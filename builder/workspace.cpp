@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "base/output_file.h"
+#include "builder/builder_state.h"
 #include "builder/epub_base.h"
-#include "builder/memory.h"
 #include "platform/kav_tool/kav_tool.h"
 #include "xml/xml_base.h"
 
@@ -30,7 +30,7 @@ std::string TempDirBelow(const std::string& root) {
 
 }  // namespace
 
-EpubBase::EpubBase() : memory(std::make_unique<Memory>()) {}
+EpubBase::EpubBase() : state(std::make_unique<State>()) {}
 
 EpubBase::~EpubBase() = default;
 
@@ -41,9 +41,9 @@ void EpubBase::Destory() {
 }
 
 int EpubBase::Init(const char* root, const char* title, const char* author) {
-  auto clean = std::make_unique<Memory>();
-  clean->importRoot = std::move(memory->importRoot);  // the host may set it at any time
-  memory = std::move(clean);
+  auto clean = std::make_unique<State>();
+  clean->importRoot = std::move(state->importRoot);  // the host may set it at any time
+  state = std::move(clean);
   if (KavIsFileOrDirExists(root) == 0) return EPUB_E_MISSING;
   tempDir = TempDirBelow(root);
   bookDir = tempDir + "/epub";
@@ -59,7 +59,7 @@ int EpubBase::Init(const char* root, const char* title, const char* author) {
   dtdPath = tempDir + "/xhtml1-strict.dtd";
   const Written dtd = WriteFile(dtdPath, kXhtml1StrictDtd[0]);
   if (dtd == Written::kNotOpened) return EPUB_E_OPEN;
-  if (dtd == Written::kInPart) memory->isIncomplete = true;
+  if (dtd == Written::kInPart) state->isIncomplete = true;
   if (const int code = GenerateMimetypeFile(); code != EPUB_OK) return code;
 
   ncxFile = std::make_unique<XMLFile>();
@@ -76,7 +76,7 @@ int EpubBase::Init(const char* root, const char* title, const char* author) {
 int EpubBase::GenerateMimetypeFile() {
   const Written mimetype = WriteFile(bookDir + "/mimetype", kMimetype);
   if (mimetype == Written::kNotOpened) return EPUB_E_OPEN;
-  if (mimetype == Written::kInPart) memory->isIncomplete = true;
+  if (mimetype == Written::kInPart) state->isIncomplete = true;
   return EPUB_OK;
 }
 
@@ -86,7 +86,7 @@ int EpubBase::GenerateCSSFile() {
   for (const char* const* fragment = kCssRes; *fragment != kCssEnd; ++fragment) {
     file.Write(*fragment);
   }
-  if (!file.Close()) memory->isIncomplete = true;
+  if (!file.Close()) state->isIncomplete = true;
   return EPUB_OK;
 }
 
@@ -94,7 +94,7 @@ int EpubBase::AppendPropToCSS(const char* text) {
   if (cssPath.empty()) return EPUB_OK;  // there is no book yet that could lack the text
   OutputFile file(cssPath, OutputFile::Mode::kAppend);
   if (file.IsOpen() && text != nullptr) file.Write(text);
-  if (!file.Close()) memory->isIncomplete = true;
+  if (!file.Close()) state->isIncomplete = true;
   return EPUB_OK;
 }
 

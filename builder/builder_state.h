@@ -1,15 +1,15 @@
-// What the parts of a book builder remember for each other.
-#ifndef KAV_EPUB_BUILDER_MEMORY_H
-#define KAV_EPUB_BUILDER_MEMORY_H
+// The state of a book builder that none of its fields has: what its parts know for each other.
+#ifndef KAV_EPUB_BUILDER_STATE_H
+#define KAV_EPUB_BUILDER_STATE_H
 
-#include <memory>
 #include <string>
 
 #include "builder/entry_names.h"
 #include "builder/epub_base.h"
+#include "builder/torn_character.h"
 #include "xml/dtd_cache.h"
 
-struct EpubBase::Memory {
+struct EpubBase::State {
   // A write has failed: the book on disk is not whole and must not be packed.
   bool isIncomplete = false;
 
@@ -18,13 +18,7 @@ struct EpubBase::Memory {
   std::string importRoot;
   DtdCache dtds;
 
-  // Bytes at the end of the text so far that begin a character; the next line may complete it.
-  std::string tornCharacter;
-  // The page that ended there, kept until it is known whether it did: its file name, its document
-  // and its last paragraph with those bytes.
-  std::string tornPagePath;
-  std::unique_ptr<XMLFile> tornPage;
-  std::string tornParagraph;
+  TornCharacter torn;
 };
 
 // The file name of a numbered page; text, picture and imported pages share the numbers.
