@@ -1,6 +1,6 @@
 // A position in a directory tree that moves one level at a time.
-#ifndef KAV_PLATFORM_DIRECTORY_CURSOR_H
-#define KAV_PLATFORM_DIRECTORY_CURSOR_H
+#ifndef KAV_BASE_DIRECTORY_CURSOR_H
+#define KAV_BASE_DIRECTORY_CURSOR_H
 
 #include <dirent.h>
 #include <sys/types.h>

@@ -1,6 +1,6 @@
 // Writes an XML document from its first element to its last, without holding it in memory.
-#ifndef KAV_EPUB_DOCUMENT_WRITER_H
-#define KAV_EPUB_DOCUMENT_WRITER_H
+#ifndef KAV_BASE_DOCUMENT_WRITER_H
+#define KAV_BASE_DOCUMENT_WRITER_H
 
 #include <initializer_list>
 #include <string>

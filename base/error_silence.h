@@ -1,7 +1,7 @@
 // Keeps libxml2 quiet on this thread for the length of a scope, whatever the host has installed,
 // and notices when it reports that memory ran out.
-#ifndef KAV_EPUB_ERROR_SILENCE_H
-#define KAV_EPUB_ERROR_SILENCE_H
+#ifndef KAV_BASE_ERROR_SILENCE_H
+#define KAV_BASE_ERROR_SILENCE_H
 
 #include <libxml/globals.h>
 #include <libxml/xmlerror.h>

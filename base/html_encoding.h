@@ -1,6 +1,6 @@
 // The encoding of foreign HTML.
-#ifndef KAV_EPUB_HTML_ENCODING_H
-#define KAV_EPUB_HTML_ENCODING_H
+#ifndef KAV_BASE_HTML_ENCODING_H
+#define KAV_BASE_HTML_ENCODING_H
 
 #include <string>
 #include <string_view>

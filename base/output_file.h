@@ -1,6 +1,6 @@
 // A file being written whose failures are not lost: every short write is remembered until Close.
-#ifndef KAV_EPUB_OUTPUT_FILE_H
-#define KAV_EPUB_OUTPUT_FILE_H
+#ifndef KAV_BASE_OUTPUT_FILE_H
+#define KAV_BASE_OUTPUT_FILE_H
 
 #include <array>
 #include <cstddef>

@@ -1,6 +1,6 @@
 // The whole content of a file.
-#ifndef KAV_EPUB_READ_FILE_H
-#define KAV_EPUB_READ_FILE_H
+#ifndef KAV_BASE_READ_FILE_H
+#define KAV_BASE_READ_FILE_H
 
 #include <sys/types.h>
 

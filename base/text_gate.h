@@ -1,6 +1,6 @@
 // The gate for all texts and attribute values of a document: whatever comes in, XML goes out.
-#ifndef KAV_EPUB_TEXT_GATE_H
-#define KAV_EPUB_TEXT_GATE_H
+#ifndef KAV_BASE_TEXT_GATE_H
+#define KAV_BASE_TEXT_GATE_H
 
 #include <string>
 #include <string_view>

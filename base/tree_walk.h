@@ -1,6 +1,6 @@
 // The walk over everything below a directory, depth first.
-#ifndef KAV_PLATFORM_TREE_WALK_H
-#define KAV_PLATFORM_TREE_WALK_H
+#ifndef KAV_BASE_TREE_WALK_H
+#define KAV_BASE_TREE_WALK_H
 
 #include "base/directory_cursor.h"
 

@@ -1,6 +1,6 @@
 // An owned file descriptor.
-#ifndef KAV_PLATFORM_UNIQUE_FD_H
-#define KAV_PLATFORM_UNIQUE_FD_H
+#ifndef KAV_BASE_UNIQUE_FD_H
+#define KAV_BASE_UNIQUE_FD_H
 
 #include <unistd.h>
 

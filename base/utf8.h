@@ -1,6 +1,6 @@
 // Decoding of UTF-8 (RFC 3629), for texts that may be broken anywhere.
-#ifndef KAV_EPUB_UTF8_H
-#define KAV_EPUB_UTF8_H
+#ifndef KAV_BASE_UTF8_H
+#define KAV_BASE_UTF8_H
 
 #include <cstddef>
 #include <cstdint>

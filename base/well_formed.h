@@ -1,6 +1,6 @@
 // What an HTML document may hold and an XML file may not.
-#ifndef KAV_EPUB_WELL_FORMED_H
-#define KAV_EPUB_WELL_FORMED_H
+#ifndef KAV_BASE_WELL_FORMED_H
+#define KAV_BASE_WELL_FORMED_H
 
 #include <libxml/tree.h>
 

@@ -1,6 +1,6 @@
 // The few helpers that every user of libxml2 here needs: its string type, names and set-up.
-#ifndef KAV_EPUB_XML_TEXT_H
-#define KAV_EPUB_XML_TEXT_H
+#ifndef KAV_BASE_XML_TEXT_H
+#define KAV_BASE_XML_TEXT_H
 
 #include <libxml/parser.h>
 #include <libxml/valid.h>

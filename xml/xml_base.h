@@ -201,7 +201,7 @@ class KAV_EPUB_API XMLBase {
   std::unordered_set<std::string> knownIds;
   std::unordered_set<const xmlNode*> idOwners;
   std::int32_t inBody = 0;
-  // For the elements that refer to local files: the how-manieth file it was.
+  // For each element that refers to a local file: the number of that file, counted from 1.
   std::deque<size_t> linkMarks;
   FileTest isLocalFile;
   FileReader readPage;

@@ -2,7 +2,7 @@
 // documented code and the old book, or the right book; nothing else, and nothing lost on the way.
 //
 // fault_injection SCENARIO [STEP [FAULT [FIRST LAST]]] prints a row for each fault: runs and
-// outcomes. With a step, of the allocations only every so manieth fails.
+// outcomes. Of the allocations, one in STEP fails.
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <fcntl.h>

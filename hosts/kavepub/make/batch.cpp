@@ -126,8 +126,3 @@ void MakeBooks(const std::vector<BookOrder>& orders, const BookOptions& options,
   while (threads.size() + 1 < wanted && Start(threads, work)) continue;
   work();
 }
-
-const char* NameOf(Outcome::Status status) {
-  constexpr const char* kNames[] = {"done", "planned", "up to date", "failed", "interrupted"};
-  return kNames[static_cast<size_t>(status)];
-}

@@ -12,6 +12,9 @@ struct Outcome {
   double seconds = 0;
 };
 
-const char* NameOf(Outcome::Status status);
+inline const char* NameOf(Outcome::Status status) {
+  constexpr const char* kNames[] = {"done", "planned", "up to date", "failed", "interrupted"};
+  return kNames[static_cast<size_t>(status)];
+}
 
 #endif

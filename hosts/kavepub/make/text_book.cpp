@@ -87,9 +87,9 @@ class LineReader {
 };
 
 // Gives lines to the engine and begins a page for every sixty.
-class PageWriter {
+class PageFiller {
  public:
-  PageWriter(const TEpubService& record, const std::filesystem::path& path, LineReader& reader)
+  PageFiller(const TEpubService& record, const std::filesystem::path& path, LineReader& reader)
       : service(record), text(path), lines(reader) {
     Require(service.StartPage(service.data), text);
   }
@@ -196,7 +196,7 @@ class PieceReader {
 // above zero, so every line gets a blank or two more than its own, which readers do not show.
 class ParagraphWriter {
  public:
-  explicit ParagraphWriter(PageWriter& writer) : pages(writer) {}
+  explicit ParagraphWriter(PageFiller& filler) : pages(filler) {}
 
   void Begin(std::string line) {
     line.erase(0, line.find_first_not_of(' '));
@@ -220,7 +220,7 @@ class ParagraphWriter {
   }
 
  private:
-  PageWriter& pages;
+  PageFiller& pages;
   int lastIndentation = 0;
 };
 
@@ -229,7 +229,7 @@ class ParagraphWriter {
 void AddWrappedText(const TEpubService& service, const std::filesystem::path& text,
                     Progress& progress) {
   LineReader lines(text, progress);
-  PageWriter pages(service, text, lines);
+  PageFiller pages(service, text, lines);
   for (std::string line; lines.Next(line, kLongestLine);) pages.Add(line);
   pages.Finish();
 }
@@ -237,7 +237,7 @@ void AddWrappedText(const TEpubService& service, const std::filesystem::path& te
 void AddTextOfParagraphs(const TEpubService& service, const std::filesystem::path& text,
                          Progress& progress) {
   LineReader lines(text, progress);
-  PageWriter pages(service, text, lines);
+  PageFiller pages(service, text, lines);
   ParagraphWriter paragraphs(pages);
   PieceReader pieces(lines);
   bool isInside = false;

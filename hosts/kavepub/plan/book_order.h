@@ -12,7 +12,10 @@
 
 enum class BookKind { kText, kHtml, kMobi, kPictures };
 
-const char* NameOf(BookKind kind);
+inline const char* NameOf(BookKind kind) {
+  constexpr const char* kNames[] = {"text", "HTML", "MOBI", "pictures"};
+  return kNames[static_cast<size_t>(kind)];
+}
 
 // One book to be.
 struct BookOrder {

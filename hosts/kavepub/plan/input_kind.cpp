@@ -2,7 +2,6 @@
 #include "hosts/kavepub/plan/input_kind.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <fstream>
 #include <string_view>
@@ -132,9 +131,4 @@ bool IsMobi(const std::filesystem::path& file) {
 std::string PictureExtension(const std::filesystem::path& file) {
   const Signature* picture = FindSignature(kPictures, Peek(file));
   return picture == nullptr ? std::string() : std::string(picture->meaning);
-}
-
-const char* NameOf(BookKind kind) {
-  constexpr std::array kNames = {"text", "HTML", "MOBI", "pictures"};
-  return kNames[static_cast<size_t>(kind)];
 }
