@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "platform/kav_mobi/encoding.h"
+#include "platform/kav_mobi/escaping.h"
 #include "platform/kav_mobi/markup.h"
 
 namespace kav_mobi {
@@ -18,10 +19,12 @@ bool IsAsciiWordByte(char c) {
   return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
-std::string Decoded(Bytes raw, uint32_t codePage) {
+std::string ToMarkup(Bytes raw, TextKind kind, uint32_t codePage) {
   std::string text;
   TextDecoder(IsUtf8(raw) ? uint32_t{MOBI_UTF8} : codePage).Append(raw, text);
-  return text;
+  std::string markup;
+  AppendEscaped(text, kind, kSpecialInText, markup);
+  return markup;
 }
 
 void AddFromIndex(const Book& book, size_t textSize, std::vector<Headword>& words) {
@@ -30,7 +33,7 @@ void AddFromIndex(const Book& book, size_t textSize, std::vector<Headword>& word
     const MOBIIndexEntry& entry = index->entries[i];
     const uint32_t position = mobi_get_orth_entry_offset(&entry);
     if (entry.label == nullptr || *entry.label == '\0' || position >= textSize) continue;
-    words.push_back({position, Decoded(entry.label, book.CodePage())});
+    words.push_back({position, ToMarkup(entry.label, TextKind::kPlain, book.CodePage())});
   }
 }
 
@@ -41,7 +44,8 @@ void AddFromText(const Book& book, Bytes text, std::vector<Headword>& words) {
     if (tag.kind != TagKind::kStart || !SameName(tag.name, kHeadwordTag)) continue;
     attributes.Read(tag.attributes);
     const Bytes word = attributes.Get(kHeadwordAttribute);
-    if (!word.empty()) words.push_back({tag.begin, Decoded(word, book.CodePage())});
+    if (word.empty()) continue;
+    words.push_back({tag.begin, ToMarkup(word, TextKind::kMarkup, book.CodePage())});
   }
 }
 
@@ -56,7 +60,7 @@ std::string VisibleText(Bytes entry, uint32_t codePage) {
   }
   visible += entry.substr(textBegin);
   const size_t first = std::min(visible.find_first_not_of(" \t\r\n"), visible.size());
-  return Decoded(Bytes(visible).substr(first), codePage);
+  return ToMarkup(Bytes(visible).substr(first), TextKind::kMarkup, codePage);
 }
 
 bool Shows(const std::string& visible, const std::string& word) {
@@ -88,7 +92,7 @@ std::vector<Headword> HeadwordsOf(const Book& book, Bytes text) {
     const std::string visible =
         VisibleText(text.substr(first->position, end - first->position), book.CodePage());
     const bool shown = std::any_of(
-        first, last, [&visible](const Headword& word) { return Shows(visible, word.word); });
+        first, last, [&visible](const Headword& word) { return Shows(visible, word.markup); });
     if (!shown) missing.push_back(*first);
     first = last;
   }

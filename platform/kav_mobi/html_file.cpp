@@ -164,8 +164,7 @@ class BookPage {
     }
     while (nextHeadword < headwords.size() &&
            targets.PlaceOf(headwords[nextHeadword].position) <= place) {
-      const std::string& word = headwords[nextHeadword++].word;
-      writer.InlineMarkup("<b>" + Escaped(word) + "</b> ");
+      writer.InlineMarkup("<b>" + headwords[nextHeadword++].markup + "</b> ");
     }
   }
 
@@ -267,18 +266,6 @@ class BookPage {
     const Bytes href = Shortened(current.Get("href"));
     if (LeadsOut(href)) Append(link, "href", href);
     return link;
-  }
-
-  static std::string Escaped(const std::string& word) {
-    std::string text;
-    for (const char c : word) {
-      if (c == '<') {
-        text += "&lt;";
-      } else {
-        text += c;
-      }
-    }
-    return text;
   }
 
   const Markup& markup;

@@ -16,7 +16,7 @@ namespace kav_mobi {
 // A word that an entry of a dictionary explains, and where in the text the entry begins.
 struct Headword {
   size_t position;
-  std::string word;  // UTF-8
+  std::string markup;  // of the word, as it may stand on a page
 };
 
 class Markup {

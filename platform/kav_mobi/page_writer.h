@@ -2,32 +2,14 @@
 #ifndef KAV_MOBI_PAGE_WRITER_H
 #define KAV_MOBI_PAGE_WRITER_H
 
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "base/output_file.h"
 #include "platform/kav_mobi/encoding.h"
 #include "platform/kav_mobi/tags.h"
 
 namespace kav_mobi {
-
-// A file written through one buffer; a failure is remembered.
-class OutputFile {
- public:
-  explicit OutputFile(const std::string& path);
-
-  void Write(std::string_view text);
-  // Completes the file; whether all of it was written.
-  bool Close();
-
- private:
-  struct CloseFile {
-    void operator()(FILE* owned) const { (void)fclose(owned); }
-  };
-  std::unique_ptr<FILE, CloseFile> file;
-  bool failed;
-};
 
 // Turns text with its tags into a page. Elements that overlap, are never closed, stand where they
 // may not or are nested deeper than a reader follows are brought into order; no text is lost by it.
@@ -62,7 +44,6 @@ class PageWriter {
   void OpenFlow();
   void CloseParagraph();
   bool MakeRoomFor(const Element& item);
-  void Escape(std::string_view utf8, std::string& out) const;
 
   OutputFile& file;
   TextDecoder decoder;

@@ -5,7 +5,7 @@
 #include <array>
 #include <utility>
 
-#include "platform/kav_mobi/page_writer.h"
+#include "base/output_file.h"
 
 namespace kav_mobi {
 namespace {

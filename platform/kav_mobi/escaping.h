@@ -1,0 +1,25 @@
+// Texts of a book as they may stand on a page.
+#ifndef KAV_MOBI_ESCAPING_H
+#define KAV_MOBI_ESCAPING_H
+
+#include <string>
+#include <string_view>
+
+namespace kav_mobi {
+
+enum class TextKind {
+  kPlain,  // each character stands for itself
+  kMarkup  // as the book's markup has it: references stay references
+};
+
+// Characters that a text or, between quotation marks, a value cannot hold.
+inline constexpr std::string_view kSpecialInText = "<&";
+inline constexpr std::string_view kSpecialInValue = "<&\"";
+
+// Appends a text, in UTF-8, with references in the place of special characters.
+void AppendEscaped(std::string_view text, TextKind kind, std::string_view special,
+                   std::string& out);
+
+}  // namespace kav_mobi
+
+#endif
