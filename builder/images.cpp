@@ -1,5 +1,6 @@
 // Pictures: the cover, pages of one picture, and pictures inside text pages.
 #include <algorithm>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -36,8 +37,10 @@ int EpubBase::CopyPicture(const char* imagePath, std::string& reference) {
 
 int EpubBase::AddCoverImageToEpub(const char* imagePath) {
   if (KavIsFileExists(imagePath) == 0) return EPUB_E_MISSING;
-  const std::string path = imagePath;
-  const std::string extension = path.substr(path.rfind('.'));
+  const std::string_view path = imagePath;
+  const size_t dot = path.rfind('.');
+  if (dot == std::string_view::npos) throw std::out_of_range("a cover without an extension");
+  const std::string_view extension = path.substr(dot);
   if (std::find(std::begin(kCoverExtensions), std::end(kCoverExtensions), extension) ==
       std::end(kCoverExtensions)) {
     return EPUB_OK;

@@ -16,11 +16,9 @@
 #include <utility>
 
 #include "fileutil/fileutil.h"
+#include "xml/name_lists.h"
 
 namespace {
-
-// Extensions of pages; any part of this text passes for one.
-constexpr std::string_view kPageExtensions = "|html|xhtml|htm|";
 
 // What the system answers of paths that lead to no file for this user.
 constexpr int kMissing[] = {ENOENT, ENOTDIR, EACCES, ELOOP, ENAMETOOLONG, EINVAL};
@@ -41,7 +39,7 @@ std::string_view BaseName(std::string_view path) {
 }
 
 bool IsPage(const std::string& path) {
-  return kPageExtensions.find(path.substr(path.rfind('.') + 1)) != std::string_view::npos;
+  return IsPartOfListed(kPageExtensions, path.substr(path.rfind('.') + 1));  // npos + 1 is 0
 }
 
 }  // namespace

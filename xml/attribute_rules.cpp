@@ -77,7 +77,7 @@ XhtmlRepair::Attributes XhtmlRepair::RemoveName(xmlNode* node, xmlAttr* attr) {
 }
 
 XhtmlRepair::Attributes XhtmlRepair::RemoveEmptyOrEvent(xmlNode* /*node*/, xmlAttr* attr) {
-  const bool goes = value.empty() || HoldsPart(kEventAttributes, NameOf(attr));
+  const bool goes = value.empty() || IsPartOfListed(kEventAttributes, NameOf(attr));
   if (!goes || NameOf(attr) == "alt") return Attributes::kAsTheyWere;
   xmlRemoveProp(attr);
   return Attributes::kChanged;

@@ -87,7 +87,7 @@ class DeletedNodes {
 // A body holds blocks; whatever else it has gets a "div" of its own.
 bool WrapLooseContent(xmlNode* body) {
   for (xmlNode* child = body->children; child != nullptr; child = child->next) {
-    if (child->name == nullptr || HoldsWhole(kBlockNames, NameOf(child))) continue;
+    if (child->name == nullptr || IsListed(kBlockNames, NameOf(child))) continue;
     xmlNode* div = xmlNewDocNode(body->doc, nullptr, Xml("div"), nullptr);
     if (div == nullptr) return false;
     xmlReplaceNode(child, div);

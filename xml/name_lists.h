@@ -1,11 +1,10 @@
-// The names by which the repair of foreign HTML decides. Lists are searched as text: the rules say
-// whether a name must stand whole in its list or may be a part of one there.
+// The names by which the import of foreign HTML decides.
 #ifndef KAV_EPUB_NAME_LISTS_H
 #define KAV_EPUB_NAME_LISTS_H
 
 #include <string_view>
 
-// Elements that stay as they are; any part of a name in this list passes too.
+// Elements that stay as they are; parts of these names pass, too.
 constexpr std::string_view kAllowedNames =
     "|body|head|html|title|abbr|acronym|address|blockquote|br|cite|code|dfn|div|em|h1|h2|h3|h4|h5|"
     "h6|kbd|p|pre|q|samp|span|strong|var|a|dl|dt|dd|ol|ul|li|param|b|big|hr|i|small|sub|sup|tt|del|"
@@ -25,15 +24,18 @@ constexpr std::string_view kListContainers = "|ul|dl|tr|tbody|tfoot|thead|colgro
 // Elements that have no place in a body.
 constexpr std::string_view kHeadOnlyNames = "|title|meta|base|link|style|";
 
-// Attributes that go; any part of a name in this list goes too.
+// Attributes that go; parts of these names go, too.
 constexpr std::string_view kEventAttributes =
     "|onclick|ondblclick|onmousedown|onmouseup|onmouseover|onmousemove|onmouseout|onkeypress|"
     "onkeydown|onkeyup|";
 
 constexpr std::string_view kImageExtensions = "|.jpeg|.jpg|.png|.gif|";
 
-// Whether a list holds "|" + name + "|".
-constexpr bool HoldsWhole(std::string_view list, std::string_view name) {
+// What pages are called behind the last dot; parts of these pass, too.
+constexpr std::string_view kPageExtensions = "|html|xhtml|htm|";
+
+// Whether a name is one of a list.
+constexpr bool IsListed(std::string_view list, std::string_view name) {
   for (size_t at = list.find(name); at != std::string_view::npos; at = list.find(name, at + 1)) {
     const size_t end = at + name.size();
     if (at > 0 && list[at - 1] == '|' && end < list.size() && list[end] == '|') return true;
@@ -41,8 +43,10 @@ constexpr bool HoldsWhole(std::string_view list, std::string_view name) {
   return false;
 }
 
-// Whether a name occurs anywhere in a list.
-constexpr bool HoldsPart(std::string_view list, std::string_view name) {
+// Whether a name occurs anywhere in the text of a list: "d" as in "dd", "tml" as in "html", "".
+// That is meant: books have always been made by it. A search for whole names would rename elements
+// that now stay, keep attributes that now go, and copy files as they are that now become pages.
+constexpr bool IsPartOfListed(std::string_view list, std::string_view name) {
   return list.find(name) != std::string_view::npos;
 }
 

@@ -29,7 +29,7 @@ xmlNode* FirstChildNamed(TRepairState& state, const xmlNode* parent, const xmlCh
 void ReplaceChild(TRepairState& state, xmlNode* node, const xmlChar* childName) {
   xmlNode* child = FirstChildNamed(state, node, childName);
   if (child == nullptr) return;
-  if (HoldsWhole(kListContainers, NameOf(node))) {
+  if (IsListed(kListContainers, NameOf(node))) {
     state.pending.push_back(child);
   } else {
     Rename(child, "span");

@@ -34,7 +34,7 @@ bool IsPlainText(const xmlNode* node) {
 
 bool IsInListContainer(const xmlNode* node) {
   return node->parent != nullptr && node->parent->name != nullptr &&
-         HoldsWhole(kListContainers, NameOf(node->parent));
+         IsListed(kListContainers, NameOf(node->parent));
 }
 
 // A picture that cannot be shown leaves its alternative text.
@@ -114,7 +114,7 @@ XhtmlRepair::Step XhtmlRepair::Queue(xmlNode* node) {
 XhtmlRepair::Step XhtmlRepair::QueueHeadElement(xmlNode* node) {
   if (NameOf(node) == "body") page.inBody = 1;
   const bool isMisplaced =
-      page.inBody != 0 && node->name != nullptr && HoldsWhole(kHeadOnlyNames, NameOf(node));
+      page.inBody != 0 && node->name != nullptr && IsListed(kHeadOnlyNames, NameOf(node));
   return isMisplaced ? Queue(node) : Step::kNext;
 }
 
@@ -127,8 +127,8 @@ XhtmlRepair::Step XhtmlRepair::QueueCode(xmlNode* node) {
 }
 
 XhtmlRepair::Step XhtmlRepair::ReplaceUnknownElement(xmlNode* node) {
-  if (node->name == nullptr || HoldsPart(kAllowedNames, NameOf(node))) return Step::kNext;
-  if (HoldsWhole(kBlockNames, NameOf(node))) {
+  if (node->name == nullptr || IsPartOfListed(kAllowedNames, NameOf(node))) return Step::kNext;
+  if (IsListed(kBlockNames, NameOf(node))) {
     const xmlNode* parent = node->parent;
     Rename(node, "div");
     if (parent != nullptr && !RevalidateParent(node)) valid = false;
@@ -161,7 +161,7 @@ XhtmlRepair::Step XhtmlRepair::RepairImage(xmlNode* node) {
   const auto src = AttributeOf(node, "src");
   if (!src) return Queue(node);
   const size_t dot = src->rfind('.');
-  if (dot != std::string::npos && !HoldsWhole(kImageExtensions, src->substr(dot))) {
+  if (dot != std::string::npos && !IsListed(kImageExtensions, src->substr(dot))) {
     return Queue(node);
   }
   if (Contains(*src, kRemoteScheme) || !UseLocalFile(node, "src", *src)) ReplaceByAltText(node);
