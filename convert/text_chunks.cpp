@@ -14,8 +14,13 @@ constexpr size_t kLongestChunk = 254;
 
 }  // namespace
 
-// A conversion reads its text twice, which only a regular file allows.
+// A conversion goes back to count pages first, which only a regular file allows.
 TextChunks::TextChunks(const char* path) : descriptor(OpenRegularFile(path)) {}
+
+bool TextChunks::Rewind() {
+  unread = {};
+  return lseek(descriptor.Get(), 0, SEEK_SET) == 0;
+}
 
 bool TextChunks::Fill() {
   ssize_t count = -1;

@@ -23,6 +23,9 @@ class TextChunks {
   // The chunk without its NUL bytes: no document can hold one, and the text behind it counts.
   const std::string& Text() const { return text; }
 
+  // Goes back to the beginning; false when that fails.
+  bool Rewind();
+
   // Whether the end was reached because reading failed.
   bool HasFailed() const { return failed; }
 

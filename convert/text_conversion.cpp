@@ -1,5 +1,5 @@
 // Drives a book builder from a plain-text file, sixty lines a page.
-#include <memory>
+#include <optional>
 
 #include "builder/epub_base.h"
 #include "convert/conversion_steps.h"
@@ -7,29 +7,37 @@
 #include "convert/text_chunks.h"
 #include "platform/kav_tool/kav_tool.h"
 
-int GetPageNumForTXT(const char* txtPath) {
-  if (KavIsStrNullOrEmpty(txtPath) != 0) return 0;
-  TextChunks chunks(txtPath);
-  if (!chunks.IsOpen()) return 0;
+namespace {
+
+int CountPages(TextChunks& chunks) {
   int lines = 0;
   while (chunks.Next()) ++lines;
   return lines / kLinesPerPage + (lines % kLinesPerPage != 0 ? 1 : 0);
 }
 
-EpubManagement::EpubManagement() = default;
-
-EpubManagement::~EpubManagement() = default;
-
-void EpubManagement::Destory() {
-  epub.reset();
+// Feeds the text to the builder; its last page stays open. The code with which the conversion ends
+// here, EPUB_OK when the host cancels; nothing when it goes on.
+std::optional<int> AddPages(EpubBase& epub, TextChunks& chunks, int pages, const auto& cancels) {
+  if (const int code = epub.StartPage(); code != EPUB_OK) return code;
+  if (pages > 0 && cancels(1)) return EPUB_OK;
+  for (int line = 0; chunks.Next(); ++line) {
+    if (line > 0 && line % kLinesPerPage == 0) {
+      if (const int code = epub.EndPage(); code != EPUB_OK) return code;
+      if (const int code = epub.StartPage(); code != EPUB_OK) return code;
+      if (cancels(line / kLinesPerPage + 1)) return EPUB_OK;
+    }
+    const int code = epub.AddTextLineToPage(chunks.Text().c_str());
+    if (code != EPUB_OK) return code;
+  }
+  return chunks.HasFailed() ? std::optional<int>(EPUB_E_OPEN) : std::nullopt;
 }
 
-int EpubManagement::Init(const char* directory, const char* /*title*/, const char* /*author*/) {
-  epub = std::make_unique<EpubBase>();
-  workDir = directory == nullptr ? "" : directory;
-  processTmpDir = this->workDir + "/process_tmp";
-  if (KavIsFileOrDirExists(processTmpDir.c_str()) != 0) KavDeleteDir(processTmpDir.c_str());
-  return EPUB_OK;
+}  // namespace
+
+int GetPageNumForTXT(const char* txtPath) {
+  if (KavIsStrNullOrEmpty(txtPath) != 0) return 0;
+  TextChunks chunks(txtPath);
+  return chunks.IsOpen() ? CountPages(chunks) : 0;
 }
 
 int EpubManagement::TXT2Epub(const char* txtPath, const char* epubPath, void* user,
@@ -50,43 +58,18 @@ int EpubManagement::ConvertText(const char* txtPath, const char* epubPath, void*
                                 ProgressCallback progress) {
   TextChunks chunks(txtPath);
   if (!chunks.IsOpen()) return EPUB_E_OPEN;
-  const int pages = GetPageNumForTXT(txtPath);
-  const int total = pages + 1;
-  int code = epub->StartPage();
-  int page = 0;
-  bool cancelled = false;
-  if (code == EPUB_OK && pages > 0) {
-    page = 1;
-    cancelled = ReportAndAskToCancel(progress, user, page, total);
-  }
-  for (int onPage = 0; code == EPUB_OK && !cancelled && chunks.Next(); ++onPage) {
-    if (onPage == kLinesPerPage) {
-      code = epub->EndPage();
-      if (code == EPUB_OK) code = epub->StartPage();
-      if (code != EPUB_OK) break;
-      ++page;
-      onPage = 0;
-      cancelled = ReportAndAskToCancel(progress, user, page, total);
-      if (cancelled) break;
-    }
-    code = epub->AddTextLineToPage(chunks.Text().c_str());
-  }
-  if (code == EPUB_OK && chunks.HasFailed()) code = EPUB_E_OPEN;
-  if (cancelled || code != EPUB_OK) {
+  const int pages = CountPages(chunks);
+  if (!chunks.Rewind()) return EPUB_E_OPEN;
+  const auto cancels = [&](int done) {
+    return ReportAndAskToCancel(progress, user, done, pages + 1);
+  };
+  if (const auto end = AddPages(*epub, chunks, pages, cancels)) {
     epub->ClearData();
-    return code;
+    return *end;
   }
-
-  code = epub->EndPage();
-  if (code == EPUB_OK) code = epub->GenerateEpub(epubPath);
-  if (code != EPUB_OK) return code;
-  ReportAndAskToCancel(progress, user, page + 1, total);  // too late to cancel
+  if (const int code = epub->EndPage(); code != EPUB_OK) return code;
+  if (const int code = epub->GenerateEpub(epubPath); code != EPUB_OK) return code;
+  cancels(pages + 1);  // too late to cancel
   epub->ClearData();
   return EPUB_OK;
-}
-
-int EpubManagement::ClearData() {
-  const int code = epub == nullptr ? EPUB_OK : epub->ClearData();
-  KavDeleteDir(processTmpDir.c_str());
-  return code;
 }
