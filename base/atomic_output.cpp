@@ -118,9 +118,11 @@ bool AtomicOutput::OpenNamed() {
   return !temporaryName.empty();
 }
 
-// A file of the name can only be replaced by one that has a name itself. That of a process which
-// was killed with it is the first to go: it has the number of the same file in its name. One that
-// was only just given by another process goes, too, but for that one there is a next trial.
+// Where nothing is, the file gets its name at once. A file that is there can only be replaced by
+// one that has a name itself, if only until the rename. A process killed between the two leaves its
+// file under a name with the number of the file it meant to replace, by which the next one that
+// replaces that finds and removes it. From a process that lives this takes the name away, but it
+// tries again.
 bool AtomicOutput::Publish() {
   const int folder = directory.Get();
   for (int trial = 0; trial < kMostNameTrials; ++trial) {

@@ -8,9 +8,11 @@
 
 #include "base/unique_fd.h"
 
-// Has no name while it is written, where the file system knows such files, so that even a killed
-// process leaves nothing behind. Elsewhere it has a fresh name beside its destination. That name
-// never derives from the destination's, which can have all the bytes a name may have.
+// Has no name while it is written, where the file system knows such files, so that a process killed
+// then leaves nothing behind. Elsewhere it has a fresh name beside its destination, ".kav-" and a
+// number: a name made from the destination's could be longer than a name may be.
+//
+// At any moment the destination is what was there before or, whole, what takes its place.
 class AtomicOutput {
  public:
   AtomicOutput() = default;
@@ -25,7 +27,7 @@ class AtomicOutput {
 
   int Fd() const { return file.Get(); }
 
-  // Puts the complete file to its place; one it replaces hands its permission bits on.
+  // Puts the complete file in its place; a file it replaces has handed its permission bits on.
   // False when that fails; what is at the path is then what was there before.
   bool Commit();
 

@@ -28,8 +28,10 @@ enum KavEbaseResult {
  * and special files are left out. Time stamps are fixed, so equal directories give equal bytes.
  * ZIP64 where entries or sizes need it.
  *
- * The file appears at epubPath whole or not at all: it is written beside its place and renamed over
- * it. On failure an existing file there is untouched. A symbolic link at epubPath is followed.
+ * The file appears at epubPath whole or not at all: it is written without a name (where the file
+ * system has no such files, as ".kav-" and a number in the same directory) and takes its place in
+ * one step, so that at any moment the old file or the new one is there. On failure an existing file
+ * is untouched. A symbolic link at epubPath is followed.
  *
  * 0, or a code of KavEbaseResult. */
 int Kav_CreateEpubFromDir(const char* bookDir, const char* epubPath);
