@@ -1,7 +1,9 @@
-// The rules of plain text: which lines begin paragraphs, and what comes of them on a page.
+// The rules of plain text: which lines begin paragraphs.
 #include <gtest/gtest.h>
 
-#include "book_script.h"
+#include <array>
+
+#include "builder/epub_base.h"
 #include "data_rows.h"
 
 namespace {
@@ -29,24 +31,6 @@ TEST(LineRules, DecideAndClean) {
   EXPECT_EQ(Decide(nullptr, text, counters), 407);
   EXPECT_EQ(text, "");
   EXPECT_EQ(counters, (Counters{2, 3, 4}));
-}
-
-TEST(LineRules, GatherParagraphsOnPages) {
-  for (const auto& row : DataRows("page_paragraphs.txt", 3)) {
-    SCOPED_TRACE(row[0]);
-    Book book;
-    EXPECT_EQ(book.Run("start|" + row[1]), 0);
-    EXPECT_EQ(book.Run("end|generate book.epub"), 0);
-    std::string pages;
-    for (size_t n = 1; !book.Content("OEBPS/page-" + std::to_string(n) + ".html").empty(); ++n) {
-      pages += n == 1 ? "" : " / ";
-      for (const std::string& paragraph : book.Paragraphs(n)) pages += "[" + paragraph + "]";
-    }
-    EXPECT_EQ(pages, row[2]);
-    const std::string page = book.Content("OEBPS/page-1.html");
-    const size_t tableEnd = page.find("<td>x</td></tr></table>");
-    EXPECT_EQ(tableEnd < page.find("<p "), row[1].find("table") != std::string::npos) << page;
-  }
 }
 
 }  // namespace

@@ -1,34 +1,13 @@
 // Node paths: which element a path names, and at what cost.
 #include <gtest/gtest.h>
 
-#include <sstream>
-
-#include "data_rows.h"
-#include "temp_dir.h"
 #include "xml/xml_base.h"
 #include "xml_text.h"
 
 namespace {
 
-constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-
 std::string IdOf(xmlNode* node) {
   return node == nullptr ? "none" : TakenXml(xmlGetProp(node, Xml("id")));
-}
-
-TEST(NodePath, NamesOneElement) {
-  for (const auto& row : DataRows("node_paths.txt", 5)) {
-    SCOPED_TRACE(row[0]);
-    const XmlDoc doc = ParseXml(row[1]);
-    xmlNode* root = xmlDocGetRootElement(doc.get());
-    EXPECT_EQ(IdOf(XMLBase().FindNode(root, row[2].c_str())), row[3]);
-    EXPECT_EQ(IdOf(XMLBase().FindLastNode(root, row[2].c_str())), row[4]);
-  }
-  const XmlDoc doc = ParseXml("<r/>");
-  EXPECT_EQ(XMLBase().FindNode(nullptr, "r"), nullptr);
-  EXPECT_EQ(XMLBase().FindLastNode(nullptr, "r"), nullptr);
-  EXPECT_EQ(XMLBase().FindNode(doc->children, nullptr), nullptr);
-  EXPECT_EQ(XMLBase().FindLastNode(doc->children, nullptr), nullptr);
 }
 
 TEST(NodePath, OneNameIsTriedOnTheNeighboursOfTheLastElement) {
@@ -41,31 +20,6 @@ TEST(NodePath, OneNameIsTriedOnTheNeighboursOfTheLastElement) {
   EXPECT_EQ(base.FindLastNode(top, "top"), top);
   EXPECT_EQ(IdOf(base.FindLastNode(other->children, "c")), "2") << "outside the subtree of start";
   xmlFreeNode(top);
-}
-
-TEST(NodePath, LeadsOperationsToTheElementOfTheRules) {
-  const TempDir dir;
-  for (const auto& row : DataRows("path_scripts.txt", 3)) {
-    SCOPED_TRACE(row[0]);
-    XMLBase base;
-    base.InitForOpf();
-    base.AddXMLNode(nullptr, "a", nullptr);
-    for (const std::string& line : Split(row[1], '|')) {
-      const bool fails = line[0] == '!';
-      std::istringstream words(line.substr(fails ? 1 : 0));
-      std::string operation;
-      std::string path;
-      std::string value;
-      words >> operation >> path >> value;
-      EXPECT_EQ(operation == "text"        ? base.AddTextToNode(path.c_str(), value.c_str())
-                : operation == "attribute" ? base.SetNodeAttribute(path.c_str(), "k", value.c_str())
-                                           : base.AddXMLNode(path.c_str(), value.c_str(), nullptr),
-                fails ? 415U : 0U)
-          << line;
-    }
-    ASSERT_EQ(base.SaveFile((dir / "x.xml").c_str()), 0U);
-    EXPECT_EQ(ReadFile(dir / "x.xml"), kDeclaration + row[2] + "\n");
-  }
 }
 
 // Taken word for word, a too large index costs 2^n here, and a deep tree as many stack frames.

@@ -104,7 +104,7 @@ class Pages(unittest.TestCase):
         tables = re.findall(r"^\|.* Tests? \|\n\|[-|]+\n((?:\|.*\n)+)", (DOCS / "security.md").read_text(), re.MULTILINE)
         for row in "".join(tables).splitlines():
             with self.subTest(row):
-                names = re.findall(r"`([\w/]+\.(?:cpp|py|c|sh))`", row.rsplit("|", 2)[1])
+                names = re.findall(r"`([\w/]+\.(?:cpp|py|c|sh|txt))`", row.rsplit("|", 2)[1])
                 self.assertTrue(names)
                 for name in names:
                     self.assertTrue((SOURCE / "tests" / name).exists(), name)
