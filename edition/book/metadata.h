@@ -3,6 +3,7 @@
 #define KAVEPUB_BOOK_METADATA_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 inline constexpr char kAuthorRole[] = "aut";
@@ -32,5 +33,18 @@ struct Metadata {
   std::string series;
   std::string seriesIndex;
 };
+
+// The same with what books cannot hold taken out: characters that XML forbids, line ends, dates and
+// names that are none. A title and a language are always there.
+Metadata Cleaned(Metadata metadata);
+
+// A text on one line, in characters that XML allows.
+std::string OneLine(std::string_view text);
+
+// "1813", "1813-01" or "1813-01-28".
+bool IsDate(std::string_view text);
+
+// Has the form of a tag of BCP 47.
+bool IsLanguageTag(std::string_view text);
 
 #endif

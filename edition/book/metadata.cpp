@@ -1,0 +1,99 @@
+// What metadata can be in a book.
+#include "edition/book/metadata.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "base/text_gate.h"
+
+namespace {
+
+constexpr char kUntitled[] = "Untitled";
+constexpr char kUndetermined[] = "und";  // ISO 639-2
+
+constexpr int kLargestYear = 9999;
+constexpr int kMonths = 12;
+constexpr int kDays = 31;
+constexpr size_t kLongestSubtag = 8;
+
+bool IsBlank(char letter) {
+  return letter == ' ' || letter == '\t' || letter == '\n' || letter == '\r';
+}
+
+bool IsLetter(char letter) {
+  return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z');
+}
+
+bool IsDigit(char letter) {
+  return letter >= '0' && letter <= '9';
+}
+
+bool IsNumber(std::string_view digits, int most) {
+  int number = 0;
+  std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  return std::all_of(digits.begin(), digits.end(), IsDigit) && number >= 1 && number <= most;
+}
+
+bool IsSubtag(std::string_view tag) {
+  return !tag.empty() && tag.size() <= kLongestSubtag &&
+         std::all_of(tag.begin(), tag.end(),
+                     [](char letter) { return IsLetter(letter) || IsDigit(letter); });
+}
+
+}  // namespace
+
+Metadata Cleaned(Metadata metadata) {
+  for (std::string* text :
+       {&metadata.title, &metadata.language, &metadata.publisher, &metadata.date, &metadata.rights,
+        &metadata.series, &metadata.seriesIndex, &metadata.description}) {
+    *text = OneLine(*text);
+  }
+  for (Contributor& contributor : metadata.contributors) {
+    for (std::string* text : {&contributor.name, &contributor.fileAs, &contributor.role}) {
+      *text = OneLine(*text);
+    }
+  }
+  for (std::string& subject : metadata.subjects) subject = OneLine(subject);
+  for (Identifier& other : metadata.identifiers) {
+    other = {OneLine(other.scheme), OneLine(other.value)};
+  }
+  std::erase_if(metadata.contributors, [](const Contributor& one) { return one.name.empty(); });
+  std::erase_if(metadata.identifiers, [](const Identifier& one) { return one.value.empty(); });
+  if (metadata.title.empty()) metadata.title = kUntitled;
+  if (!IsLanguageTag(metadata.language)) metadata.language = kUndetermined;
+  if (!IsDate(metadata.date)) metadata.date.clear();
+  return metadata;
+}
+
+std::string OneLine(std::string_view text) {
+  std::string line;
+  for (const char letter : ToXmlCharacters(text)) {
+    if (!IsBlank(letter)) {
+      line += letter;
+    } else if (!line.empty() && line.back() != ' ') {
+      line += ' ';
+    }
+  }
+  if (line.ends_with(' ')) line.pop_back();
+  return line;
+}
+
+bool IsDate(std::string_view text) {
+  if (text.size() != 4 && text.size() != 7 && text.size() != 10) return false;
+  if (!IsNumber(text.substr(0, 4), kLargestYear)) return false;
+  if (text.size() > 4 && (text[4] != '-' || !IsNumber(text.substr(5, 2), kMonths))) return false;
+  return text.size() < 10 || (text[7] == '-' && IsNumber(text.substr(8), kDays));
+}
+
+bool IsLanguageTag(std::string_view text) {
+  const std::string_view primary = text.substr(0, text.find('-'));
+  if (primary.size() < 2 || !IsSubtag(primary) ||
+      !std::all_of(primary.begin(), primary.end(), IsLetter)) {
+    return false;
+  }
+  while (text.find('-') != std::string_view::npos) {
+    text.remove_prefix(text.find('-') + 1);
+    if (!IsSubtag(text.substr(0, text.find('-')))) return false;
+  }
+  return true;
+}

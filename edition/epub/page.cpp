@@ -1,0 +1,47 @@
+// A page of a book: its name and its frame.
+#include "edition/epub/page.h"
+
+#include "edition/book/markup.h"
+#include "edition/epub/language.h"
+
+namespace {
+
+constexpr std::string_view kBegin =
+    "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+    "<!DOCTYPE html PUBLIC \"-//W3C//DTD XHTML 1.1//EN\" "
+    "\"http://www.w3.org/TR/xhtml11/DTD/xhtml11.dtd\">\n"
+    "<html xmlns=\"http://www.w3.org/1999/xhtml\" xml:lang=\"";
+constexpr std::string_view kRightToLeft = "\" dir=\"rtl";
+constexpr std::string_view kHead = "\">\n<head>\n<title>";
+constexpr std::string_view kStyleSheet =
+    "</title>\n<link rel=\"stylesheet\" type=\"text/css\" href=\"style.css\"/>\n</head>\n"
+    "<body class=\"";
+constexpr std::string_view kBody = "\">\n";
+constexpr std::string_view kNothing = "<div></div>";  // a body has to have a block
+constexpr std::string_view kEnd = "\n</body>\n</html>\n";
+
+constexpr size_t kRoomForFrame = 1024;
+
+}  // namespace
+
+std::string PageName(size_t document, size_t page) {
+  std::string name = kPagePrefix + std::to_string(document + 1);
+  if (page > 0) name.append("-").append(std::to_string(page + 1));
+  return name + kPageSuffix;
+}
+
+std::string PageFile(const Page& page) {
+  std::string file;
+  file.reserve(page.body.size() + kRoomForFrame);
+  file += kBegin;
+  AppendEscaped(page.language, file);
+  if (IsRightToLeft(page.language)) file += kRightToLeft;
+  file += kHead;
+  AppendEscaped(page.title, file);
+  file += kStyleSheet;
+  file += page.bodyClass;
+  file += kBody;
+  file += page.body.empty() ? kNothing : page.body;
+  file += kEnd;
+  return file;
+}

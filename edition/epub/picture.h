@@ -1,0 +1,19 @@
+// What a picture is, by its content.
+#ifndef KAVEPUB_EPUB_PICTURE_H
+#define KAVEPUB_EPUB_PICTURE_H
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+struct PictureFacts {
+  const char* mediaType;
+  const char* extension;     // ".png"
+  std::uint32_t width = 0;   // in pixels; 0 where it is not known
+  std::uint32_t height = 0;  // likewise
+};
+
+// Of the types that every reading system shows: JPEG, PNG, GIF, SVG. Nothing for all else.
+std::optional<PictureFacts> ExaminePicture(std::string_view bytes);
+
+#endif
