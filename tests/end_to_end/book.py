@@ -4,6 +4,7 @@ import json
 import os
 import re
 import subprocess
+import sys
 import tempfile
 import unittest
 import xml.etree.ElementTree as ET
@@ -23,8 +24,8 @@ EPUBCHECK = ["java", "-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC", "-Xshare:aut
 OPF = {"opf": "http://www.idpf.org/2007/opf", "dc": "http://purl.org/dc/elements/1.1/"}
 NCX = {"ncx": "http://www.daisy.org/z3986/2005/ncx/"}
 PAGES = (".html", ".htm", ".xhtml")
-JPEG, PNG, GIF = ((TESTS / "fixtures" / "mobi" / "source" / name).read_bytes()
-                  for name in ("photo.jpg", "map.png", "sign.gif"))
+JPEG, PNG = ((TESTS / "fixtures" / "mobi" / "source" / name).read_bytes()
+                  for name in ("photo.jpg", "map.png"))
 FORBIDDEN = re.compile("[\x00-\x08\x0b\x0e-\x17\x19-\x1f\ufffe\uffff]")
 XHTML = "{http://www.w3.org/1999/xhtml}"
 
@@ -175,11 +176,6 @@ class ToolTest(unittest.TestCase):
             path.parent.mkdir(parents=True, exist_ok=True)
             path.write_bytes(content)
 
-    def write_rows(self, name):
-        """Makes the files that a data file describes: path, content."""
-        for path, content in data_rows(name):
-            self.write(path, content=as_bytes(content))
-
     def kavepub(self, *arguments, **options):
         done = run(KAVEPUB, *arguments, cwd=self.dir, env=self.environment, **options)
         self.assertEqual(list(self.temp.iterdir()), [], "working files were left")
@@ -212,3 +208,28 @@ class ToolTest(unittest.TestCase):
         drawn = run("mutool", "draw", "-a", "-r", "30", "-o", self.dir / "page.png",
                     book.path, page)
         self.assertEqual(drawn.returncode, 0, drawn.stderr)
+
+
+def contents(path):
+    """Prints what each page shows: its text, and which of the fixtures."""
+    book = Book(path)
+    known = {(TESTS / "fixtures" / "mobi" / "source" / name).read_bytes(): name
+             for name in ("photo.jpg", "map.png", "sign.gif")}
+    for name in book.spine:
+        shown = [" ".join("".join(book.page(name).find(XHTML + "body").itertext()).split())]
+        for element in book.page(name).iter():
+            source = element.get("src") or element.get("{http://www.w3.org/1999/xlink}href")
+            if source:
+                shown.append(f"[{known[book.read('OEBPS/' + unquote(source))]}]")
+        print(f"{name}:", *filter(None, shown))
+
+
+def check(path, *messages):
+    """Fails unless the book is sound and epubcheck says what it always does, and these."""
+    book = Book(path)
+    allowed = ALLOWED if "cover-image" in book.manifest else WITHOUT_COVER
+    book.check_all(unittest.TestCase(), allowed | set(messages))
+
+
+if __name__ == "__main__":
+    {"contents": contents, "check": check}[sys.argv[1]](*sys.argv[2:])

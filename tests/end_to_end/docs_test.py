@@ -2,11 +2,11 @@
 
 import os
 import re
-import subprocess
 import sys
 import unittest
 
 from book import BUILD, JPEG, PNG, SOURCE, WITHOUT_COVER, Book, ToolTest, run
+from transcript import COMMAND, come_out, is_as_expected
 
 DOCS = SOURCE / "docs"
 PAGES = sorted(DOCS.glob("*.md")) + [SOURCE / "README.md"]
@@ -43,12 +43,9 @@ class Examples(ToolTest):
         return run(self.dir / "example", cwd=self.dir, env=self.environment)
 
     def check_console(self, code):
-        commands = re.findall(r"^\$ (.*(?:\\\n.*)*)\n((?:(?!\$ ).*\n)*)", code, re.MULTILINE)
-        for command, expected in commands:
-            done = subprocess.run(["bash", "-c", command], cwd=self.dir, env=self.environment,
-                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-                                  timeout=60)
-            self.assertEqual(done.stdout, expected, command)
+        for command, expected in COMMAND.findall(code):
+            shown = come_out(command, cwd=self.dir, env=self.environment)
+            self.assertTrue(is_as_expected(shown, expected), f"{command}\n{shown}")
 
     def check_page(self, name):
         blocks = re.findall(r"^```(\w+) run\n(.*?)^```(?:\n```output\n(.*?)^```)?",

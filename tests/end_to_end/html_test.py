@@ -92,29 +92,3 @@ class Sites(ToolTest):
     def test_python_documentation(self):
         # One page offers a program for download, which is no type that an EPUB 2 book knows.
         self.check(PYTHON, "3.11.2 Documentation", WITHOUT_COVER | {"RSC-010"})
-
-
-class Pages(ToolTest):
-    def write_page(self, name, head, body="<p>Text</p>"):
-        page = f"<html><head>{head}</head><body>{body}</body></html>"
-        self.write(name, content=page.encode())
-
-    def test_title_and_author(self):
-        named = "<title> Of\n Mice &amp; Men</title><meta name=Author content='J. S.'>"
-        rows = ((named, (), ("Of Mice & Men", "J. S.")),
-                (named, ("--title", "T", "--author", "A"), ("T", "A")),
-                ("", (), ("page", "")))
-        for head, options, expected in rows:
-            with self.subTest(head=head, options=options):
-                self.write_page("page.html", head)
-                book = self.convert("page.html", *options)
-                self.assertEqual((book.title, book.author), expected)
-
-    def test_pages_in_the_order_given(self):
-        for name in ("b.html", "a.html", "c.htm"):
-            self.write_page(name, f"<title>Of {name}</title>", f"<p>{name}</p>")
-        book = self.convert("b.html", "a.html", "c.htm", "-o", "three.epub")
-        texts = ["".join(book.page(name).find(XHTML + "body").itertext()) for name in book.spine]
-        self.assertEqual((book.title, texts), ("Of b.html", ["b.html", "a.html", "c.htm"]))
-        book.check_all(self, WITHOUT_COVER)
-

@@ -4,9 +4,8 @@ import gzip
 import re
 import subprocess
 from pathlib import Path
-from urllib.parse import unquote
 
-from book import ALLOWED, JPEG, PNG, SOURCE, WITHOUT_COVER, ToolTest, as_in_a_book, run
+from book import SOURCE, WITHOUT_COVER, ToolTest, as_in_a_book
 
 REFERENCE = "/usr/share/debian-reference/debian-reference.%s.txt.gz"
 
@@ -38,28 +37,7 @@ class RealBooks(ToolTest):
         self.check("bible.txt", bible.stdout)
 
 
-class Options(ToolTest):
-    def test_title_author_output(self):
-        self.write("in.txt")
-        book = self.convert("in.txt", "-o", "a b%20&'.epub", "--title", "A & <B> &amp; C",
-                            "--author", 'Ünal "Q"')
-        self.assertEqual((book.title, book.author), ("A & <B> &amp; C", 'Ünal "Q"'))
-        book.check_all(self, WITHOUT_COVER)
-
-    def test_cover(self):
-        self.write("in.txt")
-        for name, content in (("FRONT PAGE.JPEG", JPEG), ("no extension", JPEG),
-                              ("front.png", PNG)):
-            with self.subTest(name):
-                self.write(name, content=content)
-                book = self.convert("in.txt", "--cover", name)
-                self.assertEqual(book.spine, ["cover.html", "page-1.html"])
-                picture = book.manifest["cover-image"]
-                self.assertEqual(book.read("OEBPS/" + picture), content)
-                self.assertIn(picture, unquote(book.read("OEBPS/cover.html").decode()))
-                # Every cover is listed as a JPEG.
-                book.check_all(self, ALLOWED | ({"OPF-029"} if content == PNG else set()))
-
+class Bytes(ToolTest):
     def test_any_bytes_become_a_book(self):
         data = bytes(range(1, 256)) * 3
         self.write("strange.txt", content=data)

@@ -1,0 +1,75 @@
+# What the commands of transcripts may call.
+fixtures=$HERE/../fixtures/mobi
+pictures=$fixtures/source
+
+# write FILE [TEXT]: makes it, with its directories; the escapes of printf are known.
+write() {
+  mkdir -p "$(dirname "$1")"
+  printf '%b' "${2-Hello\\n}" >"$1"
+}
+
+# picture FILE...: a photograph, map or sign, by the extension.
+picture() {
+  local file
+  for file; do
+    mkdir -p "$(dirname "$file")"
+    case ${file,,} in
+      *.png) cp "$pictures/map.png" "$file" ;;
+      *.gif) cp "$pictures/sign.gif" "$file" ;;
+      *) cp "$pictures/photo.jpg" "$file" ;;
+    esac
+  done
+}
+
+# Reads JSON of the tool: what becomes of each input; the messages.
+fates() { jq -r '.inputs[0] + ": " + .status'; }
+messages() { jq -r .message; }
+plans() { jq -r '.output + ": " + (.inputs | join(", "))'; }
+
+# unprivileged COMMAND...: as a user to whom permissions apply, who owns all files here.
+unprivileged() {
+  if ((EUID == 0)); then
+    chown -R nobody:nogroup .. && setpriv --reuid nobody --regid nogroup --clear-groups "$@"
+  else
+    "$@"
+  fi
+}
+
+# Whether so many books are there, and whether the working files of one have such a page.
+books() { (($(compgen -G '*.epub' | wc -l) >= $1)); }
+begun() { compgen -G "$TMPDIR/*/epub_temp/epub/OEBPS/page-$1.html" >/dev/null; }
+
+# stopped CONDITION SIGNAL... -- COMMAND...: runs it, and sends the signals when the condition holds.
+stopped() {
+  local condition=$1 signals=() signal
+  shift
+  for (( ; $# > 0; )); do
+    [[ $1 != -- ]] || break
+    signals+=("$1")
+    shift
+  done
+  shift
+  "$@" &
+  until eval "$condition"; do sleep 0.001; done
+  for signal in "${signals[@]}"; do kill -s "$signal" $!; done
+  wait $!
+}
+
+# check BOOK [MESSAGE...]: it is sound; epubcheck says what it says of every book, and these.
+check() { python3 -B "$HERE/book.py" check "$@"; }
+
+# contents BOOK: what each of its pages shows.
+contents() { python3 -B "$HERE/book.py" contents "$1"; }
+
+# lock MOBI: marks the book as encrypted.
+lock() {
+  local first
+  first=$(od -An -tu4 --endian=big -j78 -N4 "$1")
+  printf '\0\2' | dd of="$1" bs=1 seek=$((first + 12)) conv=notrunc status=none
+}
+
+# plan ARGUMENT...: the books that would be made, with their inputs.
+plan() { kavepub convert --dry-run --json "$@" | jq -r '.output + ": " + (.inputs | join(", "))'; }
+
+# text BOOK: the text of its pages.
+text() { unzip -p "$1" 'OEBPS/page-*.html' | sed -n 's/<[^>]*>//gp'; }
