@@ -11,6 +11,8 @@
  * C99. All strings are NUL-terminated UTF-8, but for paths, which are bytes as the system has them.
  * What a function takes is borrowed for the call where nothing else is said; what it returns
  * belongs to the handle and stays until the next call that changes the handle.
+ * Structs that the caller provides come with their size, so that later versions can add to them:
+ * no more is filled than the caller has room for, and what a library does not know yet is zero.
  *
  * Guaranteed: nothing is printed, the process is never ended, no signal handler is set, no
  * exception leaves a function, and nothing outside the output is written: there are no working
@@ -73,12 +75,14 @@ KAVEPUB_API uint32_t kavepub_version_number(void);
 struct kavepub_option {
   const char* name;        /* "language" */
   const char* values;      /* what it can be, for people: "auto|none|REGEX" */
-  const char* description; /* one sentence */
+  const char* description; /* a sentence */
+  int repeats;             /* 1 where it can have several values, else 0 */
+  int takes_file;          /* 1 where a value can be the path of a file, else 0 */
 };
 
 /* Tells the options one by one, so that a host can offer all of them without a list of its own: 1
  * and *option filled, or 0 when index is past the last one. Any thread, any time. */
-KAVEPUB_API int kavepub_option_at(size_t index, struct kavepub_option* option);
+KAVEPUB_API int kavepub_option_at(size_t index, struct kavepub_option* option, size_t size);
 
 /* ---------------------------------------------------------------------------------------- jobs */
 
@@ -103,6 +107,11 @@ KAVEPUB_API int kavepub_job_add_memory(kavepub_job* job, const char* name, const
  * for an unknown name or a value that it cannot have, with words in kavepub_job_error. */
 KAVEPUB_API int kavepub_job_set_option(kavepub_job* job, const char* name, const char* value);
 
+/* Sets an option that takes the path of a file, such as "cover", to the content of one instead. The
+ * bytes are copied. */
+KAVEPUB_API int kavepub_job_set_option_data(kavepub_job* job, const char* name, const void* bytes,
+                                            size_t size);
+
 /* Takes the next bytes of the book, in order; returns 0 or, when it cannot take them, anything
  * else, which ends the job with KAVEPUB_E_OUTPUT. Called on the thread that runs the job. */
 typedef int (*kavepub_write_callback)(void* user, const void* bytes, size_t size);
@@ -125,7 +134,8 @@ KAVEPUB_API int kavepub_job_set_progress(kavepub_job* job, kavepub_progress_call
  * when it returns. Once for each job. A job needs an input and an output. */
 KAVEPUB_API int kavepub_job_run(kavepub_job* job);
 
-/* Reads the input and fills the report as a run would, but makes no book and needs no output. */
+/* Reads the input and fills the report as a run would, but makes no book and needs no output. Any
+ * number of times before a run. */
 KAVEPUB_API int kavepub_job_examine(kavepub_job* job);
 
 /* Makes a run, or the next one, end soon with KAVEPUB_CANCELLED. From any thread and from signal
@@ -159,9 +169,9 @@ struct kavepub_warning {
 /* Tell these one by one: 1 and *chapter or *warning filled, or 0 when index is past the last one.
  * The strings live as long as the job is not changed. */
 KAVEPUB_API int kavepub_job_chapter(const kavepub_job* job, size_t index,
-                                    struct kavepub_chapter* chapter);
+                                    struct kavepub_chapter* chapter, size_t size);
 KAVEPUB_API int kavepub_job_warning(const kavepub_job* job, size_t index,
-                                    struct kavepub_warning* warning);
+                                    struct kavepub_warning* warning, size_t size);
 
 /* --------------------------------------------------------------------------------------- texts */
 
@@ -192,7 +202,7 @@ KAVEPUB_API int kavepub_text_read(kavepub_text* text, char* buffer, size_t capac
  * by U+FFFD so far). */
 KAVEPUB_API const char* kavepub_text_report(const kavepub_text* text, const char* key);
 KAVEPUB_API int kavepub_text_warning(const kavepub_text* text, size_t index,
-                                     struct kavepub_warning* warning);
+                                     struct kavepub_warning* warning, size_t size);
 KAVEPUB_API const char* kavepub_text_error(const kavepub_text* text);
 
 #ifdef __cplusplus

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -24,9 +25,13 @@ class Run {
   // is to end; sources call it at least once for each megabyte they read.
   Status Advance(double done);
 
+  // Tells what was found out, under a key of the report: "encoding", "paragraphs".
+  void Tell(const std::string& key, std::string value) { facts[key] = std::move(value); }
+
   void Warn(Warning warning) { warnings.push_back(std::move(warning)); }
 
   std::function<bool(double)> progress;  // true to cancel
+  std::map<std::string, std::string> facts;
   std::vector<Warning> warnings;
 
  private:

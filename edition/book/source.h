@@ -1,0 +1,27 @@
+// What makes the model of a book from inputs of one kind.
+#ifndef KAVEPUB_BOOK_SOURCE_H
+#define KAVEPUB_BOOK_SOURCE_H
+
+#include <string>
+#include <vector>
+
+#include "edition/book/input.h"
+#include "edition/book/result.h"
+#include "edition/book/run.h"
+#include "edition/book/sink.h"
+
+// What its host has to say about the reading of inputs. Empty where that is to be found out.
+struct SourceOptions {
+  std::string language;    // a tag of BCP 47
+  std::string chapters;    // "none", or a regular expression for headings
+  std::string encoding;    // by name
+  std::string paragraphs;  // "line" or "wrapped"
+  bool isStrict = false;   // even a single byte that is no character is a failure
+};
+
+// Reads the inputs, of which there is at least one, and gives the book to the sink, from Begin to
+// Finish. What it finds out beside that, it tells the run.
+using Source = Status (*)(const std::vector<Input>& inputs, const SourceOptions& options,
+                          BookSink& sink, Run& run);
+
+#endif
