@@ -89,6 +89,7 @@ class KAV_EPUB_API EpubBase {
   void SetImportRoot(const char* directory);
 
   // Appends rules to the style sheet of the book as they are; a null text appends nothing.
+  // EPUB_E_FAILED when it does not take all of them; EPUB_OK even when it cannot be opened.
   int AppendPropToCSS(const char* text);
 
   // Writes the package and navigation documents and packs the book into outputPath, which appears

@@ -93,9 +93,11 @@ int EpubBase::GenerateCSSFile() {
 int EpubBase::AppendPropToCSS(const char* text) {
   if (cssPath.empty()) return EPUB_OK;  // there is no book yet that could lack the text
   OutputFile file(cssPath, OutputFile::Mode::kAppend);
-  if (file.IsOpen() && text != nullptr) file.Write(text);
-  if (!file.Close()) state->isIncomplete = true;
-  return EPUB_OK;
+  const bool isOpen = file.IsOpen();
+  if (isOpen && text != nullptr) file.Write(text);
+  if (file.Close()) return EPUB_OK;
+  state->isIncomplete = true;
+  return isOpen ? EPUB_E_FAILED : EPUB_OK;
 }
 
 int EpubBase::ClearData() {

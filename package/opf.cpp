@@ -42,11 +42,12 @@ std::string IdOf(const PackageRecords::Item& item) {
 std::string MediaTypeOf(const PackageRecords::Item& item) {
   // Readers look for the cover's picture under this type, whatever it is.
   if (item.number == kCoverImage) return kJpegMediaType;
+  if (item.number == kCoverPage) return kXhtmlMediaType;
   return MediaTypeOf(std::string_view(*item.href).substr(item.href->rfind('.') + 1));
 }
 
 bool IsPage(const PackageRecords::Item& item) {
-  return item.number == kCoverPage || MediaTypeOf(item) == kXhtmlMediaType;
+  return MediaTypeOf(item) == kXhtmlMediaType;
 }
 
 void WriteMetadata(DocumentWriter& opf, const PackageRecords& package) {

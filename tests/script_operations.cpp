@@ -98,7 +98,7 @@ World::World()
           {"part title", [this] { return part.InitOpfFile(Text(), "Anon"), 0; }},
           {"part author", [this] { return part.InitOpfFile("", Text()), 0; }},
           {"part record", [this] { return part.AddRecordToOpf(Text()); }},
-          {"part cover", [this] { return part.AddCoverToOpf("cover.html", "images/cover.jpg"); }},
+          {"part cover", [this] { return part.AddCoverToOpf(Text(), "images/cover.jpg"); }},
           {"part save-opf", [this] { return part.SaveOpfFile(Target()); }},
           {"part contents", [this] { return part.InitNcxFile(Text()), 0; }},
           {"part entry", [this] { return part.AddRecordToNcx(Text()); }},
