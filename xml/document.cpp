@@ -92,11 +92,27 @@ XMLBase::~XMLBase() {
 }
 
 void XMLBase::Destroy() {
+  FreeLooseRoot();
   FreeDocument(doc);
   root = nullptr;
+  ForgetNodes();
+  incomplete = false;
+}
+
+// A root that was made without a document is in none.
+void XMLBase::FreeLooseRoot() {
+  if (root == nullptr || root->doc != nullptr) return;
+  xmlFreeNode(root);
+  root = nullptr;
+}
+
+// Nodes are about to go, or have gone: nothing may point at them.
+void XMLBase::ForgetNodes() {
+  currentAttr = nullptr;
+  anchorLinks.clear();
+  idOwners.clear();
   lastFound = nullptr;
   newest.clear();
-  incomplete = false;
 }
 
 std::uint32_t XMLBase::Init() {
@@ -109,7 +125,7 @@ std::uint32_t XMLBase::Init() {
 }
 
 std::uint32_t XMLBase::InitForOpf() {
-  Destroy();
+  if (doc != nullptr) Destroy();  // a root without a document stays
   doc = NewDocument();
   return doc == nullptr ? EPUB_E_CREATE_DOCUMENT : EPUB_OK;
 }
@@ -124,16 +140,15 @@ std::uint32_t XMLBase::AppendElement(const char* parentPath, const char* name, x
     if (element == nullptr) incomplete = true;
     return EPUB_OK;
   }
-  if (doc == nullptr) return EPUB_E_CREATE_DOCUMENT;
   element = Whole(xmlNewDocNode(doc, nullptr, Xml(name), nullptr));
   if (element == nullptr) {
     incomplete = true;
     return EPUB_E_CREATE_DOCUMENT;
   }
+  FreeLooseRoot();
   root = element;
-  lastFound = nullptr;
-  newest.clear();
-  xmlFreeNode(xmlDocSetRootElement(doc, root));
+  ForgetNodes();
+  if (doc != nullptr) xmlFreeNode(xmlDocSetRootElement(doc, root));
   return EPUB_OK;
 }
 
@@ -171,7 +186,6 @@ std::uint32_t XMLBase::SetNodeAttribute(const char* path, const char* name, cons
   if (KavIsStrNullOrEmpty(path) != 0) return EPUB_E_ARGUMENT;
   xmlNode* element = FindByRule(path);
   if (element == nullptr) return EPUB_E_NOT_FOUND;
-  if (!IsXmlName(Xml(name))) return EPUB_E_ARGUMENT;
   if (!SetAttribute(element, name, value)) incomplete = true;
   return EPUB_OK;
 }

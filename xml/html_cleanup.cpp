@@ -229,9 +229,7 @@ int XMLBase::Repair(xmlDtd* dtd, xmlNode* body) {
   }
   if (!WrapLooseContent(body) || state.incomplete) incomplete = true;
   RemoveNameless(root);
-  currentAttr = nullptr;
-  lastFound = nullptr;
-  newest.clear();
+  ForgetNodes();
   xmlResetLastError();  // it names nodes that are gone
   return EPUB_OK;
 }

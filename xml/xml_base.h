@@ -68,9 +68,10 @@ class KAV_EPUB_API XMLBase {
   std::uint32_t InitForOpf();
 
   // Appends an element, with the attributes of the chain in its order, to the element at
-  // parentPath; with a null parentPath it becomes the root, in place of a former one.
-  // EPUB_E_ARGUMENT when name is no XML name; EPUB_E_NOT_FOUND when there is no such parent;
-  // EPUB_E_CREATE_DOCUMENT when the root cannot be made.
+  // parentPath; with a null parentPath it becomes the root, in place of a former one. Without a
+  // document the root stands alone, is found by paths and is never saved. EPUB_E_ARGUMENT when name
+  // is no XML name; EPUB_E_NOT_FOUND when there is no such parent; EPUB_E_CREATE_DOCUMENT when
+  // memory runs out for the root.
   std::uint32_t AddXMLNode(const char* parentPath, const char* name, XMLAttrInfo* attrs);
   KAV_EPUB_LOCAL std::uint32_t AddElement(const char* parentPath, const char* name,
                                           std::initializer_list<XmlAttribute> attrs = {});
@@ -81,7 +82,7 @@ class KAV_EPUB_API XMLBase {
   std::uint32_t AddTextToNode(const char* path, const char* text);
 
   // Sets one attribute of the element at path, in place of a former value; "&" stands for itself.
-  // Results as for AddTextToNode; EPUB_E_ARGUMENT also when name is no XML name.
+  // Nothing is set when name is no XML name. Results as for AddTextToNode.
   std::uint32_t SetNodeAttribute(const char* path, const char* name, const char* value);
 
   // The first element that path names, among start and its following siblings; null when none.
@@ -122,7 +123,10 @@ class KAV_EPUB_API XMLBase {
   static std::string& PercentEncoding(std::string& text);
 
   // Takes a foreign HTML file into the document, made by Init: a new head with the title, and the
-  // file's body as XHTML 1.0 Strict. Local files that the page refers to are looked for in
+  // file's body as XHTML 1.0 Strict. An object is meant for one page: a second call is safe and
+  // replaces the page, but what was registered stays. The ids of the first page count as taken, its
+  // local files are still handed out, and the head that comes after its body is emptied.
+  // Local files that the page refers to are looked for in
   // sourceDir and handed out by GetXhtmlExternSource. EPUB_E_NO_DOCUMENT without a document;
   // EPUB_E_OPEN when the file cannot be read or parsed; EPUB_E_NOT_FOUND when it has no root
   // element or body; EPUB_E_MISSING when there is no DTD at dtdPath; EPUB_E_VALIDATION or
@@ -176,6 +180,8 @@ class KAV_EPUB_API XMLBase {
   KAV_EPUB_LOCAL xmlNode* FindByRule(const char* path);
   KAV_EPUB_LOCAL xmlNode* FindBesideLast(const std::string& name);
   KAV_EPUB_LOCAL void ForgetBelow(const xmlNode* node);
+  KAV_EPUB_LOCAL void ForgetNodes();
+  KAV_EPUB_LOCAL void FreeLooseRoot();
 
   KAV_EPUB_LOCAL bool IsLocalFile(const std::string& path) const;
   KAV_EPUB_LOCAL void MarkLink(xmlNode* node);
