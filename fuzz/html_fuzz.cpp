@@ -13,9 +13,11 @@ namespace {
 constexpr const char* kFiles[] = {"p.png",     "b.html", "a b.png",
                                   "sub/q.jpg", "q.jpg",  "private.png"};
 constexpr char kText[] = "string(//*[local-name()='body'])";
+// Of schemes, case does not matter to a reader, nor do blanks. The rules are about "a" only.
 constexpr char kActive[] =
     "count(//*[local-name()='script' or @onclick or @onmouseover or @onkeydown or"
-    " starts-with(@href, 'javascript:') or starts-with(@src, 'http:')])";
+    " starts-with(translate(@src, 'HTP', 'htp'), 'http:')] | //*[local-name()='a' and"
+    " starts-with(translate(@href, 'JAVSCRIPT \t\r\n', 'javscript'), 'javascript:')])";
 
 // What a page becomes; empty when there is nothing in it.
 std::string Cleaned(const std::string& html, Sandbox& box, const std::string& name) {

@@ -1,6 +1,7 @@
 // The MOBI reader and the conversion that it feeds: whatever the file says, a page whose references
 // lead to what was extracted, or one of the documented codes.
 #include <libxml/HTMLparser.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -12,6 +13,16 @@
 #include "service/epub_service.h"
 
 namespace {
+
+// Where links out of the book may lead; schemes are the same in any case of their letters.
+constexpr std::string_view kOuterSchemes[] = {"http://", "https://", "mailto:", "ftp://"};
+
+bool LeadsOut(const std::string& href) {
+  return std::any_of(std::begin(kOuterSchemes), std::end(kOuterSchemes),
+                     [&](std::string_view scheme) {
+                       return strncasecmp(href.c_str(), scheme.data(), scheme.size()) == 0;
+                     });
+}
 
 std::string Taken(char* text) {
   std::string copy = text == nullptr ? "" : text;
@@ -30,8 +41,8 @@ void CheckPage(const std::string& directory, const std::string& cover) {
   Require(pictures == FilesBelow(directory), "pictures are those of the page");
   const auto ids = XPathTexts(page, "//@id");
   for (const std::string& href : XPathTexts(page, "//a/@href")) {
-    const bool isOutside = href.starts_with("http") || href.starts_with("mailto:");
-    Require(isOutside || std::count(ids.begin(), ids.end(), href.substr(1)) == 1, href + " leads");
+    Require(LeadsOut(href) || std::count(ids.begin(), ids.end(), href.substr(1)) == 1,
+            href + " leads");
   }
 }
 

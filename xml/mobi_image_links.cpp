@@ -118,6 +118,6 @@ int XMLBase::MobiHtmlProcess(const char* htmlPath, const char* encoding,
   ResolveRecords(doc.get(), images);
   ResolveCover(doc.get(), images.front());
   DeleteNestedDocuments(doc.get());
-  MakeWellFormed(doc.get());
+  MakeWellFormed(doc.get(), encoding);
   return Save(doc.get(), encoding, htmlPath) ? EPUB_OK : EPUB_E_MOBI_HTML;
 }
