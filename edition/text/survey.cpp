@@ -1,0 +1,345 @@
+// Walks over the lines once, with a cheap look at each and a close one at those that may be
+// headings.
+#include "edition/text/survey.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "edition/text/characters.h"
+
+namespace {
+
+constexpr size_t kNone = SIZE_MAX;
+constexpr size_t kHeadBytes = 1024;  // of a line that does not end in its piece
+constexpr size_t kMeasuredLines = 100'000;
+constexpr size_t kMostCandidates = 250'000;
+constexpr size_t kMostListEntries = 50'000;
+constexpr size_t kLongestListEntry = 110;  // characters
+constexpr size_t kShortLine = 45;          // characters; a paragraph may end behind it
+constexpr size_t kLongestSetApart = 70;
+constexpr std::u32string_view kEnds = U".!?:;\"”’'»。！？：；」』…）)]】*_-—–";
+
+std::uint8_t Saturated(size_t value) {
+  return static_cast<std::uint8_t>(std::min<size_t>(value, UINT8_MAX));
+}
+
+bool EndsAsSentence(std::string_view text) {
+  return text.empty() || kEnds.find(LastOf(text)) != std::u32string_view::npos;
+}
+
+bool HasCapitalsOnly(std::string_view text) {
+  bool hasCapital = false;
+  for (size_t i = 0; i < text.size();) {
+    const Character c = CharacterAt(text, i);
+    if (IsSmall(c.code)) return false;
+    hasCapital = hasCapital || IsCapital(c.code);
+    i += c.length;
+  }
+  return hasCapital;
+}
+
+// Characters that lines of source code and of records end with, and prose does not.
+bool LooksLikeCode(std::string_view head, std::string_view tail) {
+  if (tail.empty()) return false;
+  const char last = tail.back();
+  if (last == '{' || last == '}' || last == ';' || last == '\\' || tail.ends_with("*/"))
+    return true;
+  static constexpr std::string_view kBeginnings[] = {
+      "#include", "import ", "def ",  "return ",   "if (",    "for (",    "//",
+      "/*",       "* ",      "self.", "class ",    "public ", "private ", "static ",
+      "const ",   "var ",    "let ",  "function ", "</",      "<",        "@",
+      "elif ",    "else:",   "try:",  "print(",    "from "};
+  return std::any_of(std::begin(kBeginnings), std::end(kBeginnings),
+                     [head](std::string_view b) { return head.starts_with(b); }) ||
+         last == '(' ||
+         (last == ')' && head.find('(') != std::string_view::npos &&
+          head.find(' ') == std::string_view::npos);
+}
+
+// Fields of a table, or the time at the beginning of a line of a log.
+bool LooksLikeRecord(std::string_view head) {
+  const auto count = [head](char c) { return std::count(head.begin(), head.end(), c); };
+  if (count('\t') >= 2 || count('|') >= 3) return true;
+  const auto commas = count(',');
+  if ((commas >= 3 && count(' ') <= commas) || count(';') >= 4) return true;
+  size_t digits = 0;
+  for (size_t i = 0; i < std::min<size_t>(head.size(), 24); ++i) {
+    digits += IsDigit(static_cast<unsigned char>(head[i])) ? 1 : 0;
+  }
+  return digits >= 8 && count(':') >= 2;
+}
+
+}  // namespace
+
+bool LineStatistics::IsWrapped() const {
+  if (textLines == 0) return false;
+  const std::uint64_t longOnes = widths[kWidest];
+  if (longOnes * 12 > textLines) return false;
+  return followers * 3 > textLines && unfinished * 4 > textLines && ShareOfFullLines() > 0.3;
+}
+
+double LineStatistics::ShareOfFullLines() const {
+  size_t widest = kWidest;
+  for (std::uint64_t wider = widths[widest]; wider * 20 < textLines && widest > 0;) {
+    wider += widths[--widest];
+  }
+  std::uint64_t full = 0;
+  for (size_t width = widest * 4 / 5; width <= kWidest; ++width) full += widths[width];
+  return textLines == 0 ? 0 : static_cast<double>(full) / static_cast<double>(textLines);
+}
+
+Survey::Survey() : openNext(kNone), openBlock(kNone), openSecond(kNone) {}
+
+void Survey::Feed(std::string_view piece) {
+  result.lines.bytes += piece.size();
+  if (partialBytes > 0) {
+    const size_t end = std::min(piece.find('\n'), piece.size());
+    if (partial.size() < kHeadBytes) partial.append(piece.substr(0, std::min(end, kHeadBytes)));
+    partialBytes += end;
+    if (end == piece.size()) return;
+    const std::string line = std::move(partial);
+    partial.clear();
+    TakeLine(line);
+    offset += partialBytes + 1;
+    partialBytes = 0;
+    piece.remove_prefix(end + 1);
+  }
+  while (!piece.empty()) {
+    const auto* end = static_cast<const char*>(std::memchr(piece.data(), '\n', piece.size()));
+    if (end == nullptr) {
+      partial = piece.substr(0, kHeadBytes);
+      partialBytes = piece.size();
+      return;
+    }
+    const auto length = static_cast<size_t>(end - piece.data());
+    TakeLine(piece.substr(0, length));
+    offset += length + 1;
+    piece.remove_prefix(length + 1);
+  }
+}
+
+SurveyResult Survey::Finish() {
+  if (partialBytes > 0) TakeLine(partial);
+  CloseBlock();
+  return std::move(result);
+}
+
+void Survey::TakeLine(std::string_view line) {
+  ++result.lines.lines;
+  const std::string_view head = WithoutBlanksBefore(line);
+  if (head.empty()) {
+    TakeBlank();
+    ++lineNumber;
+    return;
+  }
+  Line read{WithoutBlanksBehind(head), {}, 0, line.size(), 0};
+  read.tail = read.head;
+  read.indent = CountCharacters(line.substr(0, line.size() - head.size()));
+  read.characters = CountCharacters(read.head);
+  if (lineNumber < kMeasuredLines) Measure(read);
+  FillNext(read);
+  if (CanBegin(read))
+    TryHeading(read);
+  else if (inList)
+    ListEntry(read, nullptr);
+  previousLength = read.characters;
+  previousEndsSentence = EndsAsSentence(read.tail);
+  blanks = 0;
+  ++lineNumber;
+  ++textLine;
+}
+
+void Survey::TakeBlank() {
+  if (blanks++ == 0) CloseBlock();
+}
+
+void Survey::Measure(const Line& line) {
+  LineStatistics& lines = result.lines;
+  ++lines.textLines;
+  ++lines.widths[std::min(line.characters, LineStatistics::kWidest)];
+  const bool follows = blanks == 0 && textLine > 0;
+  if (follows) ++lines.followers;
+  if (line.indent > 0) ++lines.indented;
+  if (follows && line.indent > 0) ++lines.followersIndented;
+  if (follows && !previousEndsSentence && previousLength > kShortLine / 3) ++lines.unfinished;
+  if (line.tail.ends_with('-') && !line.tail.ends_with("--")) ++lines.hyphens;
+  const bool isWide = line.characters * 2 < line.head.size();
+  if (isWide) ++lines.wide;
+  if (!isWide && LooksLikeCode(line.head, line.tail)) ++lines.code;
+  if (!isWide && LooksLikeRecord(line.head)) ++lines.records;
+}
+
+void Survey::FillNext(const Line& line) {
+  if (openSecond != kNone) {
+    if (blanks == 0)
+      result.candidates[openSecond].secondLength = Saturated(line.characters);
+    else
+      result.candidates[openSecond].surrounding |= Candidate::kNextStandsAlone;
+    openSecond = kNone;
+  }
+  if (openNext == kNone) return;
+  Candidate& candidate = result.candidates[openNext];
+  candidate.blanksBehind = Saturated(blanks);
+  candidate.nextLength = Saturated(line.characters);
+  const char32_t first = FirstOf(line.head);
+  const char32_t last = LastOf(line.head);
+  int is = 0;
+  if (HasCapitalsOnly(line.head.substr(0, 200))) is |= Candidate::kNextIsCapitals;
+  if (std::u32string_view(U".!?:;,\"”。！？：；，」』…").find(last) != std::u32string_view::npos) {
+    is |= Candidate::kNextEndsSentence;
+  }
+  if (IsSmall(first) ||
+      std::u32string_view(U"\"“‘「『„«'—").find(first) != std::u32string_view::npos) {
+    is |= Candidate::kNextIsSpeech;
+  }
+  candidate.surrounding = static_cast<std::uint8_t>(candidate.surrounding | is);
+  openSecond = openNext;
+  openNext = kNone;
+}
+
+void Survey::CloseBlock() {
+  if (openBlock == kNone) return;
+  for (size_t i = openBlock; i < result.candidates.size(); ++i) {
+    result.candidates[i].blockLines = Saturated(lineNumber - result.candidates[i].line);
+  }
+  openBlock = kNone;
+}
+
+// A cheap look: most lines of wrapped prose end here.
+bool Survey::CanBegin(const Line& line) const {
+  if (line.bytes > kLongestHeadingLine || line.characters > 180) return false;
+  const auto first = static_cast<unsigned char>(line.head.front());
+  if (blanks == 0 && !previousEndsSentence && previousLength > kShortLine && first < 0x80)
+    return false;
+  return true;
+}
+
+// A list ends where it is named again what it began with, after a pause, or with prose.
+bool Survey::IsEndOfList(const Line& line, const HeadingLine* heading, std::uint64_t hash) const {
+  const bool isWide = line.characters * 2 < line.head.size();
+  if (line.characters > (isWide ? kLongestListEntry / 2 : kLongestListEntry)) return true;
+  if (listEntries < 2) return false;
+  if (blanks > std::max<size_t>(listLongestPause + 1, 3)) return true;
+  if (hash != 0 && std::find(listFirst.begin(), listFirst.end(), hash) != listFirst.end())
+    return true;
+  return heading != nullptr && heading->form != HeadingLine::Form::kNamed && !listAtVolume &&
+         KindOf(heading->part.unit, heading->detail) == listKind &&
+         heading->part.number < listNumber;
+}
+
+// Learns what a list of contents names.
+void Survey::ListEntry(const Line& line, const HeadingLine* heading) {
+  const std::uint64_t hash = LettersHash(line.head.substr(heading == nullptr ? 0 : heading->body));
+  if (listed.size() > kMostListEntries || IsEndOfList(line, heading, hash)) {
+    inList = false;
+    return;
+  }
+  if (listEntries > 0) listLongestPause = std::max(listLongestPause, blanks);
+  if (hash == 0) return;
+  if (listEntries < listFirst.size()) listFirst[listEntries] = hash;
+  ++listEntries;
+  const bool isNumbered = heading != nullptr && heading->form != HeadingLine::Form::kNamed;
+  listAtVolume = isNumbered && RankOf(heading->part.unit) == Rank::kVolume;
+  if (isNumbered && !listAtVolume) {
+    listKind = KindOf(heading->part.unit, heading->detail);
+    listNumber = heading->part.number;
+  }
+  listed.emplace(hash, static_cast<std::int32_t>(listed.size()) + 1);
+  if (isNumbered && heading->title < line.head.size()) {
+    const std::uint64_t title = LettersHash(line.head.substr(heading->title));
+    if (title != 0) listed.emplace(title, 0);
+  }
+}
+
+bool Survey::IsBeginOfBook(const Line& line) {
+  if (!line.head.starts_with("***")) return false;
+  const std::string_view text = WithoutBlanksBefore(line.head.substr(3));
+  const bool isMark = line.head.find("PROJECT GUTENBERG") != std::string_view::npos;
+  if (!isMark) return false;
+  if (text.starts_with("START") && result.firstLine == 0) {
+    result.firstLine = lineNumber + 1;
+    result.candidates.clear();
+    openNext = openBlock = openSecond = kNone;
+    inList = false;
+    listed.clear();
+    return true;
+  }
+  if (text.starts_with("END") && result.endLine == UINT32_MAX) {
+    result.endLine = lineNumber;
+    return true;
+  }
+  return false;
+}
+
+void Survey::TryHeading(const Line& line) {
+  if (IsBeginOfBook(line) || result.endLine != UINT32_MAX) return;
+  HeadingLine heading;
+  const bool isHeading = ReadHeadingLine(line.head, heading);
+  const bool wasInList = inList;
+  if (inList) ListEntry(line, isHeading ? &heading : nullptr);
+
+  if (isHeading && heading.place == NamedPlace::kContents) {
+    inList = true;
+    listEntries = 0;
+    listLongestPause = 0;
+    listKind = 0;
+    listAtVolume = false;
+    listFirst = {};
+    return;
+  }
+  const bool isInside = wasInList && inList;
+  const auto found = isInside || listed.empty() || line.characters > kLongestListEntry
+                         ? listed.end()
+                         : listed.find(LettersHash(line.head));
+  constexpr std::u32string_view kNoBeginnings = U"\"“‘「『„«[";
+  const bool isListed =
+      found != listed.end() && kNoBeginnings.find(FirstOf(line.head)) == std::u32string_view::npos;
+  std::uint32_t kind = 0;
+  if (isHeading) {
+    kind = heading.form == HeadingLine::Form::kNamed
+               ? KindOf(kNoUnit, static_cast<std::uint16_t>(heading.place))
+               : KindOf(heading.part.unit, heading.detail);
+  } else if (isListed) {
+    heading.form = HeadingLine::Form::kNamed;
+    heading.part.number = found->second;
+    kind = KindOf(kListedUnit, 0);
+  } else if (blanks >= 2 && line.characters <= kLongestSetApart && HasCapitalsOnly(line.head)) {
+    heading.form = HeadingLine::Form::kNamed;
+    kind = KindOf(kSetApartUnit, 0);
+  } else {
+    return;
+  }
+  AddCandidate(line, heading, kind);
+  if (isListed && !result.candidates.empty())
+    result.candidates.back().surrounding |= Candidate::kIsListed;
+  if (isInside && !result.candidates.empty())
+    result.candidates.back().surrounding |= Candidate::kInsideList;
+}
+
+void Survey::AddCandidate(const Line& line, const HeadingLine& heading, std::uint32_t kind) {
+  if (result.candidates.size() >= kMostCandidates) return;
+  Candidate candidate;
+  candidate.offset = offset;
+  candidate.line = lineNumber;
+  candidate.textLine = textLine;
+  candidate.kind = kind;
+  candidate.number = heading.part.number;
+  if (heading.outer.unit != kNoUnit) {
+    candidate.outerKind = KindOf(heading.outer.unit, 0);
+    candidate.outerNumber = heading.outer.number;
+  }
+  candidate.titleHash = static_cast<std::uint32_t>(
+      LettersHash(line.head.substr(std::min(heading.title, line.head.size()))));
+  candidate.flags = heading.flags;
+  candidate.form = heading.form;
+  candidate.place = heading.place;
+  const bool isAfterShort = previousEndsSentence || previousLength < kShortLine;
+  candidate.surrounding = isAfterShort ? Candidate::kSentenceBefore : 0;
+  candidate.indent = Saturated(line.indent);
+  candidate.length = Saturated(line.characters);
+  candidate.blanksBefore = Saturated(textLine == 0 ? 9 : blanks);
+  const size_t index = result.candidates.size();
+  result.candidates.push_back(candidate);
+  openNext = index;
+  if (openBlock == kNone || blanks > 0) openBlock = index;
+}
