@@ -15,6 +15,7 @@
 
 #include "../fileutil/export.h"
 #include "../fileutil/result_codes.h"
+#include "../fileutil/version.h"
 #include "../package/xml_file.h"
 
 // The fragments of the default style sheet, ended by "###".
@@ -26,6 +27,9 @@ class KAV_EPUB_API EpubBase {
   EpubBase();
   // Leaves the working directory where it is.
   ~EpubBase();
+  // The version of the library that is loaded, as KAV_EPUB_VERSION_NUMBER is that of the headers.
+  static int LibraryVersion();
+
   EpubBase(const EpubBase&) = delete;
   EpubBase& operator=(const EpubBase&) = delete;
 

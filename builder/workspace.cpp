@@ -30,6 +30,10 @@ std::string TempDirBelow(const std::string& root) {
 
 }  // namespace
 
+int EpubBase::LibraryVersion() {
+  return KAV_EPUB_VERSION_NUMBER;
+}
+
 EpubBase::EpubBase() : state(std::make_unique<State>()) {}
 
 EpubBase::~EpubBase() = default;

@@ -39,11 +39,13 @@ function(kav_room folder)
   target_link_libraries(${target} PUBLIC ${room_USES} ${room_LINKS} PRIVATE kav_build_rules)
 endfunction()
 
-# kav_shared_library(NAME ROOMS ROOM... PUBLIC_HEADERS HEADER...) makes lib/libNAME.so of the rooms; its
-# exports are those of the linker map NAME.map beside the caller. It is installed with its public
-# headers, which are all that its users in this tree see, and finds its companions beside itself.
+# kav_shared_library(NAME [ABI NUMBER] ROOMS ROOM... PUBLIC_HEADERS HEADER... [LINKS LIBRARY...]) makes
+# lib/libNAME.so of the rooms; its exports are those of the linker map NAME.map beside the caller. It is
+# installed with its public headers, which are all that its users in this tree see, and finds its
+# companions beside itself. With ABI, programs look for libNAME.so.NUMBER; a library that others may
+# replace by one of its name has none.
 function(kav_shared_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 library "" "" "ROOMS;PUBLIC_HEADERS;LINKS")
+  cmake_parse_arguments(PARSE_ARGV 1 library "" "ABI" "ROOMS;PUBLIC_HEADERS;LINKS")
   set(view ${CMAKE_BINARY_DIR}/include/${name})
   file(REMOVE_RECURSE ${view})
   foreach(header IN LISTS library_PUBLIC_HEADERS)
@@ -69,6 +71,9 @@ function(kav_shared_library name)
   target_link_options(${name} PRIVATE LINKER:--version-script=${map})
   set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS ${map})
   set_target_properties(${name} PROPERTIES INSTALL_RPATH $ORIGIN)
+  if(DEFINED library_ABI)
+    set_target_properties(${name} PROPERTIES SOVERSION ${library_ABI})
+  endif()
   install(TARGETS ${name} EXPORT KavEpubTargets
-          LIBRARY DESTINATION ${KAV_LIBRARY_DIR} COMPONENT runtime)
+          LIBRARY DESTINATION ${KAV_LIBRARY_DIR} COMPONENT runtime NAMELINK_COMPONENT development)
 endfunction()

@@ -55,7 +55,7 @@ skipping {
 }
 
 # Declarations: the line that begins one gets the comment.
-/^ *[A-Za-z~]/ && !continued { flush() }
+/^( *[A-Za-z~]|#define )/ && !continued { flush() }
 {
   continued = /[^;{}:>]$/ && !/^ *(#|$)/ && !/^ *[A-Z_]+ = .*,$/
   # Fields without a comment are explained by that of their record.

@@ -30,6 +30,6 @@ KAV_EPUB_API int MoveDir(const char* src, const char* dst);
 KAV_EPUB_API void GetFileOrDirFromPath(const char* path, std::string& name, std::string& dir);
 
 // Does nothing: a file is made by the open that writes it. Kept for hosts that call it.
-KAV_EPUB_API void CreateFile(const char* path);
+KAV_EPUB_API KAV_EPUB_DEPRECATED("it does nothing") void CreateFile(const char* path);
 
 #endif

@@ -12,7 +12,8 @@
 
 namespace {
 
-constexpr char kCopyright[] = "Copyright (c) 2026 The Kav EPUB developers. MIT license.";
+constexpr char kCopyright[] =
+    "Kav EPUB " KAV_EPUB_VERSION ". Copyright (c) 2026 The Kav EPUB developers. MIT license.";
 
 // Runs one operation for a host in C; what it throws (memory ran out) becomes a code.
 template <typename Operation>

@@ -16,6 +16,7 @@
 #include "../convert/progress_callback.h"
 #include "../fileutil/export.h"
 #include "../fileutil/result_codes.h"
+#include "../fileutil/version.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -93,8 +94,8 @@ KAV_EPUB_API TEpubService* CreateEpubService(void);
 /* Releases a record, with a builder that it still holds and that builder's working files. */
 KAV_EPUB_API void FreeEpubService(TEpubService* record);
 
-/* The one-line copyright notice, a new string for the caller to free(); null when memory runs out.
- */
+/* The one-line notice, "Kav EPUB 0.2.0. Copyright ...", a new string for the caller to free(); null
+ * when memory runs out. */
 KAV_EPUB_API char* GetEpubCopyright(void);
 
 #ifdef __cplusplus

@@ -89,13 +89,19 @@ TEST(Service, ReleasesTheBuilderWithItsFiles) {
   EXPECT_FALSE(fs::exists(dir / "epub_temp"));
 }
 
-TEST(Service, TheNoticeIsOneLineAndTheCallers) {
+TEST(Service, TheNoticeTellsTheVersionOnOneLine) {
+  const int version = EpubBase::LibraryVersion();
+  EXPECT_EQ(version, KAV_EPUB_VERSION_NUMBER);
+  const std::string beginning = "Kav EPUB " + std::to_string(version / 1'000'000) + "." +
+                                std::to_string(version / 1000 % 1000) + "." +
+                                std::to_string(version % 1000) + ". Copyright ";
+
   char* first = GetEpubCopyright();
   char* second = GetEpubCopyright();
   ASSERT_NE(first, nullptr);
   EXPECT_NE(first, second);
   EXPECT_STREQ(first, second);
-  EXPECT_NE(*first, '\0');
+  EXPECT_TRUE(std::string(first).starts_with(beginning)) << first;
   EXPECT_EQ(std::string(first).find('\n'), std::string::npos);
   free(first);
   free(second);

@@ -17,7 +17,7 @@ OFFERS_OF_ZSH = SOURCE / "tests" / "end_to_end" / "offers_of_zsh.zsh"
 COMPLETIONS = SOURCE / "packaging" / "completions"
 STRICT = ("-Wall", "-Wextra", "-Wpedantic", "-Werror")
 C_HEADERS = {"service/epub_service.h", "convert/progress_callback.h", "fileutil/export.h",
-             "fileutil/result_codes.h"}
+             "fileutil/result_codes.h", "fileutil/version.h"}
 CPP_HEADERS = {"convert/epub_management.h", "builder/epub_base.h", "package/xml_file.h",
                "xml/xml_base.h", "fileutil/fileutil.h"}
 
