@@ -9,7 +9,7 @@ from book import BUILD, JPEG, PNG, SOURCE, WITHOUT_COVER, Book, ToolTest, run
 from transcript import COMMAND, come_out, is_as_expected
 
 DOCS = SOURCE / "docs"
-PAGES = sorted(DOCS.glob("*.md")) + [SOURCE / "README.md"]
+PAGES = sorted(DOCS.glob("*.md")) + sorted(SOURCE.glob("*.md"))
 STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 # A host is checked for leaks: the examples show who releases what.
 BUILDING = [f"-I{SOURCE}", f"-I{SOURCE}/service", "-fsanitize=address,undefined",
@@ -91,6 +91,11 @@ class Pages(unittest.TestCase):
                     if place:
                         headings = re.findall(r"^#+ (.*)$", linked.read_text(), re.MULTILINE)
                         self.assertIn(place, [h.lower().replace(" ", "-") for h in headings])
+
+    def test_named_files_exist(self):
+        text = (SOURCE / "CONTRIBUTING.md").read_text()
+        for name in re.findall(r"`([a-z_0-9./-]+/[a-z_0-9.-]*)`", text):
+            self.assertTrue((SOURCE / name).exists(), name)
 
     def test_examples_are_marked(self):
         for page in PAGES:
