@@ -42,8 +42,8 @@ endfunction()
 # kav_shared_library(NAME [ABI NUMBER] ROOMS ROOM... PUBLIC_HEADERS HEADER... [LINKS LIBRARY...]) makes
 # lib/libNAME.so of the rooms; its exports are those of the linker map NAME.map beside the caller. It is
 # installed with its public headers, which are all that its users in this tree see, and finds its
-# companions beside itself. With ABI, programs look for libNAME.so.NUMBER; a library that others may
-# replace by one of its name has none.
+# companions beside itself. With ABI it stands alone: programs look for NAME.so.NUMBER, and the caller
+# installs it.
 function(kav_shared_library name)
   cmake_parse_arguments(PARSE_ARGV 1 library "" "ABI" "ROOMS;PUBLIC_HEADERS;LINKS")
   set(view ${CMAKE_BINARY_DIR}/include/${name})
@@ -52,16 +52,15 @@ function(kav_shared_library name)
     cmake_path(GET header PARENT_PATH folder)
     file(MAKE_DIRECTORY ${view}/${folder})
     file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${header} ${view}/${header} SYMBOLIC)
-    install(FILES ${PROJECT_SOURCE_DIR}/${header}
-            DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kav_epub/${folder} COMPONENT development)
+    if(NOT DEFINED library_ABI)
+      install(FILES ${PROJECT_SOURCE_DIR}/${header}
+              DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kav_epub/${folder} COMPONENT development)
+    endif()
   endforeach()
 
   add_library(${name} SHARED)
   set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
-  target_include_directories(
-    ${name} INTERFACE $<BUILD_INTERFACE:${view}>
-                      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kav_epub>
-                      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kav_epub/service>)
+  target_include_directories(${name} INTERFACE $<BUILD_INTERFACE:${view}>)
   foreach(room IN LISTS library_ROOMS)
     string(MAKE_C_IDENTIFIER room_${room} target)
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:${target}>)
@@ -72,8 +71,12 @@ function(kav_shared_library name)
   set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS ${map})
   set_target_properties(${name} PROPERTIES INSTALL_RPATH $ORIGIN)
   if(DEFINED library_ABI)
-    set_target_properties(${name} PROPERTIES SOVERSION ${library_ABI})
+    set_target_properties(${name} PROPERTIES PREFIX "" SOVERSION ${library_ABI})
+    return()
   endif()
+  target_include_directories(
+    ${name} INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kav_epub>
+                      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kav_epub/service>)
   install(TARGETS ${name} EXPORT KavEpubTargets
-          LIBRARY DESTINATION ${KAV_LIBRARY_DIR} COMPONENT runtime NAMELINK_COMPONENT development)
+          LIBRARY DESTINATION ${KAV_LIBRARY_DIR} COMPONENT runtime)
 endfunction()

@@ -16,6 +16,10 @@ constexpr int kMonths = 12;
 constexpr int kDays = 31;
 constexpr size_t kLongestSubtag = 8;
 
+constexpr std::string Metadata::*kTexts[] = {
+    &Metadata::title,       &Metadata::language, &Metadata::publisher, &Metadata::date,
+    &Metadata::description, &Metadata::rights,   &Metadata::series,    &Metadata::seriesIndex};
+
 bool IsBlank(char letter) {
   return letter == ' ' || letter == '\t' || letter == '\n' || letter == '\r';
 }
@@ -42,12 +46,28 @@ bool IsSubtag(std::string_view tag) {
 
 }  // namespace
 
-Metadata Cleaned(Metadata metadata) {
-  for (std::string* text :
-       {&metadata.title, &metadata.language, &metadata.publisher, &metadata.date, &metadata.rights,
-        &metadata.series, &metadata.seriesIndex, &metadata.description}) {
-    *text = OneLine(*text);
+Metadata Merged(Metadata found, const Metadata& wanted) {
+  for (const auto text : kTexts) {
+    if (!(wanted.*text).empty()) found.*text = wanted.*text;
   }
+  for (const Contributor& contributor : wanted.contributors) {
+    std::erase_if(found.contributors,
+                  [&](const Contributor& other) { return other.role == contributor.role; });
+  }
+  found.contributors.insert(found.contributors.end(), wanted.contributors.begin(),
+                            wanted.contributors.end());
+  for (const Identifier& identifier : wanted.identifiers) {
+    std::erase_if(found.identifiers,
+                  [&](const Identifier& other) { return other.scheme == identifier.scheme; });
+  }
+  found.identifiers.insert(found.identifiers.end(), wanted.identifiers.begin(),
+                           wanted.identifiers.end());
+  if (!wanted.subjects.empty()) found.subjects = wanted.subjects;
+  return found;
+}
+
+Metadata Cleaned(Metadata metadata) {
+  for (const auto text : kTexts) metadata.*text = OneLine(metadata.*text);
   for (Contributor& contributor : metadata.contributors) {
     for (std::string* text : {&contributor.name, &contributor.fileAs, &contributor.role}) {
       *text = OneLine(*text);

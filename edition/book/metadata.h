@@ -7,6 +7,8 @@
 #include <vector>
 
 inline constexpr char kAuthorRole[] = "aut";
+inline constexpr char kTranslatorRole[] = "trl";
+inline constexpr char kIsbnScheme[] = "ISBN";
 
 struct Contributor {
   std::string name;
@@ -33,6 +35,10 @@ struct Metadata {
   std::string series;
   std::string seriesIndex;
 };
+
+// What is found out, but with what the host wants in its place. Of contributors and identifiers,
+// those of equal roles and schemes are replaced.
+Metadata Merged(Metadata found, const Metadata& wanted);
 
 // The same with what books cannot hold taken out: characters that XML forbids, line ends, dates and
 // names that are none. A title and a language are always there.

@@ -17,8 +17,12 @@ struct Warning {
 
 class Run {
  public:
+  // Forgets what the last run told.
+  void Begin();
+
   // Any thread, and signal handlers.
   void Cancel() { cancelled = true; }
+  void Resume() { cancelled = false; }
   bool IsCancelled() const { return cancelled; }
 
   // Tells how much of the work is done, from 0 to 1. A failure with KAVEPUB_CANCELLED when the work

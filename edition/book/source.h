@@ -10,13 +10,17 @@
 #include "edition/book/run.h"
 #include "edition/book/sink.h"
 
+// How many bytes of a text may be no characters; these become U+FFFD. A few are so few that the
+// text was hardly read in a wrong encoding.
+enum class EncodingErrors { kFew, kNone, kAny };
+
 // What its host has to say about the reading of inputs. Empty where that is to be found out.
 struct SourceOptions {
   std::string language;    // a tag of BCP 47
   std::string chapters;    // "none", or a regular expression for headings
   std::string encoding;    // by name
   std::string paragraphs;  // "line" or "wrapped"
-  bool isStrict = false;   // even a single byte that is no character is a failure
+  EncodingErrors encodingErrors = EncodingErrors::kFew;
 };
 
 // Reads the inputs, of which there is at least one, and gives the book to the sink, from Begin to

@@ -1,0 +1,131 @@
+// Recognises inputs by their first bytes, and by the extensions of their names.
+#include "edition/input_kind.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr size_t kPeekSize = 1024;
+
+struct Signature {
+  std::string_view bytes;
+  const char* meaning;
+};
+
+constexpr Signature kPictures[] = {
+    {"\xFF\xD8\xFF", "JPEG"}, {"\x89PNG\r\n\x1A\n", "PNG"}, {"GIF87a", "GIF"},
+    {"GIF89a", "GIF"},        {{"II*\0", 4}, "TIFF"},       {{"MM\0*", 4}, "TIFF"},
+};
+constexpr std::string_view kRiff = "RIFF";  // and what it holds, at this place
+constexpr std::string_view kWebp = "WEBP";
+constexpr size_t kRiffTypeAt = 8;
+
+constexpr Signature kForeign[] = {
+    {"PK\x03\x04", "a ZIP, EPUB or office file"},
+    {"%PDF-", "a PDF file"},
+    {"{\\rtf", "an RTF file"},
+    {"\xD0\xCF\x11\xE0", "an old office file"},
+    {"\x1F\x8B", "a gzip file"},
+    {"RIFF", "a sound or video"},
+    {"\x7F"
+     "ELF",
+     "a program"},
+};
+
+// Type and creator of a Palm database, at this place in its header.
+constexpr size_t kPalmTypeAt = 60;
+constexpr std::string_view kPalmTypes[] = {"BOOKMOBI", "TEXtREAd", "TEXtTlDc"};
+
+constexpr std::string_view kHtmlBeginnings[] = {"<!doctype html", "<html", "<head", "<body"};
+constexpr std::string_view kHtmlRoots[] = {"<!doctype html", "<html"};
+
+constexpr struct {
+  const char* extension;
+  InputKind kind;
+} kExtensions[] = {
+    {".html", InputKind::kHtml},     {".htm", InputKind::kHtml},     {".xhtml", InputKind::kHtml},
+    {".md", InputKind::kHtml},       {".mobi", InputKind::kMobi},    {".azw", InputKind::kMobi},
+    {".azw3", InputKind::kMobi},     {".prc", InputKind::kMobi},     {".jpg", InputKind::kPictures},
+    {".jpeg", InputKind::kPictures}, {".png", InputKind::kPictures}, {".gif", InputKind::kPictures},
+    {".svg", InputKind::kPictures},
+};
+
+template <size_t count>
+bool IsOneOf(const std::string_view (&texts)[count], std::string_view text) {
+  return std::find(std::begin(texts), std::end(texts), text) != std::end(texts);
+}
+
+template <size_t count>
+const Signature* FindSignature(const Signature (&table)[count], std::string_view beginning) {
+  const auto* row = std::find_if(std::begin(table), std::end(table), [&](const Signature& entry) {
+    return beginning.starts_with(entry.bytes);
+  });
+  return row == std::end(table) ? nullptr : row;
+}
+
+bool BeginsAlike(std::string_view text, std::string_view beginning) {
+  return text.size() >= beginning.size() &&
+         strncasecmp(text.data(), beginning.data(), beginning.size()) == 0;
+}
+
+bool HoldsAlike(std::string_view text, std::string_view part) {
+  for (size_t at = 0; at + part.size() <= text.size(); ++at) {
+    if (BeginsAlike(text.substr(at), part)) return true;
+  }
+  return false;
+}
+
+bool IsHtml(std::string_view beginning) {
+  if (beginning.starts_with("\xEF\xBB\xBF")) beginning.remove_prefix(3);
+  beginning.remove_prefix(std::min(beginning.find_first_not_of(" \t\r\n"), beginning.size()));
+  if (BeginsAlike(beginning, "<?xml") || beginning.starts_with("<!--")) {
+    return std::any_of(std::begin(kHtmlRoots), std::end(kHtmlRoots),
+                       [&](std::string_view root) { return HoldsAlike(beginning, root); });
+  }
+  return std::any_of(std::begin(kHtmlBeginnings), std::end(kHtmlBeginnings),
+                     [&](std::string_view begin) { return BeginsAlike(beginning, begin); });
+}
+
+InputKind KindByName(std::string_view name) {
+  const size_t dot = std::min(name.rfind('.'), name.size());
+  const std::string extension(name.substr(dot));
+  const auto* row =
+      std::find_if(std::begin(kExtensions), std::end(kExtensions), [&](const auto& candidate) {
+        return strcasecmp(candidate.extension, extension.c_str()) == 0;
+      });
+  return row == std::end(kExtensions) ? InputKind::kText : row->kind;
+}
+
+}  // namespace
+
+Result<InputKind> KindOf(const Input& input) {
+  std::string beginning(kPeekSize, '\0');
+  const Result<size_t> count = input.Read(0, beginning.data(), beginning.size());
+  if (!count) return count.Why();
+  beginning.resize(*count);
+
+  if (FindSignature(kPictures, beginning) != nullptr) return InputKind::kPictures;
+  const bool isRiff = beginning.starts_with(kRiff) && beginning.size() > kRiffTypeAt;
+  if (isRiff && std::string_view(beginning).substr(kRiffTypeAt).starts_with(kWebp)) {
+    return InputKind::kPictures;
+  }
+  if (beginning.size() > kPalmTypeAt &&
+      IsOneOf(kPalmTypes, std::string_view(beginning).substr(kPalmTypeAt, 8))) {
+    return InputKind::kMobi;
+  }
+  if (const Signature* foreign = FindSignature(kForeign, beginning)) {
+    return Failure{KAVEPUB_E_FORMAT,
+                   input.Name() + " is " + foreign->meaning +
+                       "; books are made of texts, HTML, MOBI books and pictures."};
+  }
+  return IsHtml(beginning) ? InputKind::kHtml : KindByName(input.Name());
+}
+
+const char* NameOf(InputKind kind) {
+  constexpr const char* kNames[] = {"text", "html", "mobi", "pictures"};
+  return kNames[static_cast<size_t>(kind)];
+}

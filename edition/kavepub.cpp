@@ -1,0 +1,155 @@
+// The C interface: the one place where failures become codes and exceptions end.
+#include "edition/kavepub.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "edition/job.h"
+
+#define KAVEPUB_TEXT_OF(number) KAVEPUB_DIGITS_OF(number)
+#define KAVEPUB_DIGITS_OF(number) #number
+
+struct kavepub_job {
+  Job job;
+  std::string message;     // of the last failure
+  const char* error = "";  // the same, or a text for which no memory is needed
+};
+
+namespace {
+
+constexpr char kOutOfMemory[] = "Memory ran out.";
+constexpr char kFault[] = "A fault of libkavepub: an exception that nobody expected.";
+constexpr char kNull[] = "An argument is null.";
+
+// Does a step with a handle; its code.
+template <typename Handle, typename Step>
+int Do(Handle* handle, Step step) noexcept {
+  if (handle == nullptr) return KAVEPUB_E_ARGUMENT;
+  try {
+    const Status status = step();
+    if (status) return KAVEPUB_OK;
+    handle->message = status.Why().message;
+    handle->error = handle->message.c_str();
+    return status.Why().code;
+  } catch (const std::bad_alloc&) {
+    handle->error = kOutOfMemory;
+    return KAVEPUB_E_MEMORY;
+  } catch (...) {
+    handle->error = kFault;
+    return KAVEPUB_E_INTERNAL;
+  }
+}
+
+std::string_view Bytes(const void* bytes, size_t size) {
+  return {static_cast<const char*>(bytes), size};
+}
+
+// Fills what the caller has room for, and clears what only later versions know.
+template <typename Struct>
+int Hand(const Struct& filled, Struct* target, size_t size) {
+  if (target == nullptr) return 0;
+  std::memset(target, 0, size);
+  std::memcpy(target, &filled, std::min(size, sizeof filled));
+  return 1;
+}
+
+}  // namespace
+
+const char* kavepub_version(void) {
+  return KAVEPUB_TEXT_OF(KAVEPUB_VERSION_MAJOR) "." KAVEPUB_TEXT_OF(
+      KAVEPUB_VERSION_MINOR) "." KAVEPUB_TEXT_OF(KAVEPUB_VERSION_PATCH);
+}
+
+uint32_t kavepub_version_number(void) {
+  return KAVEPUB_VERSION_NUMBER;
+}
+
+int kavepub_option_at(size_t index, kavepub_option* option, size_t size) {
+  const kavepub_option* known = OptionAt(index);
+  return known == nullptr ? 0 : Hand(*known, option, size);
+}
+
+kavepub_job* kavepub_job_new(void) {
+  try {
+    return new kavepub_job;
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+void kavepub_job_free(kavepub_job* job) {
+  delete job;
+}
+
+int kavepub_job_add_path(kavepub_job* job, const char* path) {
+  return Do(job, [&] { return job->job.AddPath(path); });
+}
+
+int kavepub_job_add_memory(kavepub_job* job, const char* name, const void* bytes, size_t size) {
+  return Do(job, [&] { return job->job.AddMemory(name, Bytes(bytes, size)); });
+}
+
+int kavepub_job_set_option(kavepub_job* job, const char* name, const char* value) {
+  return Do(job, [&]() -> Status {
+    if (name == nullptr || value == nullptr) return Failure{KAVEPUB_E_ARGUMENT, kNull};
+    return job->job.Set(name, value, false);
+  });
+}
+
+int kavepub_job_set_option_data(kavepub_job* job, const char* name, const void* bytes,
+                                size_t size) {
+  return Do(job, [&]() -> Status {
+    if (name == nullptr || bytes == nullptr) return Failure{KAVEPUB_E_ARGUMENT, kNull};
+    return job->job.Set(name, Bytes(bytes, size), true);
+  });
+}
+
+int kavepub_job_set_output_path(kavepub_job* job, const char* path) {
+  return Do(job, [&] { return job->job.SetOutput(path); });
+}
+
+int kavepub_job_set_output_callback(kavepub_job* job, kavepub_write_callback write, void* user) {
+  return Do(job, [&] { return job->job.SetOutput(write, user); });
+}
+
+int kavepub_job_set_progress(kavepub_job* job, kavepub_progress_callback progress, void* user) {
+  return Do(job, [&] { return job->job.SetProgress(progress, user); });
+}
+
+int kavepub_job_run(kavepub_job* job) {
+  return Do(job, [&] { return job->job.MakeBook(); });
+}
+
+int kavepub_job_examine(kavepub_job* job) {
+  return Do(job, [&] { return job->job.Examine(); });
+}
+
+void kavepub_job_cancel(kavepub_job* job) {
+  if (job != nullptr) job->job.Cancel();
+}
+
+const char* kavepub_job_error(const kavepub_job* job) {
+  return job == nullptr ? kNull : job->error;
+}
+
+const char* kavepub_job_report(const kavepub_job* job, const char* key) {
+  if (job == nullptr || key == nullptr) return nullptr;
+  const auto& facts = job->job.Found().facts;
+  const auto fact = facts.find(std::string_view(key));
+  return fact == facts.end() ? nullptr : fact->second.c_str();
+}
+
+int kavepub_job_chapter(const kavepub_job* job, size_t index, kavepub_chapter* chapter,
+                        size_t size) {
+  if (job == nullptr || index >= job->job.Found().chapters.size()) return 0;
+  const Report::Chapter& found = job->job.Found().chapters[index];
+  return Hand({found.title.c_str(), found.level, found.line}, chapter, size);
+}
+
+int kavepub_job_warning(const kavepub_job* job, size_t index, kavepub_warning* warning,
+                        size_t size) {
+  if (job == nullptr || index >= job->job.Found().warnings.size()) return 0;
+  const Warning& found = job->job.Found().warnings[index];
+  return Hand({found.message.c_str(), found.place.c_str()}, warning, size);
+}
