@@ -52,7 +52,7 @@ int RunConvert(const ConvertArguments& arguments) {
   Check(orders, arguments.options);
   const bool isBatch = IsBatch(arguments.selection, orders.size());
   const auto reporter = NewReporter(arguments, orders.size(), isBatch);
-  MakeBooks(orders, arguments.options, isBatch ? Existing::kKeepIfNewer : Existing::kRefuse,
+  MakeBooks(orders, arguments.options, isBatch ? Existing::kKeepIfSame : Existing::kRefuse,
             arguments.options.dryRun ? 1 : arguments.jobs, *reporter);
   reporter->Close();
   if (WasInterrupted() && reporter->Result().Finished() < orders.size()) return kInterrupted;

@@ -7,12 +7,6 @@
 #include "hosts/kavepub/plan/book_order.h"
 #include "hosts/kavepub/plan/input_kind.h"
 
-namespace {
-
-constexpr char kIdentifierPrefix[] = "urn:uuid:id_";
-
-}  // namespace
-
 BookInfo ReadBookInfo(const std::filesystem::path& book) {
   RequireReadable(book);
   BookInfo info;
@@ -28,12 +22,4 @@ BookInfo ReadBookInfo(const std::filesystem::path& book) {
   info.pages = package.pages;
   info.pictures = package.pictures;
   return info;
-}
-
-bool IsMadeByKavepub(const std::filesystem::path& book) {
-  try {
-    return ReadEpubPackage(book).identifier.starts_with(kIdentifierPrefix);
-  } catch (const Failure&) {
-    return false;
-  }
 }

@@ -18,7 +18,4 @@ struct BookInfo {
 // Reads an EPUB or MOBI book. Throws a Failure when it is neither, or damaged.
 BookInfo ReadBookInfo(const std::filesystem::path& book);
 
-// Whether a file is an EPUB with an identifier of the form that the engine gives.
-bool IsMadeByKavepub(const std::filesystem::path& book);
-
 #endif

@@ -7,61 +7,69 @@
 #include <exception>
 #include <filesystem>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <thread>
 
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/console/interruption.h"
-#include "hosts/kavepub/inspect/book_info.h"
+#include "hosts/kavepub/make/book_mark.h"
 #include "hosts/kavepub/make/convert.h"
+#include "hosts/kavepub/make/provenance.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-// The time of the last change of any source of a book.
-fs::file_time_type TimeOfSources(const BookOrder& order) {
-  fs::file_time_type latest = fs::file_time_type::min();
-  for (const fs::path& input : order.inputs) latest = std::max(latest, fs::last_write_time(input));
-  if (order.site.empty()) return latest;
-  // A page that is gone shows in the time of its directory.
-  latest = std::max(latest, fs::last_write_time(order.site));
+// Whether the file is there and the same as one that the book is made of.
+void RequireOtherThanSource(const BookOrder& order) {
   std::error_code error;
-  for (fs::recursive_directory_iterator entry(order.site, error), end; !error && entry != end;
-       entry.increment(error)) {
-    const fs::file_time_type changed = entry->last_write_time(error);
-    if (!error) latest = std::max(latest, changed);
-    error.clear();  // a link that leads nowhere is no source
-  }
-  return latest;
-}
-
-// Whether the book is there already and may stay; throws a Failure when it may not be replaced.
-bool IsUpToDate(const BookOrder& order, const BookOptions& options, Existing existing) {
-  std::error_code error;
-  if (!fs::exists(order.output, error)) return false;
   for (const fs::path& input : order.inputs) {
     if (fs::equivalent(input, order.output, error)) {
       throw Failure(order.output, "is the source of this book; use -o to name another place");
     }
   }
-  if (options.force) return false;
-  if (existing == Existing::kKeepIfNewer && IsMadeByKavepub(order.output)) {
-    return TimeOfSources(order) <= fs::last_write_time(order.output);
+}
+
+bool IsReadOnly(const fs::path& file) {
+  constexpr auto kWritable =
+      fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+  std::error_code error;
+  return (fs::status(file, error).permissions() & kWritable) == fs::perms::none;
+}
+
+// Why a book must not be replaced without being told to; null when it may be.
+const char* ReasonToKeep(const BookOrder& order, const std::optional<BookMark>& mark,
+                         const Provenance& provenance) {
+  if (!mark) return "exists already and is not a book of this tool, or was edited";
+  if (mark->isEdited) return "was edited since it was made";
+  const Provenance& made = mark->provenance;
+  const bool isOfSameSource =
+      made.source == provenance.source || (!made.place.empty() && made.place == provenance.place);
+  if (!isOfSameSource) return "was made of another source";
+  return IsReadOnly(order.output) ? "is out of date, but read-only" : nullptr;
+}
+
+// Whether a book that is there would come out the same; throws a Failure when it would not, but
+// must not be replaced.
+bool IsUpToDate(const BookOrder& order, const Provenance& provenance) {
+  const std::optional<BookMark> mark = ReadMark(order.output);
+  const bool isSame = mark && !mark->isEdited && IsAllKnown(order) &&
+                      mark->provenance.source == provenance.source &&
+                      mark->provenance.options == provenance.options;
+  if (isSame) return true;
+  if (const char* reason = ReasonToKeep(order, mark, provenance)) {
+    throw Failure(order.output, std::string(reason) + "; use --force to replace it");
   }
-  throw Failure(order.output,
-                existing == Existing::kRefuse
-                    ? "exists already; use --force to replace it or -o to name another"
-                    : "exists already and is not a book of this tool; use --force to "
-                      "replace it");
+  return false;
 }
 
 // A batch makes the directories it needs; of a single book a missing one is more likely a slip.
 void RequireDirectoryOf(const fs::path& output, const BookOptions& options, Existing existing) {
   if (!output.has_parent_path()) return;
   std::error_code error;
-  if (existing == Existing::kKeepIfNewer) {
+  if (existing == Existing::kKeepIfSame) {
     if (!options.dryRun) fs::create_directories(output.parent_path(), error);
     if (error) {
       throw Failure(output, "its directory cannot be made (" + error.message() +
@@ -72,20 +80,37 @@ void RequireDirectoryOf(const fs::path& output, const BookOptions& options, Exis
   }
 }
 
+// Throws a Failure or Interrupted.
+Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing existing,
+                    Progress& progress) {
+  using Status = Outcome::Status;
+  StopIfInterrupted();
+  if (!order.refusal.empty()) throw Failure(order.refusal);
+  std::error_code error;
+  const bool isThere = fs::exists(order.output, error);
+  if (isThere) RequireOtherThanSource(order);
+  const bool isInTheWay = isThere && !options.force;
+  if (isInTheWay && existing == Existing::kRefuse) {
+    throw Failure(order.output, "exists already; use --force to replace it or -o to name another");
+  }
+  RequireDirectoryOf(order.output, options, existing);
+  if (options.dryRun && !isInTheWay) return {Status::kPlanned, {}};
+
+  Provenance provenance = ProvenanceOf(order, options);
+  if (existing == Existing::kRefuse) provenance.place.clear();
+  if (isInTheWay && IsUpToDate(order, provenance)) return {Status::kUpToDate, {}};
+  if (options.dryRun) return {Status::kPlanned, {}};
+  return {Status::kDone, ConvertBook(order, options, provenance, progress)};
+}
+
 Outcome Make(const BookOrder& order, const BookOptions& options, Existing existing,
              Progress& progress) {
-  using Status = Outcome::Status;
   try {
-    StopIfInterrupted();
-    if (!order.refusal.empty()) throw Failure(order.refusal);
-    if (IsUpToDate(order, options, existing)) return {Status::kUpToDate, {}};
-    RequireDirectoryOf(order.output, options, existing);
-    if (options.dryRun) return {Status::kPlanned, {}};
-    return {Status::kDone, ConvertBook(order, options, progress)};
+    return MakeOrThrow(order, options, existing, progress);
   } catch (const Interrupted& interruption) {
-    return {Status::kInterrupted, interruption.what()};
+    return {Outcome::Status::kInterrupted, interruption.what()};
   } catch (const std::exception& failure) {
-    return {Status::kFailed, Explain(failure)};
+    return {Outcome::Status::kFailed, Explain(failure)};
   }
 }
 
@@ -105,8 +130,10 @@ void MakeBooks(const std::vector<BookOrder>& orders, const BookOptions& options,
                unsigned jobs, Reporter& reporter) {
   std::atomic<size_t> next = 0;
   std::mutex reporting;
+  // Once interrupted, what is left comes to its end as soon as it begins, and is reported like
+  // that.
   const auto work = [&] {
-    for (size_t i = next++; i < orders.size() && !WasInterrupted(); i = next++) {
+    for (size_t i = next++; i < orders.size(); i = next++) {
       const auto start = std::chrono::steady_clock::now();
       std::unique_ptr<Progress> progress;
       {

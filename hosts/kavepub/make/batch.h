@@ -19,9 +19,10 @@ class Reporter {
   virtual std::unique_ptr<Progress> NewProgress(const BookOrder& order) = 0;
 };
 
-// Whether books that are there already, made by this tool and newer than their sources, are left
-// alone and older ones made again, or any book that is there is a failure.
-enum class Existing { kKeepIfNewer, kRefuse };
+// Of books that are there already, those that would come out the same are left alone, those that
+// this tool made of the same source are made again, and all others are failures; or any book that
+// is there is one.
+enum class Existing { kKeepIfSame, kRefuse };
 
 // Makes all books, each in its own working directory. A failing book does not stop the others; an
 // interruption stops them all.

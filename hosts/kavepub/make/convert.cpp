@@ -5,6 +5,7 @@
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/console/interruption.h"
 #include "hosts/kavepub/console/work_dir.h"
+#include "hosts/kavepub/make/book_output.h"
 #include "hosts/kavepub/make/pictures.h"
 #include "hosts/kavepub/make/service.h"
 #include "hosts/kavepub/make/text_book.h"
@@ -22,6 +23,9 @@ class Build {
         workDir(chosen.workDir),
         service(NewService()),
         shelf(workDir.Path()) {}
+
+  // Where the packed book lies until this object goes.
+  std::filesystem::path Packed() const { return workDir.Path() / "book.epub"; }
 
   std::string Run() {
     switch (order.kind) {
@@ -50,7 +54,7 @@ class Build {
 
   void Pack() {
     StopIfInterrupted();
-    Require(service->GenerateEpub(service->data, order.output.c_str()), order.output);
+    Require(service->GenerateEpub(service->data, Packed().c_str()), order.output);
   }
 
   // Shows that one more of the inputs is done.
@@ -101,7 +105,7 @@ class Build {
   // The book brings its own title, author and cover; the engine does all in one call.
   std::string MakeOfMobi() {
     const std::filesystem::path& input = order.inputs.front();
-    Require(service->Mobi2Epub(input.c_str(), order.output.c_str(), workDir.Path().c_str(), this,
+    Require(service->Mobi2Epub(input.c_str(), Packed().c_str(), workDir.Path().c_str(), this,
                                OnMobiProgress),
             input);
     if (!isMobiDone) throw Interrupted();
@@ -127,7 +131,11 @@ class Build {
 
 }  // namespace
 
-std::string ConvertBook(const BookOrder& order, const BookOptions& options, Progress& progress) {
-  if (!order.refusal.empty()) throw Failure(order.refusal);
-  return Build(order, options, progress).Run();
+std::string ConvertBook(const BookOrder& order, const BookOptions& options,
+                        const Provenance& provenance, Progress& progress) {
+  BookOutput output(order.output);
+  Build build(order, options, progress);
+  std::string remark = build.Run();
+  output.Take(build.Packed(), provenance);
+  return remark;
 }

@@ -127,6 +127,7 @@ class ManyBooksReporter : public CountingReporter {
     failures.Print();
     sums = Result();
     if (!isQuiet) {
+      for (const std::string& remark : remarks) Say(remark);
       const std::string rate = sums.done == 0 ? "" : ", " + std::to_string(Rate()) + " books/min";
       Say(ListOf({{sums.done, "done"},
                   {sums.upToDate, "up to date"},
@@ -143,6 +144,7 @@ class ManyBooksReporter : public CountingReporter {
   void Tell(const BookOrder& order, const Outcome& outcome) override {
     const std::scoped_lock lock(drawing);
     failures.Add(order, outcome);
+    if (!order.remark.empty()) remarks.push_back(OneLine(order.remark));
     sums = Result();
     DrawNow();
   }
@@ -192,6 +194,7 @@ class ManyBooksReporter : public CountingReporter {
   std::mutex drawing;  // guards all below
   LiveLine line;
   FailureTable failures;
+  std::vector<std::string> remarks;
   Tally sums;        // as of the last book that was finished
   double begun = 0;  // the shares of the books in the making, in books
   Time::time_point start = Time::now();

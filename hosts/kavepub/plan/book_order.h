@@ -10,6 +10,8 @@
 #include "hosts/kavepub/source/paragraph_mode.h"
 #include "hosts/kavepub/source/text_source.h"
 
+inline constexpr char kBookExtension[] = ".epub";
+
 enum class BookKind { kText, kHtml, kMobi, kPictures };
 
 inline const char* NameOf(BookKind kind) {
@@ -21,8 +23,9 @@ inline const char* NameOf(BookKind kind) {
 struct BookOrder {
   BookKind kind = BookKind::kText;
   std::vector<std::filesystem::path> inputs;  // one text or MOBI book; pages or pictures in order
-  std::filesystem::path site;                 // the folder that a site fills; empty for all others
+  std::filesystem::path folder;  // that the book is made of; empty for one of files that were named
   std::filesystem::path output;
+  std::string remark;   // on its name, when another book has the one that it would have; or empty
   std::string refusal;  // why it cannot be made, known beforehand; empty when it can
 };
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -16,7 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kBookExtension[] = ".epub";
 constexpr std::array kIndexNames = {"index.html", "index.htm", "index.xhtml"};
 
 // An order, and the path that its book is named after: without the book's extension.
@@ -110,7 +110,7 @@ class Planner {
              kIndexNames.end();
     });
     if (index == files.end() || isSeparate) return false;
-    Add(BookKind::kHtml, {*index}, name, folder.parent_path()).order.site = folder;
+    Add(BookKind::kHtml, {*index}, name, folder.parent_path()).order.folder = folder;
     return true;
   }
 
@@ -157,7 +157,7 @@ class Planner {
   void AddTogether(BookKind kind, const std::vector<fs::path>& files, const fs::path& folder,
                    const fs::path& name) {
     if (!isSeparate) {
-      if (!files.empty()) Add(kind, files, name, folder.parent_path());
+      if (!files.empty()) Add(kind, files, name, folder.parent_path()).order.folder = folder;
       return;
     }
     for (const fs::path& file : files) {
@@ -191,14 +191,20 @@ bool IsDirectoryNamed(const Selection& selection, size_t books) {
   return isOfFolder && output.extension() != kBookExtension;
 }
 
+// The names of books, with what they are made of.
+using TakenNames = std::map<fs::path, fs::path>;
+
 // "a.txt" becomes "a.epub", or "a.txt.epub" when another book has that name.
-fs::path FreeName(const Draft& draft, const fs::path& place, std::set<fs::path>& taken) {
-  fs::path output = place;
-  const bool isFile = draft.order.inputs.front().filename() == draft.name.filename();
+void NameBook(BookOrder& order, bool isFile, const fs::path& place, TakenNames& taken) {
+  fs::path& output = order.output;
+  output = place;
   if (isFile) output.replace_extension();
   output += kBookExtension;
-  const auto isFree = [&] { return taken.insert(fs::absolute(output).lexically_normal()).second; };
-  if (isFree()) return output;
+  const fs::path wanted = output;
+  const auto isFree = [&] {
+    return taken.emplace(fs::absolute(output).lexically_normal(), order.inputs.front()).second;
+  };
+  if (isFree()) return;
   output = place;
   output += kBookExtension;
   for (int copy = 2; !isFree(); ++copy) {
@@ -207,7 +213,9 @@ fs::path FreeName(const Draft& draft, const fs::path& place, std::set<fs::path>&
     output += std::to_string(copy);
     output += kBookExtension;
   }
-  return output;
+  const fs::path& other = taken.at(fs::absolute(wanted).lexically_normal());
+  order.remark = order.inputs.front().string() + " becomes " + output.string() + ", as " +
+                 other.string() + " becomes " + wanted.string();
 }
 
 }  // namespace
@@ -225,16 +233,18 @@ std::vector<BookOrder> PlanBooks(const Selection& selection) {
     throw Failure(selection.output, "exists already, but is no directory for books; name another");
   }
   std::vector<BookOrder> orders;
-  std::set<fs::path> taken;
+  TakenNames taken;
   for (Draft& draft : drafts) {
+    BookOrder& order = draft.order;
+    const bool isFile = order.inputs.front().filename() == draft.name.filename();
     if (selection.output.empty()) {
-      draft.order.output = FreeName(draft, draft.directory / draft.name.filename(), taken);
+      NameBook(order, isFile, draft.directory / draft.name.filename(), taken);
     } else if (intoDirectory) {
-      draft.order.output = FreeName(draft, selection.output / draft.name, taken);
+      NameBook(order, isFile, selection.output / draft.name, taken);
     } else {
-      draft.order.output = selection.output;
+      order.output = selection.output;
     }
-    orders.push_back(std::move(draft.order));
+    orders.push_back(std::move(order));
   }
   return orders;
 }

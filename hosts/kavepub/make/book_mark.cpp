@@ -1,0 +1,94 @@
+// Finds the end of a container, and reads and writes its comment.
+#include "hosts/kavepub/make/book_mark.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <regex>
+
+#include "base/read_file.h"
+#include "base/zip_end.h"
+#include "hosts/kavepub/make/digest.h"
+
+namespace {
+
+// The record that ends a container, and the places of its fields.
+constexpr std::string_view kEndSignature = "PK\x05\x06";
+constexpr size_t kDirectorySizeAt = 12;
+constexpr size_t kCommentLengthAt = 20;
+constexpr size_t kCommentLengthSize = 2;
+// What ZIP64 puts between the central directory and that record.
+constexpr std::uint64_t kZip64EndSize = 56 + 20;
+constexpr size_t kLongestMark = 512;
+
+constexpr char kMark[] = "kavepub " KAVEPUB_VERSION;
+constexpr char kMarkPattern[] =
+    "kavepub \\S+ source=(\\w+) options=(\\w+) place=(\\w*) container=(\\w+)";
+
+struct Container {
+  UniqueFd file;
+  std::uint64_t end = 0;  // where its last record begins
+  std::string record;     // that, with the comment
+};
+
+std::uint64_t NumberAt(std::string_view record, size_t place, size_t bytes) {
+  std::uint64_t number = 0;
+  while (bytes-- > 0) number = number << 8 | static_cast<unsigned char>(record[place + bytes]);
+  return number;
+}
+
+// Nothing when the file does not end like a container with a comment of at most such a length.
+std::optional<Container> OpenContainer(const std::filesystem::path& path) {
+  Container container{OpenRegularFile(path.c_str()), 0, {}};
+  struct stat status = {};
+  if (!container.file || fstat(container.file.Get(), &status) != 0) return std::nullopt;
+  const auto size = static_cast<std::uint64_t>(status.st_size);
+  std::string tail(std::min<std::uint64_t>(size, kPlainEndSize + kLongestMark), '\0');
+  if (pread(container.file.Get(), tail.data(), tail.size(),
+            static_cast<off_t>(size - tail.size())) != static_cast<ssize_t>(tail.size())) {
+    return std::nullopt;
+  }
+  const size_t begin = tail.rfind(kEndSignature);
+  if (begin == std::string::npos || tail.size() - begin < kPlainEndSize) return std::nullopt;
+  container.record = tail.substr(begin);
+  container.end = size - container.record.size();
+  const std::uint64_t comment = NumberAt(container.record, kCommentLengthAt, kCommentLengthSize);
+  if (container.record.size() != kPlainEndSize + comment) return std::nullopt;
+  return container;
+}
+
+// Of names, places, sizes and checksums of all entries: nobody edits a book without changing them.
+std::string DigestOfDirectory(const Container& container) {
+  const std::uint64_t size = NumberAt(container.record, kDirectorySizeAt, 4) + kZip64EndSize;
+  Digest digest;
+  digest.AddRange(container.file.Get(), container.end - std::min(size, container.end),
+                  container.end + kCommentLengthAt);
+  return digest.Text();
+}
+
+}  // namespace
+
+std::optional<BookMark> ReadMark(const std::filesystem::path& book) {
+  static const std::regex kPattern(kMarkPattern);
+  const std::optional<Container> container = OpenContainer(book);
+  if (!container) return std::nullopt;
+  const std::string comment = container->record.substr(kPlainEndSize);
+  std::smatch parts;
+  if (!std::regex_match(comment, parts, kPattern)) return std::nullopt;
+  return BookMark{{parts[1], parts[2], parts[3]}, parts[4] != DigestOfDirectory(*container)};
+}
+
+std::optional<std::string> MarkedEnd(const std::filesystem::path& path,
+                                     const Provenance& provenance) {
+  const std::optional<Container> container = OpenContainer(path);
+  if (!container || container->record.size() != kPlainEndSize) return std::nullopt;
+  const std::string comment = std::string(kMark) + " source=" + provenance.source +
+                              " options=" + provenance.options + " place=" + provenance.place +
+                              " container=" + DigestOfDirectory(*container);
+  std::string end;
+  PutNumber(end, comment.size(), kCommentLengthSize);
+  return end + comment;
+}

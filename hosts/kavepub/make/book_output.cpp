@@ -1,0 +1,57 @@
+// Puts finished books to their places.
+#include "hosts/kavepub/make/book_output.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "hosts/kavepub/console/failure.h"
+#include "hosts/kavepub/console/interruption.h"
+#include "hosts/kavepub/make/book_mark.h"
+
+namespace {
+
+constexpr size_t kChunkSize = size_t{1} << 18;
+constexpr size_t kEndOfContainer = 2;  // bytes of the packed book that the mark replaces
+
+bool WriteAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    if (written < 0 && errno != EINTR) return false;
+    if (written > 0) bytes.remove_prefix(static_cast<size_t>(written));
+  }
+  return true;
+}
+
+}  // namespace
+
+BookOutput::BookOutput(const std::filesystem::path& place) : path(place) {
+  if (output.Open(path.c_str())) return;
+  throw Failure(path,
+                "cannot be made; check that its directory is writable and no directory or device "
+                "has its name");
+}
+
+void BookOutput::Take(const std::filesystem::path& packed, const Provenance& provenance) {
+  const std::optional<std::string> end = MarkedEnd(packed, provenance);
+  std::uintmax_t left = std::filesystem::file_size(packed) - (end ? kEndOfContainer : 0);
+  std::ifstream book(packed, std::ios::binary);
+  std::string chunk;
+  bool isWritten = true;
+  while (left > 0 && book && isWritten) {
+    StopIfInterrupted();
+    chunk.resize(std::min<std::uintmax_t>(left, kChunkSize));
+    book.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
+    left -= chunk.size();
+    isWritten = WriteAll(output.Fd(), chunk);
+  }
+  if (!book) throw Failure(packed, "cannot be read back; try again");
+  isWritten = isWritten && WriteAll(output.Fd(), end.value_or(""));
+  if (!isWritten || !output.Commit()) {
+    throw Failure(path, "cannot be written; check the room on its disk");
+  }
+}

@@ -1,0 +1,71 @@
+// Reads sources for their digests.
+#include "hosts/kavepub/make/provenance.h"
+
+#include <algorithm>
+#include <system_error>
+#include <vector>
+
+#include "hosts/kavepub/console/interruption.h"
+#include "hosts/kavepub/make/digest.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Books lie beside their sources and are none themselves.
+std::vector<fs::path> FilesBelow(const fs::path& folder) {
+  std::vector<fs::path> files;
+  std::error_code error;
+  for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    StopIfInterrupted();
+    std::error_code ignored;  // a link that leads nowhere is no source
+    const bool isSource =
+        entry->is_regular_file(ignored) && entry->path().extension() != kBookExtension;
+    if (isSource) files.push_back(entry->path());
+  }
+  if (error) throw fs::filesystem_error("", folder, error);
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+std::string DigestOfSource(const BookOrder& order) {
+  Digest digest;
+  digest.Add(NameOf(order.kind));
+  if (order.folder.empty() || order.kind == BookKind::kPictures) {
+    for (const fs::path& input : order.inputs) digest.Add(input.filename().string()).AddFile(input);
+  } else {
+    for (const fs::path& file : FilesBelow(order.folder)) {
+      digest.Add(file.lexically_relative(order.folder).string()).AddFile(file);
+    }
+  }
+  return digest.Text();
+}
+
+std::string DigestOfOptions(const BookOptions& options) {
+  Digest digest;
+  for (const auto& text : {options.title, options.author}) {
+    digest.Add(text ? "given" : "none").Add(text.value_or(""));
+  }
+  if (!options.cover.empty()) digest.AddFile(options.cover);
+  digest.Add(options.decoding.encoding);
+  digest.Add(std::to_string(static_cast<int>(options.decoding.replaceErrors)));
+  digest.Add(std::to_string(static_cast<int>(options.paragraphs)));
+  return digest.Text();
+}
+
+std::string DigestOfPlace(const BookOrder& order) {
+  const fs::path source = order.folder.empty() ? order.inputs.front() : order.folder;
+  const fs::path directory = fs::weakly_canonical(fs::absolute(order.output).parent_path());
+  return Digest().Add(fs::weakly_canonical(source).lexically_relative(directory).string()).Text();
+}
+
+}  // namespace
+
+Provenance ProvenanceOf(const BookOrder& order, const BookOptions& options) {
+  return {DigestOfSource(order), DigestOfOptions(options), DigestOfPlace(order)};
+}
+
+bool IsAllKnown(const BookOrder& order) {
+  return order.kind != BookKind::kHtml || !order.folder.empty();
+}
