@@ -9,6 +9,7 @@
 #include "base/read_file.h"
 #include "base/text_gate.h"
 #include "edition/book_output.h"
+#include "edition/drawn_cover.h"
 #include "edition/epub/epub_writer.h"
 #include "edition/input_kind.h"
 #include "edition/text/text_book.h"
@@ -21,6 +22,9 @@ constexpr struct {
 } kSources[] = {
     {InputKind::kText, MakeTextBook},
 };
+
+constexpr char kNoCover[] =
+    "The book has no cover: one can only be drawn with libkavepub-cover and with fonts installed.";
 
 constexpr unsigned kMostAutomaticThreads = 16;
 
@@ -166,6 +170,11 @@ Status Job::MustBeOpen() const {
 Status Job::WriteTo(Output& output) {
   Result<EpubOptions> chosen = WriterOptions(options);
   if (!chosen) return chosen.Why();
+  chosen->drawCover = [this](const Metadata& metadata) {
+    std::optional<Resource> cover = DrawnCover(metadata);
+    if (!cover) run.Warn({kNoCover, ""});
+    return cover;
+  };
   EpubWriter writer(std::move(*chosen), output);
   if (Status status = Read(&writer); !status) return status;
   report.facts["identifier"] = writer.BookIdentifier();

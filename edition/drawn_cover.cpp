@@ -1,0 +1,57 @@
+// Loads libkavepub-cover from beside this library when the first cover is drawn.
+#include "edition/drawn_cover.h"
+
+#include <dlfcn.h>
+
+#include <string>
+
+#include "edition/cover/draw_cover.h"
+
+namespace {
+
+constexpr size_t kMostAuthors = 3;
+
+// It stays loaded: what it stands on cannot be unloaded.
+kavepub_cover_function Load() {
+  Dl_info own{};
+  if (dladdr(reinterpret_cast<const void*>(&DrawnCover), &own) == 0) return nullptr;
+  const std::string path = own.dli_fname;
+  const std::string beside = path.substr(0, path.rfind('/') + 1) + KAVEPUB_COVER_LIBRARY;
+  void* library = dlopen(beside.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) return nullptr;
+  return reinterpret_cast<kavepub_cover_function>(dlsym(library, KAVEPUB_COVER_FUNCTION));
+}
+
+std::string AuthorsOf(const Metadata& metadata) {
+  std::string authors;
+  size_t count = 0;
+  for (const Contributor& contributor : metadata.contributors) {
+    if (contributor.role != kAuthorRole) continue;
+    if (++count > kMostAuthors) return authors + " …";
+    authors += (authors.empty() ? "" : ", ") + contributor.name;
+  }
+  return authors;
+}
+
+// The library that calls has no exceptions to let through.
+void Keep(void* user, const void* bytes, size_t size) noexcept {
+  auto& picture = *static_cast<std::string*>(user);
+  try {
+    picture.assign(static_cast<const char*>(bytes), size);
+  } catch (...) {
+    picture.clear();
+  }
+}
+
+}  // namespace
+
+std::optional<Resource> DrawnCover(const Metadata& metadata) {
+  static const kavepub_cover_function draw = Load();
+  const std::string authors = AuthorsOf(metadata);
+  const kavepub_cover_texts texts = {metadata.title.c_str(), authors.c_str(),
+                                     metadata.language.c_str()};
+  Resource picture;
+  if (draw == nullptr || draw(&texts, Keep, &picture.bytes) != 0) return std::nullopt;
+  if (picture.bytes.empty()) return std::nullopt;
+  return picture;
+}

@@ -1,0 +1,211 @@
+"""Books of the reader's edition, made through its C interface: covers, metadata, style sheets."""
+
+import ctypes
+import re
+import shutil
+import struct
+import tempfile
+import unittest
+import xml.etree.ElementTree as ET
+import zipfile
+import zlib
+from pathlib import Path
+
+from book import BUILD, IS_SANITIZED, JPEG, OPF, PNG, TESTS, epubcheck
+
+LIBRARY = BUILD / "lib" / "libkavepub.so.0"
+COVER_LIBRARY = BUILD / "lib" / "libkavepub-cover.so.0"
+GIF = (TESTS / "fixtures" / "mobi" / "source" / "sign.gif").read_bytes()
+SVG = b'<svg xmlns="http://www.w3.org/2000/svg" version="1.1" width="9" height="9"/>'
+ARGUMENT, UNSUPPORTED, FORMAT = 2, 7, 5
+MOST_BYTES_OF_A_COVER = 100_000
+
+TITLES = {
+    "en": ("Pride & Prejudice", "Jane Austen"),
+    "zh-Hant": ("紅樓夢", "曹雪芹"),
+    "ar": ("ألف ليلة وليلة", "مؤلف مجهول"),
+    "th": ("สี่แผ่นดิน", ""),
+    "de": ("Donaudampfschifffahrtselektrizitätenhauptbetriebswerk", "\u202eA\u0301\U0001f600"),
+    "und": ("The Life and Strange Surprizing Adventures " * 200, "A, " * 1000),
+}
+
+
+class Warning(ctypes.Structure):
+    _fields_ = [("message", ctypes.c_char_p), ("place", ctypes.c_char_p)]
+
+
+class Editions(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.library = cls.load(LIBRARY)
+
+    @staticmethod
+    def load(path):
+        library = ctypes.CDLL(str(path))
+        library.kavepub_job_new.restype = ctypes.c_void_p
+        library.kavepub_job_error.restype = ctypes.c_char_p
+        return library
+
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.dir = Path(directory.name)
+
+    def make(self, *options, name="in.txt", content=b"Hello.\n", library=None):
+        """The code, and the warnings or the words; values that are bytes are contents of files."""
+        library = library or self.library
+        job = ctypes.c_void_p(library.kavepub_job_new())
+        try:
+            library.kavepub_job_add_memory(job, name.encode(), content, ctypes.c_size_t(len(content)))
+            self.path = self.dir / "book.epub"
+            library.kavepub_job_set_output_path(job, str(self.path).encode())
+            for option, value in options:
+                if isinstance(value, bytes):
+                    code = library.kavepub_job_set_option_data(job, option.encode(), value,
+                                                               ctypes.c_size_t(len(value)))
+                else:
+                    code = library.kavepub_job_set_option(job, option.encode(), value.encode())
+                self.assertEqual(code, 0, (option, value))
+            code = library.kavepub_job_run(job)
+            if code != 0:
+                return code, library.kavepub_job_error(job).decode()
+            warning, index, warnings = Warning(), 0, []
+            while library.kavepub_job_warning(job, ctypes.c_size_t(index), ctypes.byref(warning),
+                                              ctypes.c_size_t(ctypes.sizeof(warning))):
+                warnings.append(warning.message.decode())
+                index += 1
+            return code, warnings
+        finally:
+            library.kavepub_job_free(job)
+
+    def book(self):
+        archive = zipfile.ZipFile(self.path)
+        return archive, ET.fromstring(archive.read("OEBPS/package.opf"))
+
+    def check(self):
+        if not IS_SANITIZED:
+            self.assertEqual(epubcheck(self.path), set())
+
+    def cover_of(self):
+        """The item of the cover and its content."""
+        archive, opf = self.book()
+        [item] = opf.findall("opf:manifest/opf:item[@id='cover-picture']", OPF)
+        return item, archive.read("OEBPS/" + item.get("href"))
+
+    @unittest.skipUnless(COVER_LIBRARY.exists(), "built without Pango and Cairo")
+    def test_drawn_covers(self):
+        pictures = set()
+        for language, (title, author) in TITLES.items():
+            with self.subTest(language):
+                options = [("language", language), ("title", title)]
+                if author:
+                    options.append(("author", author))
+                self.assertEqual(self.make(*options), (0, []))
+                if language == "ar":  # of one frame for all
+                    self.check()
+                item, picture = self.cover_of()
+                self.assertEqual(item.get("media-type"), "image/png")
+                self.assertLess(len(picture), MOST_BYTES_OF_A_COVER)
+                self.assert_drawn(picture)
+                pictures.add(picture)
+                self.make(*options)
+                self.assertEqual(self.cover_of()[1], picture)
+        self.assertEqual(len(pictures), len(TITLES))
+
+    def assert_drawn(self, picture):
+        """A picture in colours, with letters in the upper half and an ornament in the lower one."""
+        width, height, depth, kind = struct.unpack(">2L2B", picture[16:26])
+        self.assertEqual((depth, kind, height * 3), (4, 3, width * 4))
+        chunks, at = {}, 8
+        while at < len(picture):
+            size, name = struct.unpack(">L4s", picture[at:at + 8])
+            body = picture[at + 8:at + 8 + size]
+            [crc] = struct.unpack(">L", picture[at + 8 + size:at + 12 + size])
+            self.assertEqual(crc, zlib.crc32(name + body))
+            chunks[name] = body
+            at += size + 12
+        self.assertEqual(list(chunks), [b"IHDR", b"PLTE", b"IDAT", b"IEND"])
+        rows = zlib.decompress(chunks[b"IDAT"])
+        row = width // 2 + 1
+        self.assertEqual(len(rows), row * height)
+        inner = [rows[y * row + 60:y * row + row - 60] for y in range(60, height - 60)]
+        half = len(inner) // 2
+        self.assertGreater(sum(line.count(b"\xff") for line in inner[:half]), 100)
+        self.assertGreater(sum(any(line) for line in inner[half:]), 100)
+
+    def test_covers_of_every_type(self):
+        for kind, picture in (("jpeg", JPEG), ("png", PNG), ("gif", GIF), ("svg+xml", SVG)):
+            with self.subTest(kind):
+                self.assertEqual(self.make(("cover", picture)), (0, []))
+                item, found = self.cover_of()
+                self.assertEqual((item.get("media-type"), found), ("image/" + kind, picture))
+                self.check()
+        self.assertEqual(self.make(("cover", b"RIFF    WEBP"))[0], FORMAT)
+        self.assertEqual(self.make(("cover", "none")), (0, []))
+        self.assertNotIn(b"cover", self.book()[0].read("OEBPS/package.opf"))
+        self.check()
+
+    def test_without_the_library_that_draws(self):
+        alone = self.load(shutil.copy(LIBRARY, self.dir))
+        code, warnings = self.make(library=alone)
+        self.assertEqual((code, len(warnings)), (0, 1))
+        self.assertIn("libkavepub-cover", warnings[0])
+        self.assertFalse(any("cover" in name for name in self.book()[0].namelist()))
+
+    def test_metadata(self):
+        self.make(("title", "T <& \"T\""), ("author", "A"), ("author", "B"), ("translator", "C"),
+                  ("language", "en-GB"), ("publisher", "P"), ("date", "1813-01-28"),
+                  ("description", "Two\nlines"), ("subject", "S"), ("subject", "U"),
+                  ("rights", "R"), ("isbn", "978-0-14-143951-8"), ("series", "X"),
+                  ("series-index", "2"), ("cover", "none"))
+        self.check()
+        metadata = self.book()[1].find("opf:metadata", OPF)
+        role = "{%s}role" % OPF["opf"]
+        found = [(element.tag.split("}")[1], element.get(role), element.text) for element in metadata
+                 if not element.tag.endswith("meta")]
+        self.assertEqual(found[1:], [
+            ("title", None, "T <& \"T\""), ("creator", "aut", "A"), ("creator", "aut", "B"),
+            ("contributor", "trl", "C"), ("language", None, "en-GB"),
+            ("identifier", None, "978-0-14-143951-8"), ("publisher", None, "P"),
+            ("date", None, "1813-01-28"), ("description", None, "Two lines"),
+            ("subject", None, "S"), ("subject", None, "U"), ("rights", None, "R")])
+        metas = {meta.get("name"): meta.get("content") for meta in metadata.findall("opf:meta", OPF)}
+        self.assertEqual((metas["calibre:series"], metas["calibre:series_index"]), ("X", "2"))
+        self.assertLessEqual({"schema:accessMode", "schema:accessibilityFeature",
+                              "schema:accessibilityHazard"}, set(metas))
+
+    def test_identifiers(self):
+        """Equal for equal books, and for no others."""
+        variants = [(), (("title", "T"),), (("subject", "S"),), (("css", b"p { color: red; }"),),
+                    (("language", "fr"),), (("cover", PNG),)]
+        seen = set()
+        for content in (b"Hello.\n", b"Hello!\n"):
+            for options in variants:
+                twice = set()
+                for threads in "12":
+                    self.make(("cover", "none"), ("threads", threads), *options, content=content)
+                    opf = self.book()[1]
+                    twice.add(opf.findtext("opf:metadata/dc:identifier[@id='identifier']", "", OPF))
+                self.assertEqual(len(twice), 1)
+                seen |= twice
+        self.assertEqual(len(seen), 2 * len(variants))
+
+    def test_style_sheets(self):
+        self.make(("css", b"\xef\xbb\xbfp { color: navy; }"))
+        self.assertTrue(self.book()[0].read("OEBPS/style.css").endswith(b"\np { color: navy; }"))
+        self.check()
+        for sheet in (b"@import 'x.css';", b"p { background: url(x.png) }", b"\xff"):
+            self.assertEqual(self.make(("css", sheet))[0], FORMAT)
+
+    def test_kinds_that_come_later(self):
+        for name, content in (("a.html", b"x"), ("a", b"<!DOCTYPE HTML><p>x"), ("a.MOBI", b"x"),
+                              ("a", bytes(60) + b"BOOKMOBI"), ("a", PNG), ("a", b"II*\0")):
+            code, words = self.make(name=name, content=content)
+            self.assertEqual(code, UNSUPPORTED, (name, content))
+            self.assertRegex(words, re.escape(name) + " .*(html|mobi|pictures)")
+        for content in (b"PK\3\4", b"%PDF-1.4", b"\x7fELF", b"RIFF    AVI "):
+            self.assertEqual(self.make(content=content)[0], FORMAT)
+
+
+if __name__ == "__main__":
+    unittest.main()
