@@ -60,7 +60,7 @@ class Examples(ToolTest):
                 self.assertEqual((done.returncode, done.stderr, done.stdout), (0, "", output))
                 self.assertFalse((self.dir / "epub_temp").exists())
         for book in self.dir.glob("*.epub"):
-            Book(book).check_structure(self)
+            Book(book).check(self)
 
     def test_readme(self):
         readme = (SOURCE / "README.md").read_text()

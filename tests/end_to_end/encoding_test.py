@@ -112,7 +112,7 @@ class Paragraphs(ToolTest):
                 found[-1] += page.pop(0)
             found += page
         self.assertEqual(found, lines)
-        book.check_structure(self)
+        book.check(self)
 
     def test_each_line_one_paragraph(self):
         chinese = TEXTS["chinese"].replace("\n", "") * 20

@@ -10,7 +10,7 @@ import zipfile
 from pathlib import Path
 from urllib.parse import unquote
 
-from book import BUILD, IS_SANITIZED, NCX, OPF, XHTML, epubcheck, run
+from book import BUILD, IS_SANITIZED, NCX, OPF, XHTML, leave_for_epubcheck, run
 
 SEEDS = range(3) if IS_SANITIZED else range(6)
 MOST_BYTES = 250_000  # of a page
@@ -34,8 +34,7 @@ class ModelBooks(unittest.TestCase):
             with self.subTest(seed=seed):
                 path = self.make("book.epub", seed, 2)
                 self.check(path)
-                if not IS_SANITIZED:
-                    self.assertEqual(epubcheck(path), set())
+                leave_for_epubcheck(path, set())
 
     def test_equal_bytes_whatever_surrounds_them(self):
         for seed in SEEDS[:3]:
