@@ -11,7 +11,7 @@ import zipfile
 import zlib
 from pathlib import Path
 
-from book import BUILD, IS_SANITIZED, JPEG, OPF, PNG, TESTS, epubcheck
+from book import BUILD, JPEG, OPF, PNG, TESTS, leave_for_epubcheck
 
 LIBRARY = BUILD / "lib" / "libkavepub.so.0"
 COVER_LIBRARY = BUILD / "lib" / "libkavepub-cover.so.0"
@@ -83,8 +83,7 @@ class Editions(unittest.TestCase):
         return archive, ET.fromstring(archive.read("OEBPS/package.opf"))
 
     def check(self):
-        if not IS_SANITIZED:
-            self.assertEqual(epubcheck(self.path), set())
+        leave_for_epubcheck(self.path, set())
 
     def cover_of(self):
         """The item of the cover and its content."""
