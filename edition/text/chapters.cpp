@@ -37,6 +37,7 @@ class Chooser {
         isInList(all.size()) {}
 
   Structure Choose() {
+    if (TakeMarked()) return Assemble();
     std::map<std::uint32_t, Indices> byKind;
     for (Index i = 0; i < all.size(); ++i) {
       if (all[i].form != HeadingLine::Form::kNamed) byKind[all[i].kind].push_back(i);
@@ -66,6 +67,7 @@ class Chooser {
            Distance(from, to) < kTightBytes;
   }
 
+  bool TakeMarked();
   double Look(const Candidate& c) const;
   void FindLists(const Indices& members);
   void JudgeList(const Indices& members, size_t begin, size_t end);
@@ -85,7 +87,9 @@ class Chooser {
   bool IsAbove(const Group& upper, const Group& lower) const;
   void AddNamed();
   Structure Assemble() const;
-  Heading::Title TitleOf(const Candidate& c, double shareOfNextLines) const;
+  void LinkLists(Structure& structure) const;
+  static bool IsTitleBlock(const Candidate& c) { return c.blockLines > 1 && c.blockLines <= 6; }
+  Heading::Title TitleOf(const Candidate& c, double shareOfBlocks, double shareOfNextLines) const;
   bool HasTitleInNextLine(const Candidate& c) const;
 
   const SurveyResult& survey;
@@ -96,6 +100,18 @@ class Chooser {
   std::vector<bool> isInList;  // of contents
   std::vector<Group> groups;
 };
+
+// Where the text says what its headings are, nothing else is one.
+bool Chooser::TakeMarked() {
+  std::map<std::uint32_t, Indices> byLevel;
+  for (Index i = 0; i < all.size(); ++i) {
+    if (all[i].UnitIn() == kMarkedUnit) byLevel[all[i].kind].push_back(i);
+  }
+  int level = 0;
+  for (auto& [kind, members] : byLevel)
+    groups.push_back({kind, std::move(members), false, level++});
+  return !groups.empty();
+}
 
 // How much a line looks like a heading, whatever its number; about 1 for one that does.
 double Chooser::Look(const Candidate& c) const {
@@ -448,9 +464,15 @@ bool Chooser::HasTitleInNextLine(const Candidate& c) const {
          (isWide || c.Is(Candidate::kNextStandsAlone));
 }
 
-Heading::Title Chooser::TitleOf(const Candidate& c, double shareOfNextLines) const {
+Heading::Title Chooser::TitleOf(const Candidate& c, double shareOfBlocks,
+                                double shareOfNextLines) const {
+  constexpr std::uint8_t kNearlyFull = 45;  // characters; a title goes on in the next line
+  const bool hasBlock = isWrapped && !isWide && c.blanksBehind == 0 && IsTitleBlock(c);
+  if (hasBlock && (c.titleHash == 0 ? shareOfBlocks > 0.7 : c.length > kNearlyFull)) {
+    return Heading::Title::kSameBlock;
+  }
   if (c.titleHash != 0) return Heading::Title::kOwnLine;
-  if (!isWide && c.blanksBehind == 0 && c.blockLines > 1 && c.blockLines <= 6) {
+  if (!isWrapped && !isWide && c.blanksBehind == 0 && c.blockLines == 2) {
     return Heading::Title::kSameBlock;
   }
   return shareOfNextLines > 0.65 && HasTitleInNextLine(c) ? Heading::Title::kNextLine
@@ -461,7 +483,12 @@ Structure Chooser::Assemble() const {
   Structure structure;
   for (const Group& group : groups) {
     double next = 0;
-    for (const Index i : group.members) next += HasTitleInNextLine(all[i]) ? 1 : 0;
+    double blocks = 0;
+    for (const Index i : group.members) {
+      next += HasTitleInNextLine(all[i]) ? 1 : 0;
+      blocks += all[i].blanksBehind > 0 || IsTitleBlock(all[i]) ? 1 : 0;
+    }
+    const auto count = static_cast<double>(group.members.size());
     const bool isSection = group.isWeak && group.level > 0 && group.kind != 0 &&
                            std::any_of(groups.begin(), groups.end(), [&](const Group& upper) {
                              return upper.level == group.level - 1 && !upper.isWeak &&
@@ -480,7 +507,7 @@ Structure Chooser::Assemble() const {
                                    all[i + 1].textLine == all[i].textLine + 1 &&
                                    all[i + 1].form != HeadingLine::Form::kNamed;
         if (!isBeforeOther) {
-          heading.title = TitleOf(all[i], next / static_cast<double>(group.members.size()));
+          heading.title = TitleOf(all[i], blocks / count, next / count);
         }
       }
       structure.headings.push_back(heading);
@@ -503,7 +530,45 @@ Structure Chooser::Assemble() const {
     kept.push_back(heading);
   }
   structure.headings = std::move(kept);
+  LinkLists(structure);
   return structure;
+}
+
+// The entries of lists name headings in their order, by kind and number, or by what they say.
+void Chooser::LinkLists(Structure& structure) const {
+  std::map<std::uint32_t, std::vector<std::uint32_t>> byKind;
+  for (std::uint32_t i = 0; i < structure.headings.size(); ++i) {
+    const Candidate& c = all[structure.headings[i].candidate];
+    byKind[c.kind].push_back(i);
+    if (c.UnitIn() == kListedUnit && c.number > 0 &&
+        static_cast<size_t>(c.number) <= survey.listLines.size()) {
+      const LinePlace& place = survey.listLines[static_cast<size_t>(c.number) - 1];
+      structure.links.push_back({place.line, place.textLine, i});
+    }
+  }
+  std::map<std::uint32_t, size_t> next;
+  for (Index i = 0; i < all.size(); ++i) {
+    if (!isInList[i] && !all[i].Is(Candidate::kInsideList)) continue;
+    const auto headings = byKind.find(all[i].kind);
+    if (headings == byKind.end()) continue;
+    size_t& at = next[all[i].kind];
+    const std::vector<std::uint32_t>& targets = headings->second;
+    const bool isNamed = all[i].form == HeadingLine::Form::kNamed;
+    for (size_t step = 0; step < targets.size(); ++step) {
+      const size_t place = (at + step) % targets.size();
+      const Candidate& target = all[structure.headings[targets[place]].candidate];
+      const bool isSame =
+          isNamed ? target.titleHash == all[i].titleHash : target.number == all[i].number;
+      if (!isSame) continue;
+      structure.links.push_back({all[i].line, all[i].textLine, targets[place]});
+      at = place + 1;
+      break;
+    }
+  }
+  std::sort(structure.links.begin(), structure.links.end());
+  const auto isSameLine = [](const ListLink& a, const ListLink& b) { return a.line == b.line; };
+  structure.links.erase(std::unique(structure.links.begin(), structure.links.end(), isSameLine),
+                        structure.links.end());
 }
 
 }  // namespace

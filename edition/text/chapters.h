@@ -22,7 +22,10 @@ struct Heading {
 // A line of a list of contents and the heading that it names.
 struct ListLink {
   std::uint32_t line = 0;
+  std::uint32_t textLine = 0;
   std::uint32_t heading = 0;  // its index
+
+  bool operator<(const ListLink& other) const { return line < other.line; }
 };
 
 struct Structure {

@@ -427,6 +427,7 @@ bool ReadHeadingLine(std::string_view line, HeadingLine& heading) {
         inner && inner->form == Form::kMarked && inner->part.unit != read->part.unit &&
         inner->part.unit != kUnknownWord && read->part.unit != kUnknownWord) {
       heading.outer = read->part;
+      heading.inner = static_cast<size_t>(behind.data() - line.data());
       read = inner;
     }
   } else {

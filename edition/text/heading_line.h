@@ -40,6 +40,7 @@ struct HeadingLine {
   std::uint16_t detail = 0;  // what sets apart kinds of one unit: writing, mark, unknown word
   NamedPlace place = NamedPlace::kNone;
   std::uint16_t flags = 0;
+  size_t inner = 0;  // where the part begins, behind the outer one
   size_t title = 0;  // where it begins, behind the number
   size_t body = 0;   // where the heading begins, behind "正文" and ornaments
 

@@ -5,12 +5,17 @@
 #include <algorithm>
 #include <cstring>
 
+#include "edition/text/aozora.h"
 #include "edition/text/characters.h"
 
 namespace {
 
 constexpr size_t kNone = SIZE_MAX;
-constexpr size_t kHeadBytes = 1024;  // of a line that does not end in its piece
+constexpr size_t kBeginningSize = 1 << 14;
+constexpr std::uint64_t kSampleAt = 1 << 12;
+constexpr size_t kSampleSize = 1500;
+constexpr size_t kMostSamples = 12'000;  // bytes
+constexpr size_t kHeadBytes = 1024;      // of a line that does not end in its piece
 constexpr size_t kMeasuredLines = 100'000;
 constexpr size_t kMostCandidates = 250'000;
 constexpr size_t kMostListEntries = 50'000;
@@ -56,6 +61,19 @@ bool LooksLikeCode(std::string_view head, std::string_view tail) {
           head.find(' ') == std::string_view::npos);
 }
 
+// A reading in kana behind its word: 見当《けんとう》.
+bool HasReading(std::string_view line) {
+  constexpr std::string_view kBegin = "《";
+  for (size_t at = 0; (at = line.find(kBegin, at)) != std::string_view::npos;) {
+    const char32_t before = LastOf(line.substr(0, at));
+    at += kBegin.size();
+    const char32_t reading = at < line.size() ? CharacterAt(line, at).code : 0;
+    const bool isKana = reading > 0x3040 && reading < 0x3100;
+    if (isKana && before >= 0x3400 && before < 0xA000) return true;
+  }
+  return false;
+}
+
 // Fields of a table, or the time at the beginning of a line of a log.
 bool LooksLikeRecord(std::string_view head) {
   const auto count = [head](char c) { return std::count(head.begin(), head.end(), c); };
@@ -78,6 +96,11 @@ bool LineStatistics::IsWrapped() const {
   return followers * 3 > textLines && unfinished * 4 > textLines && ShareOfFullLines() > 0.3;
 }
 
+bool LineStatistics::IsSpaced() const {
+  return textLines > 20 && followers * 5 < textLines && unfinishedBehindBlank * 3 > textLines &&
+         widths[kWidest] * 12 < textLines && ShareOfFullLines() > 0.3;
+}
+
 double LineStatistics::ShareOfFullLines() const {
   size_t widest = kWidest;
   for (std::uint64_t wider = widths[widest]; wider * 20 < textLines && widest > 0;) {
@@ -88,9 +111,31 @@ double LineStatistics::ShareOfFullLines() const {
   return textLines == 0 ? 0 : static_cast<double>(full) / static_cast<double>(textLines);
 }
 
-Survey::Survey() : openNext(kNone), openBlock(kNone), openSecond(kNone) {}
+Survey::Survey(IsHeadingLine headingPattern)
+    : pattern(std::move(headingPattern)),
+      nextSample(kSampleAt),
+      openNext(kNone),
+      openBlock(kNone),
+      openSecond(kNone) {}
+
+// Takes samples at distances that double.
+void Survey::Sample(std::string_view piece) {
+  if (result.beginning.size() < kBeginningSize) {
+    result.beginning.append(piece.substr(0, kBeginningSize - result.beginning.size()));
+  }
+  while (nextSample < result.lines.bytes + piece.size()) {
+    const auto at = static_cast<size_t>(nextSample - std::min(nextSample, result.lines.bytes));
+    const size_t begin = piece.find('\n', at);
+    if (begin != std::string_view::npos && result.sample.size() < kMostSamples) {
+      const size_t end = piece.rfind('\n', std::min(begin + kSampleSize, piece.size() - 1));
+      if (end > begin) result.sample.append(piece.substr(begin + 1, end - begin));
+    }
+    nextSample *= 2;
+  }
+}
 
 void Survey::Feed(std::string_view piece) {
+  Sample(piece);
   result.lines.bytes += piece.size();
   if (partialBytes > 0) {
     const size_t end = std::min(piece.find('\n'), piece.size());
@@ -121,6 +166,8 @@ void Survey::Feed(std::string_view piece) {
 SurveyResult Survey::Finish() {
   if (partialBytes > 0) TakeLine(partial);
   CloseBlock();
+  result.textLines = textLine;
+  result.endTextLine = std::min(result.endTextLine, textLine);
   return std::move(result);
 }
 
@@ -162,9 +209,14 @@ void Survey::Measure(const Line& line) {
   if (line.indent > 0) ++lines.indented;
   if (follows && line.indent > 0) ++lines.followersIndented;
   if (follows && !previousEndsSentence && previousLength > kShortLine / 3) ++lines.unfinished;
+  if (blanks == 1 && !previousEndsSentence && previousLength > kShortLine / 2)
+    ++lines.unfinishedBehindBlank;
   if (line.tail.ends_with('-') && !line.tail.ends_with("--")) ++lines.hyphens;
   const bool isWide = line.characters * 2 < line.head.size();
-  if (isWide) ++lines.wide;
+  if (isWide) {
+    ++lines.wide;
+    if (HasAozoraNote(line.head) || HasReading(line.head)) ++lines.aozora;
+  }
   if (!isWide && LooksLikeCode(line.head, line.tail)) ++lines.code;
   if (!isWide && LooksLikeRecord(line.head)) ++lines.records;
 }
@@ -244,7 +296,8 @@ void Survey::ListEntry(const Line& line, const HeadingLine* heading) {
     listKind = KindOf(heading->part.unit, heading->detail);
     listNumber = heading->part.number;
   }
-  listed.emplace(hash, static_cast<std::int32_t>(listed.size()) + 1);
+  result.listLines.push_back({lineNumber, textLine});
+  listed.emplace(hash, static_cast<std::int32_t>(result.listLines.size()));
   if (isNumbered && heading->title < line.head.size()) {
     const std::uint64_t title = LettersHash(line.head.substr(heading->title));
     if (title != 0) listed.emplace(title, 0);
@@ -258,14 +311,18 @@ bool Survey::IsBeginOfBook(const Line& line) {
   if (!isMark) return false;
   if (text.starts_with("START") && result.firstLine == 0) {
     result.firstLine = lineNumber + 1;
+    result.firstTextLine = textLine + 1;
     result.candidates.clear();
     openNext = openBlock = openSecond = kNone;
     inList = false;
     listed.clear();
+    result.listLines.clear();
+    result.listTitles.clear();
     return true;
   }
   if (text.starts_with("END") && result.endLine == UINT32_MAX) {
     result.endLine = lineNumber;
+    result.endTextLine = textLine;
     return true;
   }
   return false;
@@ -273,6 +330,14 @@ bool Survey::IsBeginOfBook(const Line& line) {
 
 void Survey::TryHeading(const Line& line) {
   if (IsBeginOfBook(line) || result.endLine != UINT32_MAX) return;
+  if (pattern) {
+    if (pattern(line.head)) AddCandidate(line, {}, KindOf(kMarkedUnit, 0));
+    return;
+  }
+  if (const int level = AozoraHeadingLevel(line.head); level >= 0) {
+    AddCandidate(line, {}, KindOf(kMarkedUnit, static_cast<std::uint16_t>(level)));
+    return;
+  }
   HeadingLine heading;
   const bool isHeading = ReadHeadingLine(line.head, heading);
   const bool wasInList = inList;
@@ -280,6 +345,7 @@ void Survey::TryHeading(const Line& line) {
 
   if (isHeading && heading.place == NamedPlace::kContents) {
     inList = true;
+    result.listTitles.push_back({lineNumber, textLine});
     listEntries = 0;
     listLongestPause = 0;
     listKind = 0;

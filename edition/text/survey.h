@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -51,6 +52,7 @@ struct Candidate {
 // Kinds beside those of HeadingLine.
 inline constexpr Unit kListedUnit = 0xFFF0;    // only a list of contents tells that it is one
 inline constexpr Unit kSetApartUnit = 0xFFF1;  // only its place tells
+inline constexpr Unit kMarkedUnit = 0xFFF2;    // the text says so in a note, with its level
 inline constexpr std::uint32_t KindOf(Unit unit, std::uint16_t detail) {
   return static_cast<std::uint32_t>(unit) << 16 | detail;
 }
@@ -65,32 +67,53 @@ struct LineStatistics {
   std::uint64_t followers = 0;  // behind another that is not blank
   std::uint64_t indented = 0;
   std::uint64_t followersIndented = 0;
-  std::uint64_t unfinished = 0;  // end within a sentence, another line follows at once
-  std::uint64_t hyphens = 0;     // end with a hyphen
-  std::uint64_t wide = 0;        // lines of wide characters
-  std::uint64_t code = 0;        // end or begin as source code does
-  std::uint64_t records = 0;     // lines of fields: CSV, logs
+  std::uint64_t unfinishedBehindBlank = 0;  // the same across one blank line, of nearly full lines
+  std::uint64_t unfinished = 0;             // end within a sentence, another line follows at once
+  std::uint64_t hyphens = 0;                // end with a hyphen
+  std::uint64_t wide = 0;                   // lines of wide characters
+  std::uint64_t aozora = 0;                 // lines with notes or readings of the Aozora kind
+  std::uint64_t code = 0;                   // end or begin as source code does
+  std::uint64_t records = 0;                // lines of fields: CSV, logs
   std::array<std::uint64_t, kWidest + 1> widths = {};  // lines by characters; the last: all longer
 
   // Most lines are pieces of paragraphs.
   bool IsWrapped() const;
+  // The same, with a blank line behind each.
+  bool IsSpaced() const;
   // Of the lines, those nearly as wide as the widest.
   double ShareOfFullLines() const;
   // Most characters are wide ones.
   bool IsWide() const { return wide * 2 > textLines; }
 };
 
+// Where a line is.
+struct LinePlace {
+  std::uint32_t line = 0;
+  std::uint32_t textLine = 0;
+};
+
 struct SurveyResult {
   LineStatistics lines;
+  std::string beginning;  // some kilobytes
+  std::string sample;     // lines from here and there
+  std::uint32_t textLines = 0;
   std::vector<Candidate> candidates;
+  std::vector<LinePlace> listLines;   // of the entries of lists of contents, by their place
+  std::vector<LinePlace> listTitles;  // what such lists begin with
   // The lines between which the text of a book with a licence around it stands.
   std::uint32_t firstLine = 0;
+  std::uint32_t firstTextLine = 0;
   std::uint32_t endLine = UINT32_MAX;
+  std::uint32_t endTextLine = UINT32_MAX;
 };
+
+// Which lines are headings: those that are found to be, or those that a pattern finds.
+using IsHeadingLine = std::function<bool(std::string_view line)>;
 
 class Survey {
  public:
-  Survey();
+  // With a pattern, what it finds are the headings.
+  explicit Survey(IsHeadingLine headingPattern = nullptr);
 
   // The text piece by piece.
   void Feed(std::string_view piece);
@@ -106,6 +129,7 @@ class Survey {
     size_t characters;
   };
 
+  void Sample(std::string_view piece);
   void TakeLine(std::string_view line);
   void TakeBlank();
   void Measure(const Line& line);
@@ -118,7 +142,9 @@ class Survey {
   bool IsEndOfList(const Line& line, const HeadingLine* heading, std::uint64_t hash) const;
   bool IsBeginOfBook(const Line& line);
 
+  IsHeadingLine pattern;
   SurveyResult result;
+  std::uint64_t nextSample;
   std::string partial;  // the line that is not ended
   size_t partialBytes = 0;
   std::uint64_t offset = 0;  // of the line

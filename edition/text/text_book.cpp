@@ -1,55 +1,136 @@
-// Makes one document of a text in UTF-8: each of its lines is a paragraph.
+// The steps: learn what the text is, find its chapters, and write it.
 #include "edition/text/text_book.h"
 
 #include <algorithm>
 
-#include "base/text_gate.h"
-#include "edition/book/markup.h"
+#include "edition/text/book_builder.h"
+#include "edition/text/chapters.h"
+#include "edition/text/heading_pattern.h"
+#include "edition/text/language.h"
+#include "edition/text/layout.h"
+#include "edition/text/lines.h"
+#include "edition/text/survey.h"
+#include "edition/text/text_facts.h"
+#include "edition/text/text_input.h"
+#include "edition/text/word_set.h"
 
 namespace {
 
-constexpr size_t kPieceSize = size_t{64} * 1024;
+constexpr char kNoChapters[] = "none";
+constexpr double kShareOfSurvey = 0.3;  // of the whole work
 
-// The whole lines of a piece of text; what it leaves of the last one stays in it.
-BlockRun TakeLines(std::string& text, bool isEnd) {
-  BlockRun run;
-  size_t begin = 0;
-  while (begin < text.size()) {
-    size_t end = text.find('\n', begin);
-    if (end == std::string::npos && !isEnd) break;
-    end = std::min(end, text.size());
-    const std::string line = OneLine(std::string_view(text).substr(begin, end - begin));
-    if (!line.empty()) {
-      run.breaks.push_back(run.body.size());
-      run.body += "<p>";
-      AppendEscaped(line, run.body);
-      run.body += "</p>\n";
-    }
-    begin = std::min(end + 1, text.size());
-  }
-  text.erase(0, begin);
-  return run;
+ParagraphStyle StyleOf(const std::string& name) {
+  if (name == "line") return ParagraphStyle::kLine;
+  return name == "wrapped" ? ParagraphStyle::kWrapped : ParagraphStyle::kAuto;
 }
+
+const char* NameOf(ParagraphStyle style) {
+  switch (style) {
+    case ParagraphStyle::kWrapped:
+      return "wrapped";
+    case ParagraphStyle::kVerbatim:
+      return "verbatim";
+    default:
+      return "line";
+  }
+}
+
+class Maker {
+ public:
+  Maker(TextInput& text, const SourceOptions& chosen, BookSink& target, Run& shared)
+      : input(text), options(chosen), sink(target), run(shared) {}
+
+  Status Make() {
+    if (Status status = ReadSurvey(); !status) return status;
+    const Layout layout = LayoutOf(survey.lines, StyleOf(options.paragraphs));
+    run.Tell("paragraphs", NameOf(layout.style));
+    if (Status status = sink.Begin(Facts()); !status) return status;
+    const bool hasChapters =
+        options.chapters != kNoChapters &&
+        (layout.style != ParagraphStyle::kVerbatim || !options.chapters.empty());
+    Structure structure;
+    if (hasChapters) structure = FindChapters(survey);
+    WordSet words;
+    if (layout.style == ParagraphStyle::kWrapped && !layout.isWide && survey.lines.hyphens > 0) {
+      if (Status status = ReadWords(words); !status) return status;
+    }
+    return Write(structure, layout, words);
+  }
+
+ private:
+  Status ReadSurvey() {
+    Result<IsHeadingLine> pattern = PatternOf(options.chapters);
+    if (!pattern) return pattern.Why();
+    Survey reader(std::move(*pattern));
+    if (Status status = input.Restart(); !status) return status;
+    for (;;) {
+      const Result<std::string_view> piece = input.Next();
+      if (!piece) return piece.Why();
+      if (piece->empty()) break;
+      reader.Feed(*piece);
+      if (Status status = run.Advance(kShareOfSurvey * input.Share()); !status) return status;
+    }
+    survey = reader.Finish();
+    return Done();
+  }
+
+  Metadata Facts() const {
+    Metadata facts = ReadTextFacts(survey.beginning, input.Name());
+    if (facts.language.empty()) {
+      const std::string& sample = survey.sample.empty() ? survey.beginning : survey.sample;
+      facts.language = LanguageOfText(sample);
+    }
+    return facts;
+  }
+
+  // Enough of the text to know its words.
+  Status ReadWords(WordSet& words) {
+    constexpr size_t kEnough = size_t{1} << 24;
+    if (Status status = input.Restart(); !status) return status;
+    for (size_t read = 0; read < kEnough;) {
+      const Result<std::string_view> piece = input.Next();
+      if (!piece) return piece.Why();
+      if (piece->empty()) break;
+      words.AddWordsOf(*piece);
+      read += piece->size();
+      if (Status status = run.Advance(kShareOfSurvey); !status) return status;
+    }
+    return Done();
+  }
+
+  Status Write(const Structure& structure, const Layout& layout, const WordSet& words) {
+    constexpr std::uint64_t kStep = std::uint64_t{1} << 19;
+    if (Status status = input.Restart(); !status) return status;
+    BookBuilder builder(survey, structure, layout, words, sink);
+    Lines lines(input);
+    std::uint64_t next = kStep;
+    for (;;) {
+      const Result<bool> hasLine = lines.Next();
+      if (!hasLine) return hasLine.Why();
+      if (!*hasLine) break;
+      if (Status status = builder.Take(lines.Text(), lines.Number(), lines.IsContinued());
+          !status) {
+        return status;
+      }
+      if (lines.Offset() < next) continue;
+      next = lines.Offset() + kStep;
+      const double done = kShareOfSurvey + (1 - kShareOfSurvey) * input.Share();
+      if (Status status = run.Advance(done); !status) return status;
+    }
+    return builder.Finish();
+  }
+
+  TextInput& input;
+  const SourceOptions& options;
+  BookSink& sink;
+  Run& run;
+  SurveyResult survey;
+};
 
 }  // namespace
 
-Status MakeTextBook(const std::vector<Input>& inputs, const SourceOptions& /*options*/,
-                    BookSink& sink, Run& run) {
-  const Input& input = inputs.front();
-  if (Status status = sink.Begin({}); !status) return status;
-  if (Status status = sink.Add(Document{}); !status) return status;
-  std::string text;
-  std::string piece(kPieceSize, '\0');
-  for (std::uint64_t offset = 0; offset < input.Size(); offset += piece.size()) {
-    const Result<size_t> count = input.Read(offset, piece.data(), piece.size());
-    if (!count) return count.Why();
-    text.append(piece, 0, *count);
-    const std::uint64_t done = offset + *count;
-    if (Status status = sink.Continue(TakeLines(text, done == input.Size())); !status) {
-      return status;
-    }
-    const double share = static_cast<double>(done) / static_cast<double>(input.Size());
-    if (Status status = run.Advance(share); !status) return status;
-  }
-  return sink.Finish({});
+Status MakeTextBook(const std::vector<Input>& inputs, const SourceOptions& options, BookSink& sink,
+                    Run& run) {
+  TextInput text(inputs.front());
+  return Maker(text, options, sink, run).Make();
 }

@@ -1,0 +1,42 @@
+// Decides by counts of lines.
+#include "edition/text/layout.h"
+
+#include <algorithm>
+
+namespace {
+
+bool IsMostlyCode(const LineStatistics& lines) {
+  constexpr std::uint64_t kFewLines = 8;
+  return lines.textLines >= kFewLines &&
+         (lines.code * 4 > lines.textLines || lines.records * 2 > lines.textLines);
+}
+
+// Of the widths, the one that five lines in a hundred exceed.
+size_t WidthOf(const LineStatistics& lines) {
+  size_t width = LineStatistics::kWidest;
+  std::uint64_t wider = lines.widths[width];
+  while (width > 0 && wider * 20 < lines.textLines) wider += lines.widths[--width];
+  return width;
+}
+
+}  // namespace
+
+Layout LayoutOf(const LineStatistics& lines, ParagraphStyle wanted) {
+  Layout layout;
+  layout.isWide = lines.IsWide();
+  layout.width = WidthOf(lines);
+  layout.isSpaced = lines.IsSpaced();
+  layout.isAozora = layout.isWide && lines.aozora > 0;
+  layout.style = wanted;
+  if (wanted == ParagraphStyle::kAuto) {
+    layout.style = IsMostlyCode(lines)                    ? ParagraphStyle::kVerbatim
+                   : lines.IsWrapped() || layout.isSpaced ? ParagraphStyle::kWrapped
+                                                          : ParagraphStyle::kLine;
+  }
+  layout.isSpaced = layout.isSpaced && layout.style == ParagraphStyle::kWrapped;
+  const std::uint64_t behindBlank = lines.textLines - lines.followers;
+  layout.isIndented = layout.isSpaced || (lines.followersIndented * 20 > lines.textLines &&
+                                          lines.followersIndented > behindBlank / 2);
+  layout.hasPauses = behindBlank * 8 < lines.textLines;
+  return layout;
+}

@@ -1,0 +1,366 @@
+// Puts lines together, or leaves them apart, by how they fill their width.
+#include "edition/text/paragraphs.h"
+
+#include <algorithm>
+
+#include "edition/text/aozora.h"
+#include "edition/text/characters.h"
+#include "edition/text/markup.h"
+
+namespace {
+
+constexpr size_t kMostBlockLines = 400;  // a longer block is ended there
+constexpr size_t kMostBlockBytes = size_t{1} << 15;
+constexpr size_t kMostVerbatimLines = 60;
+constexpr size_t kMostIndentSteps = 9;
+
+constexpr std::u32string_view kBreakSigns = U"*＊#＃-－—–─━_＿=＝~～•·◆◇○●☆★※§+⁂✻∗◎□■△▲▽▼♦❖.…";
+constexpr std::u32string_view kPlainSigns = U"-－—–─━_＿=＝~～·.…+○●";  // one or two may be text
+constexpr std::u32string_view kClosing = U"，。！？；：、」』）】》〉”’…,.;:!?)";
+constexpr std::u32string_view kEndsOfParagraphs = U"。！？；：」』）】》…”’—.!?:;\"')*_～~";
+
+// A line of signs between two scenes.
+bool IsBreak(std::string_view text) {
+  constexpr size_t kLongest = 240;
+  if (text.empty() || text.size() > kLongest) return false;
+  size_t signs = 0;
+  bool isPlain = true;
+  for (size_t i = 0; i < text.size();) {
+    const Character c = CharacterAt(text, i);
+    i += c.length;
+    if (IsBlank(c.code)) continue;
+    if (kBreakSigns.find(c.code) == std::u32string_view::npos) return false;
+    if (c.code == '.' || c.code == U'…') return false;
+    isPlain = isPlain && kPlainSigns.find(c.code) != std::u32string_view::npos;
+    ++signs;
+  }
+  return signs >= (isPlain ? 3U : 1U);
+}
+
+// Columns of a table: cells with three blanks and more between them, or bars.
+bool HasCells(std::string_view text) {
+  size_t cells = 1;
+  size_t run = 0;
+  size_t bars = 0;
+  for (const char c : text) {
+    if (c == '|') ++bars;
+    if (c == '\t') run += 3;
+    if (c == ' ') {
+      ++run;
+      continue;
+    }
+    if (run >= 3) ++cells;
+    if (c != '\t') run = 0;
+  }
+  return cells >= 2 || bars >= 2;
+}
+
+std::string_view FirstWord(std::string_view text) {
+  return text.substr(0, std::min(text.find(' '), text.size()));
+}
+
+}  // namespace
+
+// ----------------------------------------------------------------------------------- line by line
+
+Status Paragraphs::AddLine(std::string_view line, bool isContinued) {
+  if (layout.style == ParagraphStyle::kVerbatim) {
+    block.append(line) += '\n';
+    const bool isFull = ++blockLines >= kMostVerbatimLines || block.size() > kMostBlockBytes;
+    return isFull ? Flush() : Done();
+  }
+  if (layout.style == ParagraphStyle::kWrapped) {
+    const size_t feed = line.find('\f');
+    if (feed != std::string_view::npos) {  // a page ends
+      if (feed > 0) {
+        if (Status status = AddLine(line.substr(0, feed), isContinued); !status) return status;
+      }
+      if (Status status = Flush(); !status) return status;
+      return AddLine(line.substr(feed + 1), false);
+    }
+    block.append(line) += '\n';
+    const bool isFull = ++blockLines >= kMostBlockLines || block.size() > kMostBlockBytes;
+    return isFull ? Flush() : Done();
+  }
+  if (isContinued) {
+    if (Status status = Flush(); !status) return status;
+  }
+  while (!line.empty()) {
+    const size_t feed = std::min(line.find('\f'), line.size());
+    const std::string_view part = Trimmed(line.substr(0, feed));
+    line.remove_prefix(std::min(feed + 1, line.size()));
+    if (part.empty()) continue;
+    if (Status status = AddParagraphLine(part); !status) return status;
+  }
+  return Done();
+}
+
+Status Paragraphs::AddBlank() {
+  ++blanks;
+  if (layout.style == ParagraphStyle::kVerbatim) {
+    if (blockLines > 0) block += '\n';
+    return Done();
+  }
+  if (layout.isSpaced && blanks < 2) return Done();
+  return layout.style == ParagraphStyle::kLine && isOpen ? Done() : Flush();
+}
+
+Status Paragraphs::Flush() {
+  if (isOpen) {
+    isOpen = false;
+    return WriteParagraph("");
+  }
+  if (blockLines == 0) return Done();
+  const Status status = layout.style == ParagraphStyle::kVerbatim
+                            ? WritePre("code", std::string_view(block).substr(0, block.size() - 1))
+                            : WriteLines(LinesOfBlock());
+  block.clear();
+  blockLines = 0;
+  blanks = 0;
+  return status;
+}
+
+// A paragraph that a line cut within a sentence: the next line begins with what cannot begin one.
+bool Paragraphs::GoesOn(std::string_view next) const {
+  const char32_t last = LastOf(paragraph);
+  const bool isUnfinished = kEndsOfParagraphs.find(last) == std::u32string_view::npos;
+  return layout.isWide && isUnfinished && kClosing.find(FirstOf(next)) != std::u32string_view::npos;
+}
+
+Status Paragraphs::AddParagraphLine(std::string_view line) {
+  if (isOpen && GoesOn(line)) {
+    paragraph.append(line);
+    return Done();
+  }
+  const size_t blanksBefore = blanks;
+  if (Status status = Flush(); !status) return status;
+  blanks = 0;
+  if (IsBreak(line)) {
+    paragraph = line;
+    const Status status = WriteParagraph("break");
+    isFirst = true;
+    return status;
+  }
+  if (layout.isAozora) return AddAozoraLine(line);
+  if (blanksBefore > 0 && layout.hasPauses && !isFirst) {
+    isBehindPause = true;
+  }
+  paragraph = line;
+  isOpen = true;
+  return Done();
+}
+
+Status Paragraphs::AddAozoraLine(std::string_view line) {
+  std::string clean(line);
+  DropControls(clean);
+  AozoraLine read = ReadAozoraLine(clean);
+  if (read.indentation >= 0) indentation = static_cast<size_t>(read.indentation);
+  paragraph = std::move(read.text);
+  if (Trimmed(paragraph).empty()) return Done();
+  return WriteParagraph(read.isRight ? "right" : indentation > 0 ? "indent" : "");
+}
+
+// --------------------------------------------------------------------------------- block by block
+
+std::vector<Paragraphs::Line> Paragraphs::LinesOfBlock() const {
+  std::vector<Line> lines;
+  std::string_view rest = block;
+  while (!rest.empty()) {
+    const size_t end = rest.find('\n');
+    const std::string_view line = rest.substr(0, end);
+    rest.remove_prefix(end + 1);
+    const std::string_view text = WithoutBlanksBefore(line);
+    size_t indent = 0;
+    for (const char c : line.substr(0, line.size() - text.size())) {
+      indent += c == '\t' ? 8 : (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
+    }
+    const std::string_view trimmed = WithoutBlanksBehind(text);
+    if (!trimmed.empty()) lines.push_back({trimmed, indent, CountCharacters(trimmed)});
+  }
+  return lines;
+}
+
+// Whether lines end where their writer wanted it: the next word would have had room.
+bool Paragraphs::BreaksByHand(const std::vector<Line>& lines) const {
+  if (lines.size() < 2) return false;
+  size_t roomy = 0;
+  size_t capitals = 0;
+  for (size_t i = 0; i + 1 < lines.size(); ++i) {
+    const Line& next = lines[i + 1];
+    const size_t word = layout.isWide ? 1 : CountCharacters(FirstWord(next.text)) + 1;
+    const size_t used =
+        lines[i].width + (layout.isWide ? lines[i].indent : lines.front().indent) + word;
+    roomy += used * 100 < layout.width * 86 ? 1 : 0;
+    const char32_t first = FirstOf(next.text);
+    capitals += IsSmall(first) ? 0 : 1;
+  }
+  const size_t ends = lines.size() - 1;
+  if (roomy * 10 >= ends * 8) return true;
+  return !layout.isWide && roomy * 2 >= ends && capitals * 10 >= ends * 8;
+}
+
+bool Paragraphs::IsCentered(const Line& line) const {
+  if (line.indent < 8 || line.indent + line.width > layout.width + 8) return false;
+  const size_t right =
+      layout.width > line.indent + line.width ? layout.width - line.indent - line.width : 0;
+  const size_t difference = right > line.indent ? right - line.indent : line.indent - right;
+  return difference <= 10;
+}
+
+Status Paragraphs::WriteLines(const std::vector<Line>& lines) {
+  if (lines.empty()) return Done();
+  if (lines.size() == 1 && IsBreak(lines.front().text)) {
+    paragraph = lines.front().text;
+    const Status status = WriteParagraph("break");
+    isFirst = true;
+    return status;
+  }
+  if (layout.isWide) {
+    if (!layout.isSpaced && BreaksByHand(lines)) {
+      for (const Line& line : lines) {
+        paragraph = line.text;
+        if (Status status = WriteParagraph(""); !status) return status;
+      }
+      return Done();
+    }
+  } else {
+    const auto cells = std::count_if(lines.begin(), lines.end(),
+                                     [](const Line& line) { return HasCells(line.text); });
+    if (lines.size() > 1 && cells * 5 >= static_cast<std::ptrdiff_t>(lines.size()) * 3) {
+      return WritePre("table", std::string_view(block).substr(0, block.size() - 1));
+    }
+    if (std::all_of(lines.begin(), lines.end(),
+                    [this](const Line& line) { return IsCentered(line); })) {
+      paragraph.clear();
+      for (const Line& line : lines) {
+        if (!paragraph.empty()) paragraph += static_cast<char>(Mark::kLineBreak);
+        std::string text(line.text);
+        DropControls(text);
+        paragraph += text;
+      }
+      return WriteParagraph("center");
+    }
+    if (lines.size() == 1 && lines.front().indent * 2 > layout.width) {
+      paragraph = lines.front().text;
+      return WriteParagraph("right");
+    }
+    if (BreaksByHand(lines)) return WriteVerse(lines);
+  }
+  // Paragraphs of one block begin where a line is indented more than those around it.
+  const size_t base =
+      std::min_element(lines.begin(), lines.end(), [](const Line& a, const Line& b) {
+        return a.indent < b.indent;
+      })->indent;
+  const bool isQuotation = !layout.isWide && !layout.isIndented && base >= 2;
+  const Line* begin = lines.data();
+  const Line* const end = lines.data() + lines.size();
+  while (begin != end) {
+    const Line* next = begin + 1;
+    while (next != end && !(layout.isIndented && next->indent > base)) ++next;
+    if (Status status = WriteProse(begin, next, isQuotation); !status) return status;
+    begin = next;
+  }
+  return Done();
+}
+
+Status Paragraphs::WriteVerse(const std::vector<Line>& lines) {
+  const size_t base =
+      std::min_element(lines.begin(), lines.end(), [](const Line& a, const Line& b) {
+        return a.indent < b.indent;
+      })->indent;
+  std::string& markup = writer.Markup();
+  markup += "<div class=\"verse\">";
+  for (const Line& line : lines) {
+    const size_t steps = std::min((line.indent - base + 1) / 2, kMostIndentSteps);
+    markup += steps == 0 ? "<p>" : "<p class=\"i" + std::to_string(steps) + "\">";
+    std::string text(line.text);
+    DropControls(text);
+    MarkEmphasis(text);
+    AppendMarkup(text, markup);
+    markup += "</p>";
+  }
+  markup += "</div>\n";
+  isFirst = false;
+  return writer.EndBlock();
+}
+
+Status Paragraphs::WritePre(std::string_view type, std::string_view text) {
+  std::string clean;
+  clean.reserve(text.size());
+  for (const char c : text) {
+    if (c == '\t' || c == '\n' || c < 0 || c >= ' ') clean += c;
+  }
+  while (clean.ends_with('\n')) clean.pop_back();
+  std::string& markup = writer.Markup();
+  markup.append("<pre class=\"").append(type).append("\">");
+  AppendMarkup(clean, markup);
+  markup += "</pre>\n";
+  isFirst = false;
+  return writer.EndBlock();
+}
+
+Status Paragraphs::WriteProse(const Line* begin, const Line* end, bool isQuotation) {
+  paragraph = begin->text;
+  for (const Line* line = begin + 1; line != end; ++line) JoinLine(line->text);
+  if (!isQuotation) return WriteParagraph("");
+  writer.Markup() += "<blockquote>";
+  return WriteParagraph("quoted");
+}
+
+// A hyphen at the end of a line is kept in a word that has one elsewhere, too.
+void Paragraphs::JoinLine(std::string_view next) {
+  const char32_t last = LastOf(paragraph);
+  if (layout.isWide && (IsWide(last) || IsWide(FirstOf(next)))) {
+    paragraph.append(next);
+    return;
+  }
+  if (last == '-' && paragraph.size() > 1 && IsSmall(FirstOf(next))) {
+    const char32_t before = LastOf(WithoutLast(paragraph));
+    if (IsLetter(before)) {
+      size_t begin = paragraph.size() - 1;
+      while (begin > 0 && paragraph[begin - 1] != ' ' && paragraph[begin - 1] != '-') --begin;
+      size_t length = 0;
+      while (length < next.size() && IsLetter(CharacterAt(next, length).code)) {
+        length += CharacterAt(next, length).length;
+      }
+      std::string_view head = std::string_view(paragraph).substr(begin);
+      while (!head.empty() && !IsLetter(FirstOf(head))) head = WithoutFirst(head);
+      head = WithoutLast(head);
+      const std::string whole = std::string(head) + std::string(next.substr(0, length));
+      const std::string hyphened = std::string(head) + "-" + std::string(next.substr(0, length));
+      if (!words.Has(hyphened) && words.Has(whole)) paragraph.pop_back();
+    }
+    paragraph.append(next);
+    return;
+  }
+  const bool isDash = last == U'—' || paragraph.ends_with("--");
+  const bool isHyphen =
+      last == '-' && paragraph.size() > 1 && IsLetter(LastOf(WithoutLast(paragraph)));
+  const bool isTight =
+      (isDash || isHyphen) && !paragraph.ends_with(" --") && !paragraph.ends_with(" —");
+  if (!isTight) paragraph += ' ';
+  paragraph.append(next);
+}
+
+Status Paragraphs::WriteParagraph(std::string_view type) {
+  std::string& markup = writer.Markup();
+  if (!layout.isAozora) {
+    if (type != "center") DropControls(paragraph);
+    if (!layout.isWide && type != "break") MarkEmphasis(paragraph);
+  }
+  const bool isQuoted = type == "quoted";
+  std::string_view name = isQuoted ? "" : type;
+  if (type.empty() && isFirst) name = "first";
+  if (type.empty() && !isFirst && isBehindPause) name = "gap";
+  isBehindPause = false;
+  if (name.empty()) {
+    markup += "<p>";
+  } else {
+    markup.append("<p class=\"").append(name).append("\">");
+  }
+  AppendMarkup(paragraph, markup);
+  markup += isQuoted ? "</p></blockquote>\n" : "</p>\n";
+  paragraph.clear();
+  if (type != "right" && type != "center") isFirst = false;
+  return writer.EndBlock();
+}
