@@ -1,6 +1,7 @@
 # What the commands of transcripts may call.
 fixtures=$HERE/../fixtures/mobi
 pictures=$fixtures/source
+examples=$HERE/../../docs/examples
 
 # write FILE [TEXT]: makes it, with its directories; the escapes of printf are known.
 write() {
@@ -73,3 +74,29 @@ plan() { kavepub convert --dry-run --json "$@" | jq -r '.output + ": " + (.input
 
 # text BOOK: the text of its pages.
 text() { unzip -p "$1" 'OEBPS/page-*.html' | sed -n 's/<[^>]*>//gp'; }
+
+# The shipped binaries of which readelf says, or does not say, what a pattern matches.
+binaries_with() {
+  local file
+  for file in "$KAV_BUILD_DIR"/{bin/kavepub,lib/*.so}; do
+    ! readelf --wide --dynamic --segments --dyn-syms "$file" | grep -qE "$1" || basename "$file"
+  done
+}
+binaries_without() { diff <(binaries_with "$1") <(binaries_with .) | sed -n 's/^> //p'; }
+
+# unmarked_functions LIBRARY: where exported functions are that do not begin with a mark.
+unmarked_functions() {
+  comm -23 <(nm --dynamic --defined-only "$1" | awk '$2 == "T" {print $1}' | sort -u) \
+    <(objdump --disassemble --no-show-raw-insn "$1" |
+      sed -n '/^[0-9a-f]* <.*>:$/{N;s/^\([0-9a-f]*\) .*\tendbr64.*/\1/p}' | sort)
+}
+
+# standalone LANGUAGE HEADER...: those headers that need another one in front.
+standalone() {
+  local language=$1 header
+  for header in "${@:2}"; do
+    [[ -d $header ]] || printf '#include "%s"\ntypedef int NotEmpty;\n' "$header" |
+      cc -x "$language" -fsyntax-only -Wall -Wextra -Wpedantic -Werror -I. -Iservice \
+        $(pkg-config --cflags libxml-2.0) -
+  done
+}

@@ -1,0 +1,88 @@
+"""What an installation says of itself: manual pages, completions, the same as the help."""
+
+import re
+import subprocess
+import unittest
+
+from book import KAVEPUB, SOURCE, run
+
+PAGES = SOURCE / "docs" / "man"
+OFFERS_OF_ZSH = SOURCE / "tests" / "end_to_end" / "offers_of_zsh.zsh"
+COMPLETIONS = SOURCE / "packaging" / "completions"
+
+
+def options_of(text):
+    return set(re.findall(r"(?<![\w-])--?[a-zA-Z][\w-]*", text))
+
+
+def help_of(*command):
+    """The options and the commands that the help shows."""
+    text = run(KAVEPUB, *command, "--help").stdout
+    options = re.findall(r"^  (-\S+)", text, re.MULTILINE)
+    commands = re.search(r"^Subcommands:\n((?:  .*\n)*)", text, re.MULTILINE)
+    return (set(",".join(options).split(",")),
+            re.findall(r"^  (\w+)", commands.group(1), re.MULTILINE) if commands else [])
+
+
+def all_of_help():
+    """The options of the tool (under the name "") and of each command."""
+    options, commands = help_of()
+    return {"": options, **{command: help_of(command)[0] for command in commands}}
+
+
+class ManualPages(unittest.TestCase):
+    def rendered(self, name):
+        page = run("groff", "-man", "-ww", "-Tascii", "-P-cbou", PAGES / name)
+        self.assertEqual((page.returncode, page.stderr), (0, ""))
+        return page.stdout
+
+    def test_kavepub(self):
+        page = self.rendered("kavepub.1")
+        helped = all_of_help()
+        self.assertEqual(options_of(page), set().union(*helped.values()))
+        for command in helped:
+            self.assertIn(f"kavepub {command}", page)
+
+    def test_kav_epub(self):
+        page = self.rendered("kav_epub.3")
+        header = (SOURCE / "service" / "epub_service.h").read_text()
+        entries = re.findall(r"\(\*(\w+)\)\(", header)
+        self.assertEqual(re.findall(r"\(\*(\w+)\)\(", page), entries + ["ProgressCallback"])
+        for entry in entries:
+            self.assertRegex(page, rf"(?m)^ +(\w+, )*{entry}(, \w+)*$", "is not explained")
+        for function in re.findall(r"KAV_EPUB_API .*?(\w+)\(", header):
+            self.assertRegex(page, rf"{function}\(.*\);")
+        header = (SOURCE / "fileutil" / "result_codes.h").read_text()
+        codes = re.findall(r"(EPUB_\w+) = (-?\d+)", header)
+        for name, number in codes:
+            self.assertRegex(page, rf"\b{name} +\({number}\)")
+
+
+class Completions(unittest.TestCase):
+    def test_bash(self):
+        script = 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); ' \
+                 '_kavepub; printf "%s\n" "${COMPREPLY[@]}"'
+
+        def offered(*words):
+            done = run("bash", "-uc", script, "bash", COMPLETIONS / "kavepub.bash", "kavepub",
+                       *words)
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            return set(done.stdout.split())
+
+        for command, options in all_of_help().items():
+            with self.subTest(command):
+                before = [command] if command else []
+                self.assertEqual(offered(*before, "-"), options)
+                if command:
+                    self.assertIn(command, offered(command[:2]))
+
+    def test_zsh(self):
+        for command, options in all_of_help().items():
+            with self.subTest(command):
+                typed = f"kavepub {command} -" if command else "kavepub -"
+                done = run("zsh", "-f", OFFERS_OF_ZSH, COMPLETIONS, typed, f"kavepub {command[:2]}",
+                           stdin=subprocess.DEVNULL)
+                self.assertEqual((done.returncode, done.stderr), (0, ""))
+                offered = set(re.findall(r"OFFERED:(\S+)", done.stdout))
+                commands = {command} if command else set(all_of_help()) - {""}
+                self.assertEqual(offered, options | commands)
