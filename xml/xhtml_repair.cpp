@@ -126,8 +126,11 @@ XhtmlRepair::Step XhtmlRepair::QueueCode(xmlNode* node) {
   return isCode ? Queue(node) : Step::kNext;
 }
 
+// The parser drops a prefix that it does not know: "x:4" becomes "4", which is a part of a listed
+// name, and none that XML knows.
 XhtmlRepair::Step XhtmlRepair::ReplaceUnknownElement(xmlNode* node) {
-  if (node->name == nullptr || IsPartOfListed(kAllowedNames, NameOf(node))) return Step::kNext;
+  if (node->name == nullptr) return Step::kNext;
+  if (IsPartOfListed(kAllowedNames, NameOf(node)) && IsXmlName(node->name)) return Step::kNext;
   if (IsListed(kBlockNames, NameOf(node))) {
     const xmlNode* parent = node->parent;
     Rename(node, "div");
