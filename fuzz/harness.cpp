@@ -1,6 +1,7 @@
 // Runs one input in its directory and checks what was left behind.
 #include "fuzz/harness.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -29,8 +30,11 @@ std::string Held(const fs::path& path) {
   return fs::is_symlink(path) ? fs::read_symlink(path).string() : ReadFile(path);
 }
 
-auto OpenFiles() {
-  return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+// What the next file would get: a higher descriptor than before if one was left open.
+int NextDescriptor() {
+  const int descriptor = open("/", O_PATH | O_CLOEXEC);
+  close(descriptor);
+  return descriptor;
 }
 
 }  // namespace
@@ -43,7 +47,7 @@ void Require(bool holds, const std::string& property) {
 
 Sandbox::Sandbox() : secret("Secret of " + dir.String()) {
   for (const char* name : {"work", "out"}) fs::create_directory(dir / name);
-  for (const char* name : {"secret/private.html", "secret/private.png"}) Write(name, secret);
+  for (const char* name : {"secret/private.html", "secret/private.png"}) Keep(name, secret);
 }
 
 // Makes the directory of a file that can be made there; links on the way would lead elsewhere.
@@ -59,6 +63,12 @@ void Sandbox::Write(const std::string& name, const std::string& content) {
   if (!MakeRoom(name)) return;
   std::ofstream file(dir / name, std::ios::binary);
   if (file << content) expected[name] = content;
+}
+
+void Sandbox::Keep(const std::string& name, const std::string& content) {
+  if (kept.count(name) != 0) return;
+  Write(name, content);
+  kept[name] = content;
 }
 
 void Sandbox::Link(const std::string& name, const std::string& target) {
@@ -102,13 +112,28 @@ void Sandbox::RequireUntouched() const {
   Require(found == expected, "nothing is written, changed or deleted elsewhere");
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
-  const auto openBefore = OpenFiles();
-  {
-    Sandbox box;
-    Fuzz(std::string(reinterpret_cast<const char*>(data), size), box);
-    box.RequireUntouched();
+void Sandbox::Clear() {
+  for (const auto& [name, content] : expected) {
+    if (kept.count(name) == 0) fs::remove(dir / name);
   }
-  Require(OpenFiles() == openBefore, "all files are closed");
+  for (const auto& top : fs::directory_iterator(dir.String())) {
+    const std::string name = top.path().filename();
+    const auto first = kept.lower_bound(name + "/");
+    if (name == "work" || name == "out") {
+      for (const auto& entry : fs::directory_iterator(top)) fs::remove_all(entry);
+    } else if (first == kept.end() || !first->first.starts_with(name + "/")) {
+      fs::remove_all(top);
+    }
+  }
+  expected = kept;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
+  static Sandbox box;
+  const int nextBefore = NextDescriptor();
+  Fuzz(std::string(reinterpret_cast<const char*>(data), size), box);
+  box.RequireUntouched();
+  box.Clear();
+  Require(NextDescriptor() == nextBefore, "all files are closed");
   return 0;
 }

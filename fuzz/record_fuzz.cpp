@@ -95,7 +95,7 @@ struct {
 
 void Fuzz(const std::string& input, Sandbox& box) {
   const std::string page = "<p><a href='a.txt'>x</a><img src='b/p.png'>";
-  for (size_t i = 0; i < kExisting; ++i) box.Write(kFiles[i], i == 0 ? page : "Text\n  x\n");
+  for (size_t i = 0; i < kExisting; ++i) box.Keep(kFiles[i], i == 0 ? page : "Text\n  x\n");
   TEpubService* services[] = {CreateEpubService(), CreateEpubService()};
   TEpubData empty{nullptr};
   TEpubData* const cells[kHandles] = {services[0]->data, services[1]->data, &empty, nullptr};
