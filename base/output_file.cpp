@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr mode_t kNewFileMode = 0666;  // less the umask
+constexpr mode_t kNewFileMode = 0666;                // less the umask
+constexpr size_t kGatheredSize = size_t{32} * 1024;  // more than a page of text
 
 int OpenForWriting(const std::string& path, OutputFile::Mode mode) {
   const int disposition = mode == OutputFile::Mode::kAppend ? O_APPEND : O_TRUNC;
@@ -22,20 +23,21 @@ int OpenForWriting(const std::string& path, OutputFile::Mode mode) {
 }  // namespace
 
 OutputFile::OutputFile(const std::string& path, Mode mode)
-    : descriptor(OpenForWriting(path, mode)) {}
+    : gathered(std::make_unique_for_overwrite<char[]>(kGatheredSize)),
+      descriptor(OpenForWriting(path, mode)) {}
 
 bool OutputFile::Write(std::string_view bytes) {
-  if (bytes.size() > gathered.size() - gatheredCount) WriteGathered();
-  if (bytes.size() > gathered.size()) {
+  if (bytes.size() > kGatheredSize - gatheredCount) WriteGathered();
+  if (bytes.size() > kGatheredSize) {
     WriteThrough(bytes);
   } else {
-    gatheredCount += bytes.copy(gathered.data() + gatheredCount, bytes.size());
+    gatheredCount += bytes.copy(gathered.get() + gatheredCount, bytes.size());
   }
   return !failed;
 }
 
 void OutputFile::WriteGathered() {
-  WriteThrough({gathered.data(), gatheredCount});
+  WriteThrough({gathered.get(), gatheredCount});
   gatheredCount = 0;
 }
 

@@ -2,8 +2,8 @@
 #ifndef KAV_BASE_OUTPUT_FILE_H
 #define KAV_BASE_OUTPUT_FILE_H
 
-#include <array>
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -28,11 +28,10 @@ class OutputFile {
   void WriteThrough(std::string_view bytes);
   void WriteGathered();
 
-  UniqueFd descriptor;
-  // More than a page of text. Not on the heap: libxml2 writes through here, which no exception may
-  // leave.
-  std::array<char, size_t{32} * 1024> gathered;
+  // There before the file, as libxml2 writes through here, which no exception may leave.
+  std::unique_ptr<char[]> gathered;
   size_t gatheredCount = 0;
+  UniqueFd descriptor;
   bool failed = false;
 };
 

@@ -11,11 +11,14 @@
 namespace {
 
 constexpr size_t kLongestChunk = 254;
+constexpr size_t kBufferSize = size_t{64} * 1024;
 
 }  // namespace
 
 // A conversion goes back to count pages first, which only a regular file allows.
-TextChunks::TextChunks(const char* path) : descriptor(OpenRegularFile(path)) {}
+TextChunks::TextChunks(const char* path)
+    : descriptor(OpenRegularFile(path)),
+      buffer(std::make_unique_for_overwrite<char[]>(kBufferSize)) {}
 
 bool TextChunks::Rewind() {
   unread = {};
@@ -25,10 +28,10 @@ bool TextChunks::Rewind() {
 bool TextChunks::Fill() {
   ssize_t count = -1;
   do {
-    count = read(descriptor.Get(), buffer.data(), buffer.size());
+    count = read(descriptor.Get(), buffer.get(), kBufferSize);
   } while (count < 0 && errno == EINTR);
   failed = count < 0;
-  if (count > 0) unread = {buffer.data(), static_cast<size_t>(count)};
+  if (count > 0) unread = {buffer.get(), static_cast<size_t>(count)};
   return count > 0;
 }
 

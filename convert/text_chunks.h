@@ -2,7 +2,7 @@
 #ifndef KAV_EPUB_TEXT_CHUNKS_H
 #define KAV_EPUB_TEXT_CHUNKS_H
 
-#include <array>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -34,7 +34,7 @@ class TextChunks {
 
   UniqueFd descriptor;
   bool failed = false;
-  std::array<char, 1 << 16> buffer;
+  std::unique_ptr<char[]> buffer;
   std::string_view unread;
   std::string text;
 };

@@ -21,8 +21,10 @@ KAV_EPUB_API int CopyFile(const char* src, const char* dst);
 KAV_EPUB_API int CopyFileOrDir(const char* src, const char* dst);
 
 // Moves the contents of the directory src into dst, which is made if only its last level is
-// missing, and deletes src, with any entry that could not be renamed into dst (one on another file
-// system, for example). A missing src gives EPUB_OK. EPUB_E_FAILED on failure.
+// missing, and deletes src. To another file system they are copied, with their owners,
+// permissions and times where that can be, and deleted only then. A missing src gives EPUB_OK.
+// EPUB_E_FAILED on failure: what could not be moved stays in src with all that was to come after
+// it. A directory cannot be moved into itself.
 KAV_EPUB_API int MoveDir(const char* src, const char* dst);
 
 // Splits path at its last "/", or at its last "\" when there is no "/". Without either the whole
