@@ -38,8 +38,8 @@ class KAV_EPUB_API EpubBase {
 
   // Makes the working directory "epub_temp" below root, in place of one that is there, with the
   // fixed files of a book; begins the package and navigation documents. A null title or author
-  // counts as empty. EPUB_E_MISSING when root does not exist; EPUB_E_OPEN or EPUB_E_STYLE_SHEET
-  // when a file cannot be created; codes of XMLFile.
+  // counts as empty. EPUB_E_MISSING when root is null or empty or does not exist; EPUB_E_OPEN or
+  // EPUB_E_STYLE_SHEET when a file cannot be created; codes of XMLFile.
   int Init(const char* root, const char* title, const char* author);
 
   // The two fixed files that Init writes. EPUB_E_OPEN, or EPUB_E_STYLE_SHEET, when the file cannot
@@ -80,10 +80,10 @@ class KAV_EPUB_API EpubBase {
 
   // Imports an HTML file as the next numbered page, cleaned up to XHTML 1.0 Strict, with the local
   // pages and files that can be reached from it; these keep their base names, or get the next free
-  // ones. Each file is imported once in a call. What lies outside the directory of the file counts
-  // as missing. EPUB_E_OPEN when the file cannot be read; EPUB_E_NOT_FOUND when it has no body;
-  // EPUB_E_MISSING without the DTD in the working directory; EPUB_E_NO_PAGE when Init failed.
-  // Failures of other files than the first are ignored.
+  // ones. Each file is imported once in a call. What lies outside the directory of the file (the
+  // current one when the path has none) counts as missing. EPUB_E_OPEN when the file cannot be
+  // read; EPUB_E_NOT_FOUND when it has no body; EPUB_E_MISSING without the DTD in the working
+  // directory; EPUB_E_NO_PAGE when Init failed. Failures of other files than the first are ignored.
   int AddHTHLToEpub(const char* htmlPath);
 
   // The same with the path of the page file to write; what can be reached is written beside it.

@@ -13,6 +13,15 @@
 #include "xml/uri_reference.h"
 #include "xml/xml_base.h"
 
+namespace {
+
+// A file given without a directory is in the current one.
+std::string WithDirectory(const std::string& path) {
+  return path.find('/') == std::string::npos ? "./" + path : path;
+}
+
+}  // namespace
+
 // The import of one page with everything that can be reached from it. Pages are visited as a
 // recursion would visit them, but from a list: chains of pages may be longer than the stack is
 // deep.
@@ -155,7 +164,7 @@ int EpubBase::GenerateNewHtml(const char* srcPath, const char* destPath) {
   if (srcPath == nullptr || destPath == nullptr) return EPUB_E_OPEN;
   if (opfFile == nullptr || ncxFile == nullptr) return EPUB_E_NO_PAGE;
   try {
-    return HtmlImport(*this, srcPath, destPath).Run();
+    return HtmlImport(*this, WithDirectory(srcPath), destPath).Run();
   } catch (...) {
     state->isIncomplete = true;  // of some pages, files may be missing
     throw;

@@ -26,8 +26,8 @@ struct ImportFile {
 
 class ImportFiles {
  public:
-  // References may lead to files below the directory of htmlPath (the file system's root when the
-  // path has none) and below widerRoot, which may be empty.
+  // References may lead to files below the directory of htmlPath, which must be there in the path,
+  // and below widerRoot, which may be empty.
   ImportFiles(const std::string& htmlPath, const std::string& widerRoot, EntryNames& entryNames);
 
   // Enters a file that has its name already; returns its number.

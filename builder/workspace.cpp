@@ -25,7 +25,7 @@ Written WriteFile(const std::string& path, std::string_view content) {
 }
 
 std::string TempDirBelow(const std::string& root) {
-  return root.empty() || root.back() == '/' ? root + kTempName : root + "/" + kTempName;
+  return root.back() == '/' ? root + kTempName : root + "/" + kTempName;
 }
 
 }  // namespace
@@ -48,7 +48,7 @@ int EpubBase::Init(const char* root, const char* title, const char* author) {
   auto clean = std::make_unique<State>();
   clean->importRoot = std::move(state->importRoot);  // the host may set it at any time
   state = std::move(clean);
-  if (KavIsFileOrDirExists(root) == 0) return EPUB_E_MISSING;
+  if (KavIsStrNullOrEmpty(root) != 0 || KavIsFileOrDirExists(root) == 0) return EPUB_E_MISSING;
   tempDir = TempDirBelow(root);
   bookDir = tempDir + "/epub";
   if (KavIsFileOrDirExists(tempDir.c_str()) != 0) KavDeleteDir(tempDir.c_str());
@@ -72,6 +72,7 @@ int EpubBase::Init(const char* root, const char* title, const char* author) {
   if (const auto code = opfFile->InitOpfFile(title, author); code != EPUB_OK) {
     return static_cast<int>(code);
   }
+  ncxFile->ShareIdentifier(*opfFile);  // the second may have changed between them
   cssPath = bookDir + "/OEBPS/" + kStyleSheetName;
   if (const int code = GenerateCSSFile(); code != EPUB_OK) return code;
   return static_cast<int>(opfFile->AddRecordToOpf(kStyleSheetName));

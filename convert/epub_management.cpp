@@ -17,7 +17,7 @@ void EpubManagement::Destory() {
 int EpubManagement::Init(const char* directory, const char* /*title*/, const char* /*author*/) {
   epub = std::make_unique<EpubBase>();
   workDir = directory == nullptr ? "" : directory;
-  processTmpDir = workDir + "/process_tmp";
+  processTmpDir = workDir.empty() ? "" : workDir + "/process_tmp";
   if (KavIsFileOrDirExists(processTmpDir.c_str()) != 0) KavDeleteDir(processTmpDir.c_str());
   return EPUB_OK;
 }

@@ -30,9 +30,9 @@ class KAV_EPUB_API EpubManagement {
   // Releases the builder ahead of the destructor. The spelling is that of the interface.
   void Destory();
 
-  // Creates the builder and removes what an earlier conversion left in workDir. The title and
-  // author are not used: a text has none of its own and a MOBI book brings them along. Always
-  // EPUB_OK.
+  // Creates the builder and removes what an earlier conversion left in workDir, if that is given.
+  // The title and author are not used: a text has none of its own and a MOBI book brings them
+  // along. Always EPUB_OK.
   int Init(const char* workDir, const char* title, const char* author);
 
   // Converts a plain text in UTF-8. progress may be null; it is called with (user, page, pages + 1)
@@ -46,8 +46,8 @@ class KAV_EPUB_API EpubManagement {
   // Converts a MOBI book, by the reader library, with its own title, author and cover. progress may
   // be null; it is called with (user, done, 10): 1 opened, 6 extracted, 7 begun, 8 cover done, 9
   // imported, 10 written. A return of -2 from any call but the last cancels, as above.
-  // EPUB_E_OUTPUT_DIR as above; codes of kav_mobi.h and EpubBase. Working files stay until
-  // ClearData.
+  // EPUB_E_ARGUMENT when the working directory is null or empty; EPUB_E_OUTPUT_DIR as above; codes
+  // of kav_mobi.h and EpubBase. Working files stay until ClearData.
   int Mobi2Epub(const char* mobiPath, const char* epubPath, void* user, ProgressCallback progress);
 
   // Deletes the working files of the builder and of the conversion; Init must have been called.

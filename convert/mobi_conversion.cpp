@@ -112,6 +112,7 @@ std::optional<int> TakeFromReader(MobiReader& reader, const char* mobiPath, Epub
 
 int EpubManagement::Mobi2Epub(const char* mobiPath, const char* epubPath, void* user,
                               ProgressCallback progress) {
+  if (workDir.empty()) return EPUB_E_ARGUMENT;
   if (!OutputDirectoryExists(epubPath)) return EPUB_E_OUTPUT_DIR;
   if (epub == nullptr) return EPUB_E_NO_BUILDER;
   const auto cancels = [&](int done) { return ReportAndAskToCancel(progress, user, done, kSteps); };

@@ -56,6 +56,10 @@ std::uint32_t XMLFile::InitNcxFile(const char* title) {
   return EPUB_OK;
 }
 
+void XMLFile::ShareIdentifier(const XMLFile& other) {
+  navigation->identifier = other.package->identifier;
+}
+
 std::uint32_t XMLFile::AddRecordToNcx(const char* src) {
   if (navigation == nullptr) return EPUB_OK;
   KeepIn(*navigation, [&] { navigation->sources.emplace_back(TextOf(src)); });

@@ -60,6 +60,9 @@ class KAV_EPUB_API XMLFile {
   // Begins it. Always EPUB_OK.
   std::uint32_t InitNcxFile(const char* title);
 
+  // Takes over the identifier of the package document that another object has begun.
+  KAV_EPUB_LOCAL void ShareIdentifier(const XMLFile& other);
+
   // Appends a navigation point that leads to src and is labelled with its number. Always EPUB_OK.
   std::uint32_t AddRecordToNcx(const char* src);
 

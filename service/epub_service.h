@@ -39,8 +39,8 @@ typedef struct TEpubService {
   /* Begins a book in the directory "epub_temp" below workDir, which is wiped first. A null title or
    * author counts as empty. The builder stays in the cell whatever the result; call ClearUp before
    * the next book, as a builder that is still there is not released.
-   * EPUB_E_MISSING when workDir does not exist; EPUB_E_OPEN, EPUB_E_STYLE_SHEET, EPUB_E_WRITE when
-   * files cannot be created. */
+   * EPUB_E_MISSING when workDir is null or empty or does not exist; EPUB_E_OPEN,
+   * EPUB_E_STYLE_SHEET, EPUB_E_WRITE when files cannot be created. */
   int (*InitEpub)(TEpubData* data, const char* workDir, const char* title, const char* author);
 
   /* Discards the builder and its working files. */
@@ -80,9 +80,9 @@ typedef struct TEpubService {
   int (*Txt2Epub)(const char* txtPath, const char* epubPath, const char* workDir, const char* title,
                   const char* author, void* user, ProgressCallback progress);
 
-  /* Converts a whole MOBI file, which brings title, author and cover along. EPUB_E_OUTPUT_DIR as
-   * above; codes of kav_mobi.h. progress is called with (user, 1, 10), then 6, 7, 8, 9 and 10 of
-   * 10. */
+  /* Converts a whole MOBI file, which brings title, author and cover along. EPUB_E_ARGUMENT when
+   * workDir is null or empty; EPUB_E_OUTPUT_DIR as above; codes of kav_mobi.h. progress is called
+   * with (user, 1, 10), then 6, 7, 8, 9 and 10 of 10. */
   int (*Mobi2Epub)(const char* mobiPath, const char* epubPath, const char* workDir, void* user,
                    ProgressCallback progress);
 } TEpubService;

@@ -1,6 +1,21 @@
 // What the operations of scripts are called, and what each of them does.
 #include "script_world.h"
 
+namespace {
+
+int pastSeconds = -1;  // from when the clock goes on by one at each look
+
+}  // namespace
+
+// The clock that the libraries look at.
+extern "C" __attribute__((visibility("default"))) time_t time(time_t* place) noexcept {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  if (pastSeconds >= 0) now.tv_sec += ++pastSeconds;
+  if (place != nullptr) *place = now.tv_sec;
+  return now.tv_sec;
+}
+
 World::World()
     : operations{
           {"of", [this] { return object = all + " ", 0; }},
@@ -33,6 +48,8 @@ World::World()
           {"umask", [this] { return umask(static_cast<mode_t>(std::stoi(all, nullptr, 8))), 0; }},
           {"zone", [this] { return setenv("TZ", Text(), 1), tzset(), 0; }},
           {"go", [this] { return chdir(Path()); }},
+          {"become-root", [this] { return BecomeRoot(); }},
+          {"haste", [] { return pastSeconds = 0; }},
           {"without-unnamed-files", [] { return DenyUnnamedFiles(); }},
 
           // Files, by the libraries
@@ -78,6 +95,7 @@ World::World()
           {"rules", [this] { return book->AppendPropToCSS(Text()); }},
           {"root", [this] { return book->SetImportRoot(Path()), 0; }},
           {"import", [this] { return book->AddHTHLToEpub(Path()); }},
+          {"bare-import", [this] { return book->AddHTHLToEpub(Text()); }},
           {"generate", [this] { return book->GenerateEpub(Path()); }},
           {"clear", [this] { return book->ClearData(); }},
           {"release", [this] { return book->Destory(), 0; }},
@@ -150,5 +168,12 @@ World::World()
                     manager->Init(Path(), "T", nullptr);
            }},
           {"manage-text", [this] { return manager->TXT2Epub(Path(0), Path(1), nullptr, nullptr); }},
+          {"manage-mobi",
+           [this] { return manager->Mobi2Epub(Path(0), Path(1), nullptr, nullptr); }},
           {"manage-clear", [this] { return manager->ClearData(); }},
+
+          // The record
+          {"record-begin", [this] { return service->InitEpub(service->data, Path(), "T", "A"); }},
+          {"record-mobi",
+           [this] { return service->Mobi2Epub(Path(0), Path(1), Path(2), nullptr, nullptr); }},
       } {}

@@ -89,7 +89,7 @@ class World {
   }
   const char* Path(const std::string& word) {
     if (word == "null" || word.empty()) return Text(word);
-    return paths.emplace_back(std::filesystem::path(dir.String()) / word).c_str();
+    return paths.emplace_back(std::filesystem::path(top) / word).c_str();
   }
   const char* Path() { return Path(all); }
   const char* Path(size_t i) { return Path(words[i]); }
@@ -132,10 +132,10 @@ class World {
   }
 
   // Folders below each other, with names so long, and a file in the last one if it has a name.
-  Shown Deepen(const std::string& top, long depth, size_t letters, const std::string& file) {
+  Shown Deepen(const std::string& first, long depth, size_t letters, const std::string& file) {
     const std::string name(letters, 'd');
-    std::filesystem::create_directories(top);
-    int folder = open(top.c_str(), O_RDONLY | O_DIRECTORY);
+    std::filesystem::create_directories(first);
+    int folder = open(first.c_str(), O_RDONLY | O_DIRECTORY);
     for (long level = 0; level < depth; ++level) {
       mkdirat(folder, name.c_str(), 0700);
       const int next = openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY);
@@ -273,13 +273,10 @@ class World {
 
   Shown Convert() {
     calls.clear();
-    TEpubService* service = CreateEpubService();
-    const int code = service->Txt2Epub(Path(0), Path(1), Path(2), "Title", "Author", this,
-                                       [](void* world, int done, int total) {
-                                         return static_cast<World*>(world)->Note(done, total);
-                                       });
-    FreeEpubService(service);
-    return code;
+    return service->Txt2Epub(Path(0), Path(1), Path(2), "Title", "Author", this,
+                             [](void* world, int done, int total) {
+                               return static_cast<World*>(world)->Note(done, total);
+                             });
   }
   int Note(int done, int total) {
     calls.push_back(std::to_string(done) + "/" + std::to_string(total));
@@ -334,6 +331,11 @@ class World {
     constexpr uid_t kNobody = 65534;
     return Need(geteuid() == 0 && setgid(kNobody) == 0 && setuid(kNobody) == 0);
   }
+  // The directory becomes the root of the file system.
+  Shown BecomeRoot() {
+    top = "/";
+    return Need(chroot(dir.String().c_str()) == 0 && chdir("/") == 0);
+  }
   // A small file system of its own.
   static Shown MountDisk(const char* place, const char* options) {
     return Need(unshare(CLONE_NEWNS) == 0 &&
@@ -371,6 +373,7 @@ class World {
   const std::string kBook = "epub_temp/epub/";
   std::string kPages = kBook + "OEBPS/";
 
+  std::string top = dir.String();
   std::string all;
   std::vector<std::string> words;
   bool hasWords = false;
@@ -383,6 +386,8 @@ class World {
   std::vector<XMLAttrInfo> attributes;  // of the next element
   XmlDoc parsed;
   std::unique_ptr<EpubManagement> manager = std::make_unique<EpubManagement>();
+  const std::unique_ptr<TEpubService, decltype(&FreeEpubService)> service{CreateEpubService(),
+                                                                          FreeEpubService};
   std::map<std::string, std::string> before;
   std::vector<std::string> calls;
   int answeredCall = -1;

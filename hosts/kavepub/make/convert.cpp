@@ -82,9 +82,7 @@ class Build {
           metadata.author);
     for (size_t done = 0; done < order.inputs.size(); ++done) {
       const std::filesystem::path& page = order.inputs[done];
-      // The engine looks for the files beside a page in its directory, and in "/" without one.
-      const std::filesystem::path placed = page.has_parent_path() ? page : "." / page;
-      Require(service->AddHtmlToEpub(service->data, placed.c_str()), page);
+      Require(service->AddHtmlToEpub(service->data, page.c_str()), page);
       ShowDone(done + 1);
     }
     Pack();
