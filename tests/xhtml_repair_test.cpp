@@ -55,6 +55,13 @@ TEST(XhtmlRepair, MakesOfMarkup) {
   }
 }
 
+TEST(XhtmlRepair, LosesNothingThatStandsOutsideTheBody) {
+  const Workplace workplace;
+  for (const auto& row : DataRows("page_bodies.txt", 3)) {
+    EXPECT_EQ(workplace.Clean(row[1]).body, row[2]) << row[0];
+  }
+}
+
 TEST(XhtmlRepair, HandsOutLocalSourcesLastFirst) {
   const Page page = Workplace().Clean(
       "<p><a href=\"b.html\">x</a><img src=\"sub/q.jpg\"><img src=\"a%20b.png\">"

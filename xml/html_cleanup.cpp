@@ -12,6 +12,7 @@
 #include "xml/dtd_cache.h"
 #include "xml/html_parser.h"
 #include "xml/name_lists.h"
+#include "xml/page_body.h"
 #include "xml/xhtml_repair.h"
 
 namespace {
@@ -203,7 +204,7 @@ int XMLBase::TakeOverBody(const char* htmlPath, const char* title, xmlNode*& bod
   if (sourceRoot == nullptr) return EPUB_E_NOT_FOUND;
   xmlNode* html = FindNode(root, "html");
   if (html == nullptr || xmlAddChild(html, GenerateHeadNode(title)) == nullptr) incomplete = true;
-  body = FindNode(sourceRoot, "body");
+  body = GatherBody(source.get());
   if (html == nullptr || body == nullptr) return EPUB_E_NOT_FOUND;
   xmlUnlinkNode(body);
   xmlAddChild(html, body);
