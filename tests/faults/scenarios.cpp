@@ -9,6 +9,7 @@
 #include <set>
 
 #include "builder/epub_base.h"
+#include "edition/kavepub.h"
 #include "service/epub_service.h"
 #include "tests/temp_dir.h"
 
@@ -94,6 +95,27 @@ Scenario MobiBook(const char* name) {
   };
 }
 
+// A book of the reader's edition. Covers are drawn by libraries that end the process when they get
+// no memory.
+Scenario EditionBook(const char* threads) {
+  std::string text;
+  for (int chapter = 1; chapter < 4; ++chapter) {
+    text += "CHAPTER " + std::to_string(chapter) + "\n\n";
+    for (int line = 0; line < 40; ++line) text += "A line of t\xC3\xA9xt & more, as they are.\n\n";
+  }
+  return [path = Sources().Write("novel.txt", text), threads](const char*, const char* output) {
+    kavepub_job* job = kavepub_job_new();
+    int code = kavepub_job_add_path(job, path.c_str());
+    if (job == nullptr) code = KAVEPUB_E_MEMORY;
+    if (code == 0) code = kavepub_job_set_option(job, "cover", "none");
+    if (code == 0) code = kavepub_job_set_option(job, "threads", threads);
+    if (code == 0) code = kavepub_job_set_output_path(job, output);
+    if (code == 0) code = kavepub_job_run(job);
+    kavepub_job_free(job);
+    return code;
+  };
+}
+
 }  // namespace
 
 const std::map<std::string, Scenario> kScenarios = {
@@ -111,9 +133,12 @@ const std::map<std::string, Scenario> kScenarios = {
      }},
     {"mobi", MobiBook("old.mobi")},
     {"kf8", MobiBook("new.mobi")},
+    {"edition", EditionBook("1")},
+    {"edition_threads", EditionBook("8")},
 };
 
 bool IsDocumented(int code) {
+  if (code > 0 && code <= KAVEPUB_E_INTERNAL) return code != KAVEPUB_E_INTERNAL;
   static const std::set<int> kCodes = {0,   -1,  401, 402, 404, 406, 407, 408, 409, 410,
                                        411, 412, 413, 415, 416, 417, 418, 501, 502, 503,
                                        504, 505, 506, 601, 602, 603, 604, 605, 606, 607};
