@@ -25,7 +25,7 @@ picture() {
 # Reads JSON of the tool: what becomes of each input; the messages.
 fates() { jq -r '.inputs[0] + ": " + .status'; }
 messages() { jq -r .message; }
-plans() { jq -r '.output + ": " + (.inputs | join(", "))'; }
+plans() { jq -r '.inputs[0] + " -> " + .output'; }
 
 # unprivileged COMMAND...: as a user to whom permissions apply, who owns all files here.
 unprivileged() {
@@ -69,8 +69,11 @@ lock() {
   printf '\0\2' | dd of="$1" bs=1 seek=$((first + 12)) conv=notrunc status=none
 }
 
-# plan ARGUMENT...: the books that would be made, with their inputs.
-plan() { kavepub convert --dry-run --json "$@" | jq -r '.output + ": " + (.inputs | join(", "))'; }
+# plan ARGUMENT...: the books that would be made, with their inputs, and what would go into none.
+plan() {
+  kavepub convert --dry-run --json "$@" |
+    jq -r 'if .output then .output + ": " + (.inputs | join(", ")) else "- " + .inputs[0] + " " + .message end'
+}
 
 # text BOOK: the text of its pages.
 text() { unzip -p "$1" 'OEBPS/page-*.html' | sed -n 's/<[^>]*>//gp'; }
@@ -99,4 +102,10 @@ standalone() {
       cc -x "$language" -fsyntax-only -Wall -Wextra -Wpedantic -Werror -I. -Iservice \
         $(pkg-config --cflags libxml-2.0) -
   done
+}
+
+# flip FILE PLACE: changes the byte there.
+flip() {
+  printf '\\x%x' $((255 - $(od -An -tu1 -j"$2" -N1 "$1"))) | xargs -0 printf |
+    dd of="$1" bs=1 seek="$2" conv=notrunc status=none
 }

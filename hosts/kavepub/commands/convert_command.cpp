@@ -1,5 +1,6 @@
 // "kavepub convert": plans the books, makes them, reports.
-#include <cstdio>
+#include <unistd.h>
+
 #include <memory>
 #include <system_error>
 
@@ -34,24 +35,42 @@ void Check(const std::vector<BookOrder>& orders, const BookOptions& options) {
   }
 }
 
+// A book on the standard output must be alone there, and with a reader that can make something of
+// it.
+void CheckStandardOutput(const ConvertArguments& arguments) {
+  if (arguments.selection.output != kStandardStream || arguments.options.dryRun) return;
+  if (arguments.json) throw WrongUsage("-o - and --json both need the standard output; drop one");
+  if (isatty(STDOUT_FILENO) != 0) {
+    throw WrongUsage(
+        "the standard output is a terminal, which shows no books; name a file with -o");
+  }
+}
+
 std::unique_ptr<CountingReporter> NewReporter(const ConvertArguments& arguments, size_t books,
                                               bool isBatch) {
+  const bool isQuiet = arguments.quiet || arguments.selection.output == kStandardStream;
   if (arguments.json) return ReportInJson();
   if (arguments.options.dryRun) return ReportPlan(arguments.quiet);
-  return isBatch ? ReportManyBooks(books, arguments.quiet) : ReportOneBook(arguments.quiet);
+  return isBatch ? ReportManyBooks(books, isQuiet) : ReportOneBook(isQuiet);
 }
 
 }  // namespace
 
 int RunConvert(const ConvertArguments& arguments) {
-  const std::vector<BookOrder> orders = PlanBooks(arguments.selection);
+  CheckStandardOutput(arguments);
+  const Plan plan = PlanBooks(arguments.selection);
+  const std::vector<BookOrder>& orders = plan.orders;
   if (orders.empty()) {
+    const Skipped* first = plan.skipped.empty() ? nullptr : &plan.skipped.front();
     throw Failure(arguments.selection.inputs.front(),
-                  "holds nothing that can be converted; name texts, HTML, MOBI books or pictures");
+                  "holds nothing that can be converted" +
+                      (first ? " (" + first->file.string() + " " + first->reason + ")" : "") +
+                      "; name texts, HTML, MOBI books or pictures");
   }
   Check(orders, arguments.options);
   const bool isBatch = IsBatch(arguments.selection, orders.size());
   const auto reporter = NewReporter(arguments, orders.size(), isBatch);
+  for (const Skipped& skipped : plan.skipped) reporter->Skip(skipped);
   MakeBooks(orders, arguments.options, isBatch ? Existing::kKeepIfSame : Existing::kRefuse,
             arguments.options.dryRun ? 1 : arguments.jobs, *reporter);
   reporter->Close();

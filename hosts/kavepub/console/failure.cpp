@@ -52,10 +52,11 @@ std::string SystemReason() {
 
 }  // namespace
 
-Failure::Failure(const std::string& line) : std::runtime_error(OneLine(line)) {}
+Failure::Failure(const std::string& line)
+    : std::runtime_error(OneLine(line)), reason(OneLine(line)) {}
 
-Failure::Failure(const std::filesystem::path& file, const std::string& reason)
-    : Failure(file.string() + ": " + reason) {}
+Failure::Failure(const std::filesystem::path& file, const std::string& why)
+    : std::runtime_error(OneLine(file.string() + ": " + why)), reason(OneLine(why)) {}
 
 void Require(int code, const std::filesystem::path& file) {
   if (code == EPUB_OK) return;

@@ -11,7 +11,13 @@
 class Failure : public std::runtime_error {
  public:
   explicit Failure(const std::string& line);
-  Failure(const std::filesystem::path& file, const std::string& reason);
+  Failure(const std::filesystem::path& file, const std::string& why);
+
+  // Without the file.
+  const std::string& Reason() const { return reason; }
+
+ private:
+  std::string reason;
 };
 
 // What is asked for contradicts itself.

@@ -44,9 +44,12 @@ const char* ReasonToKeep(const BookOrder& order, const std::optional<BookMark>& 
                          const Provenance& provenance) {
   if (!mark) return "exists already and is not a book of this tool, or was edited";
   if (mark->isEdited) return "was edited since it was made";
+  const auto isSame = [](const std::string& one, const std::string& other) {
+    return !one.empty() && one == other;
+  };
   const Provenance& made = mark->provenance;
   const bool isOfSameSource =
-      made.source == provenance.source || (!made.place.empty() && made.place == provenance.place);
+      isSame(made.source, provenance.source) || isSame(made.place, provenance.place);
   if (!isOfSameSource) return "was made of another source";
   return IsReadOnly(order.output) ? "is out of date, but read-only" : nullptr;
 }
@@ -65,18 +68,19 @@ bool IsUpToDate(const BookOrder& order, const Provenance& provenance) {
   return false;
 }
 
-// A batch makes the directories it needs; of a single book a missing one is more likely a slip.
-void RequireDirectoryOf(const fs::path& output, const BookOptions& options, Existing existing) {
-  if (!output.has_parent_path()) return;
+// A directory for books is made as needed; that of one book is more likely a slip.
+void RequireDirectoryOf(const BookOrder& order, const BookOptions& options, Existing existing) {
+  const fs::path directory = order.output.parent_path();
+  if (directory.empty()) return;
   std::error_code error;
-  if (existing == Existing::kKeepIfSame) {
-    if (!options.dryRun) fs::create_directories(output.parent_path(), error);
+  if (order.isInDirectory || existing == Existing::kKeepIfSame) {
+    if (!options.dryRun) fs::create_directories(directory, error);
     if (error) {
-      throw Failure(output, "its directory cannot be made (" + error.message() +
-                                "); use -o to name another place");
+      throw Failure(order.output, "its directory cannot be made (" + error.message() +
+                                      "); use -o to name another place");
     }
-  } else if (!fs::is_directory(output.parent_path(), error)) {
-    throw Failure(output, "its directory does not exist; make it first");
+  } else if (!fs::is_directory(directory, error)) {
+    throw Failure(order.output, "its directory does not exist; make it first");
   }
 }
 
@@ -87,13 +91,13 @@ Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing
   StopIfInterrupted();
   if (!order.refusal.empty()) throw Failure(order.refusal);
   std::error_code error;
-  const bool isThere = fs::exists(order.output, error);
+  const bool isThere = order.output != kStandardStream && fs::exists(order.output, error);
   if (isThere) RequireOtherThanSource(order);
   const bool isInTheWay = isThere && !options.force;
   if (isInTheWay && existing == Existing::kRefuse) {
     throw Failure(order.output, "exists already; use --force to replace it or -o to name another");
   }
-  RequireDirectoryOf(order.output, options, existing);
+  RequireDirectoryOf(order, options, existing);
   if (options.dryRun && !isInTheWay) return {Status::kPlanned, {}};
 
   Provenance provenance = ProvenanceOf(order, options);

@@ -26,7 +26,7 @@ constexpr size_t kLongestMark = 512;
 
 constexpr char kMark[] = "kavepub " KAVEPUB_VERSION;
 constexpr char kMarkPattern[] =
-    "kavepub \\S+ source=(\\w+) options=(\\w+) place=(\\w*) container=(\\w+)";
+    "kavepub \\S+ source=(\\w*) options=(\\w+) place=(\\w*) container=(\\w+)";
 
 struct Container {
   UniqueFd file;

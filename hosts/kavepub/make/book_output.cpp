@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/console/interruption.h"
@@ -30,13 +31,15 @@ bool WriteAll(int descriptor, std::string_view bytes) {
 }  // namespace
 
 BookOutput::BookOutput(const std::filesystem::path& place) : path(place) {
-  if (output.Open(path.c_str())) return;
+  if (path == kStandardStream || output.Open(path.c_str())) return;
   throw Failure(path,
                 "cannot be made; check that its directory is writable and no directory or device "
                 "has its name");
 }
 
 void BookOutput::Take(const std::filesystem::path& packed, const Provenance& provenance) {
+  const bool isStandardOutput = path == kStandardStream;
+  const int descriptor = isStandardOutput ? STDOUT_FILENO : output.Fd();
   const std::optional<std::string> end = MarkedEnd(packed, provenance);
   std::uintmax_t left = std::filesystem::file_size(packed) - (end ? kEndOfContainer : 0);
   std::ifstream book(packed, std::ios::binary);
@@ -47,11 +50,15 @@ void BookOutput::Take(const std::filesystem::path& packed, const Provenance& pro
     chunk.resize(std::min<std::uintmax_t>(left, kChunkSize));
     book.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
     left -= chunk.size();
-    isWritten = WriteAll(output.Fd(), chunk);
+    isWritten = WriteAll(descriptor, chunk);
   }
   if (!book) throw Failure(packed, "cannot be read back; try again");
-  isWritten = isWritten && WriteAll(output.Fd(), end.value_or(""));
-  if (!isWritten || !output.Commit()) {
+  isWritten = isWritten && WriteAll(descriptor, end.value_or(""));
+  if (isStandardOutput && !isWritten) {
+    throw Failure("standard output", std::generic_category().message(errno) +
+                                         "; the book that went there is not whole");
+  }
+  if (!isStandardOutput && (!isWritten || !output.Commit())) {
     throw Failure(path, "cannot be written; check the room on its disk");
   }
 }

@@ -7,7 +7,7 @@
 #include "base/atomic_output.h"
 #include "hosts/kavepub/make/provenance.h"
 
-// A book appears there whole or not at all.
+// A book appears there whole or not at all, unless "-" says that it goes to the standard output.
 class BookOutput {
  public:
   // Throws a Failure when no book can be made there, before anything is made in vain.

@@ -9,7 +9,9 @@
 #include "hosts/kavepub/make/pictures.h"
 #include "hosts/kavepub/make/service.h"
 #include "hosts/kavepub/make/text_book.h"
+#include "hosts/kavepub/plan/input_kind.h"
 #include "hosts/kavepub/source/html_metadata.h"
+#include "hosts/kavepub/source/standard_input.h"
 
 namespace {
 
@@ -63,13 +65,34 @@ class Build {
     StopIfInterrupted();
   }
 
+  // The standard input as a file.
+  std::filesystem::path SavedStandardInput() const {
+    std::filesystem::path saved = workDir.Path() / "standard input";
+    SaveStandardInput(saved);
+    if (KindOf(saved) != BookKind::kText) {
+      throw Failure(saved, "is no text; save it to a file and convert that");
+    }
+    return saved;
+  }
+
+  // A text without a name is called like its book, if that has a name.
+  std::string TitleOfText() const {
+    if (order.inputs.front() != kStandardStream) return order.inputs.front().stem().string();
+    return order.output == kStandardStream ? "Untitled" : order.output.stem().string();
+  }
+
   std::string MakeOfText() {
-    const std::filesystem::path& input = order.inputs.front();
+    const bool isStandardInput = order.inputs.front() == kStandardStream;
+    const std::filesystem::path input =
+        isStandardInput ? SavedStandardInput() : order.inputs.front();
     const TextSource source = PrepareText(input, options.decoding, workDir.Path());
     const bool isLineMode = options.paragraphs == ParagraphMode::kAuto
                                 ? LinesAreParagraphs(source.file)
                                 : options.paragraphs == ParagraphMode::kLine;
-    Begin(input.stem().string(), "");
+    if (!HoldsText(source.file)) {
+      throw Failure(input, "holds no text; there is nothing to convert");
+    }
+    Begin(TitleOfText(), "");
     const auto addText = isLineMode ? AddTextOfParagraphs : AddWrappedText;
     addText(*service, source.file, progress);
     Pack();
@@ -97,7 +120,8 @@ class Build {
       ShowDone(done + 1);
     }
     Pack();
-    return std::to_string(order.inputs.size()) + " pictures";
+    const size_t count = order.inputs.size();
+    return std::to_string(count) + (count == 1 ? " picture" : " pictures");
   }
 
   // The book brings its own title, author and cover; the engine does all in one call.
@@ -133,7 +157,13 @@ std::string ConvertBook(const BookOrder& order, const BookOptions& options,
                         const Provenance& provenance, Progress& progress) {
   BookOutput output(order.output);
   Build build(order, options, progress);
-  std::string remark = build.Run();
+  std::string remark;
+  try {
+    remark = build.Run();
+  } catch (const Failure& failure) {
+    if (order.inputs.front() != kStandardStream) throw;
+    throw Failure("standard input", failure.Reason());  // whose name is only ours
+  }
   output.Take(build.Packed(), provenance);
   return remark;
 }

@@ -5,6 +5,7 @@
 
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/plan/input_kind.h"
+#include "hosts/kavepub/source/picture_check.h"
 
 namespace {
 
@@ -35,7 +36,11 @@ std::filesystem::path PictureShelf::Place(const std::filesystem::path& picture) 
   RequireReadable(picture);
   const std::string type = PictureExtension(picture);
   if (type.empty()) {
+    KindOf(picture);  // tells better what is wrong with what is called like a picture
     throw Failure(picture, "is no JPEG, PNG or GIF picture; convert it to one of these first");
+  }
+  if (!IsWholePicture(picture, type)) {
+    throw Failure(picture, "is a picture that is cut off or broken; get a whole copy of it");
   }
   const std::string stem = PlainStem(picture);
   const std::string given = picture.extension().string();

@@ -15,7 +15,7 @@ class PictureShelf {
 
   // A path to the picture whose name is unique in the book, plain, and tells the type that the
   // content has: the picture itself, or a link to it. Throws a Failure for what is no JPEG, PNG or
-  // GIF picture.
+  // GIF picture, or not a whole one.
   std::filesystem::path Place(const std::filesystem::path& picture);
 
  private:

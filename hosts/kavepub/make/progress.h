@@ -10,4 +10,9 @@ class Progress {
   virtual void Show(double share) = 0;
 };
 
+class NoProgress : public Progress {
+ public:
+  void Show(double /*share*/) override {}
+};
+
 #endif

@@ -63,9 +63,11 @@ std::string DigestOfPlace(const BookOrder& order) {
 }  // namespace
 
 Provenance ProvenanceOf(const BookOrder& order, const BookOptions& options) {
+  if (order.inputs.front() == kStandardStream) return {{}, DigestOfOptions(options), {}};
   return {DigestOfSource(order), DigestOfOptions(options), DigestOfPlace(order)};
 }
 
 bool IsAllKnown(const BookOrder& order) {
+  if (order.inputs.front() == kStandardStream) return false;
   return order.kind != BookKind::kHtml || !order.folder.empty();
 }

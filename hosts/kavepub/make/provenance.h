@@ -8,7 +8,8 @@
 
 // Digests; they tell nobody what they were made of.
 struct Provenance {
-  std::string source;   // names and content of all that is known to go into the book
+  std::string source;   // names and content of all that is known to go into the book; empty for
+                        // the standard input
   std::string options;  // all that have a say in what comes out
   std::string place;    // the way from the book to its source; empty when that does not matter
 };
@@ -16,8 +17,8 @@ struct Provenance {
 // Reads all of the source. Throws a Failure, or Interrupted.
 Provenance ProvenanceOf(const BookOrder& order, const BookOptions& options);
 
-// Whether that is all that goes into the book: not so of pages that are named one by one, which
-// may show pictures that nobody named.
+// Whether that is all that goes into the book: not so of the standard input, nor of pages that are
+// named one by one, which may show pictures that nobody named.
 bool IsAllKnown(const BookOrder& order);
 
 #endif

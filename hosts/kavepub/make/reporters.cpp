@@ -28,11 +28,6 @@ std::string TimeLeft(Time::time_point start, double share) {
   return ", " + Clock(SecondsSince(start) / share * (1 - share)) + " left";
 }
 
-class NoProgress : public Progress {
- public:
-  void Show(double /*share*/) override {}
-};
-
 class BookProgress : public Progress {
  public:
   explicit BookProgress(std::string book) : name(std::move(book)) {}
@@ -102,6 +97,29 @@ class FailureTable {
   std::vector<std::pair<std::string, std::string>> rows;
 };
 
+// What goes into no book, on one line with the first few.
+class SkippedLine {
+ public:
+  void Add(const Skipped& skipped) {
+    if (++count > kMostNamed) return;
+    named += (named.empty() ? "" : ", ") + skipped.file.string() + " " +
+             skipped.reason.substr(0, skipped.reason.find(';'));
+  }
+
+  void Print() const {
+    if (count == 0) return;
+    const std::string more =
+        count > kMostNamed ? ", and " + std::to_string(count - kMostNamed) + " more" : "";
+    Say(OneLine("Skipped: " + named + more + " (--json tells each)"));
+  }
+
+ private:
+  static constexpr size_t kMostNamed = 3;
+
+  size_t count = 0;
+  std::string named;
+};
+
 // "3 done, 1 failed": what is zero is left out.
 std::string ListOf(std::initializer_list<std::pair<size_t, const char*>> sums) {
   std::string list;
@@ -122,12 +140,15 @@ class ManyBooksReporter : public CountingReporter {
     return std::make_unique<Part>(*this);
   }
 
+  void Skip(const Skipped& skipped) override { skippedLine.Add(skipped); }
+
   void Close() override {
     line.Wipe();
     failures.Print();
     sums = Result();
     if (!isQuiet) {
       for (const std::string& remark : remarks) Say(remark);
+      skippedLine.Print();
       const std::string rate = sums.done == 0 ? "" : ", " + std::to_string(Rate()) + " books/min";
       Say(ListOf({{sums.done, "done"},
                   {sums.upToDate, "up to date"},
@@ -195,6 +216,7 @@ class ManyBooksReporter : public CountingReporter {
   LiveLine line;
   FailureTable failures;
   std::vector<std::string> remarks;
+  SkippedLine skippedLine;
   Tally sums;        // as of the last book that was finished
   double begun = 0;  // the shares of the books in the making, in books
   Time::time_point start = Time::now();
@@ -205,7 +227,12 @@ class PlanReporter : public CountingReporter {
  public:
   explicit PlanReporter(bool quiet) : isQuiet(quiet) {}
 
-  void Close() override { failures.Print(); }
+  void Skip(const Skipped& skipped) override { skippedLine.Add(skipped); }
+
+  void Close() override {
+    if (!isQuiet) skippedLine.Print();
+    failures.Print();
+  }
 
  protected:
   void Tell(const BookOrder& order, const Outcome& outcome) override {
@@ -221,9 +248,19 @@ class PlanReporter : public CountingReporter {
  private:
   bool isQuiet;
   FailureTable failures;
+  SkippedLine skippedLine;
 };
 
 class JsonReporter : public CountingReporter {
+ public:
+  void Skip(const Skipped& skipped) override {
+    nlohmann::ordered_json file;
+    file["inputs"] = {skipped.file.string()};
+    file["status"] = "skipped";
+    file["message"] = skipped.reason;
+    Print(file);
+  }
+
  protected:
   void Tell(const BookOrder& order, const Outcome& outcome) override {
     nlohmann::ordered_json book;
@@ -233,8 +270,13 @@ class JsonReporter : public CountingReporter {
     book["status"] = NameOf(outcome.status);
     book["message"] = outcome.message;
     book["seconds"] = std::round(outcome.seconds * 1000) / 1000;
+    Print(book);
+  }
+
+ private:
+  static void Print(const nlohmann::ordered_json& object) {
     // Names need not be UTF-8.
-    Say(book.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+    Say(object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
   }
 };
 

@@ -10,6 +10,7 @@
 
 #include "hosts/kavepub/console/terminal.h"
 #include "hosts/kavepub/make/batch.h"
+#include "hosts/kavepub/plan/planning.h"
 
 // How many books met which fate.
 struct Tally {
@@ -27,6 +28,9 @@ class CountingReporter : public Reporter {
  public:
   void Finished(const BookOrder& order, const Outcome& outcome) override;
   std::unique_ptr<Progress> NewProgress(const BookOrder& order) override;
+
+  // What lies in a folder and goes into no book.
+  virtual void Skip(const Skipped& /*skipped*/) {}
 
   // Says what there is to say when all is over.
   virtual void Close() {}

@@ -226,6 +226,15 @@ class ParagraphWriter {
 
 }  // namespace
 
+bool HoldsText(const std::filesystem::path& text) {
+  NoProgress nobody;
+  LineReader lines(text, nobody);
+  for (std::string line; lines.Next(line, kLongestLine);) {
+    if (!IsBlank(line)) return true;
+  }
+  return false;
+}
+
 void AddWrappedText(const TEpubService& service, const std::filesystem::path& text,
                     Progress& progress) {
   LineReader lines(text, progress);

@@ -12,6 +12,9 @@
 
 inline constexpr char kBookExtension[] = ".epub";
 
+// As an input or output it stands for the standard one.
+inline constexpr char kStandardStream[] = "-";
+
 enum class BookKind { kText, kHtml, kMobi, kPictures };
 
 inline const char* NameOf(BookKind kind) {
@@ -25,6 +28,7 @@ struct BookOrder {
   std::vector<std::filesystem::path> inputs;  // one text or MOBI book; pages or pictures in order
   std::filesystem::path folder;  // that the book is made of; empty for one of files that were named
   std::filesystem::path output;
+  bool isInDirectory = false;  // that is to hold the books, and is made for them
   std::string remark;   // on its name, when another book has the one that it would have; or empty
   std::string refusal;  // why it cannot be made, known beforehand; empty when it can
 };

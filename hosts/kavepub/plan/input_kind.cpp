@@ -8,12 +8,14 @@
 
 #include "hosts/kavepub/console/failure.h"
 
+using namespace std::string_view_literals;
+
 namespace {
 
-constexpr size_t kPeekSize = 1024;
+constexpr size_t kPeekSize = 4096;
 
 struct Signature {
-  std::string_view bytes;
+  std::string_view bytes;  // "." stands for any byte
   std::string_view meaning;
 };
 
@@ -24,23 +26,49 @@ constexpr Signature kPictures[] = {
     {"GIF89a", ".gif"},
 };
 
+constexpr Signature kForeignPictures[] = {
+    {"RIFF....WEBP"sv, "a WebP"}, {"BM....\0\0\0\0"sv, "a BMP"}, {"II*\0"sv, "a TIFF"},
+    {"MM\0*"sv, "a TIFF"},        {"....ftyphe"sv, "a HEIC"},    {"....ftypmif1"sv, "a HEIC"},
+    {"....ftypmsf1"sv, "a HEIC"}, {"....ftypavif"sv, "an AVIF"}, {"....ftypavis"sv, "an AVIF"},
+};
+
 constexpr Signature kForeign[] = {
-    {"PK\x03\x04", "a ZIP, EPUB or office file"},
-    {"%PDF-", "a PDF file"},
-    {"{\\rtf", "an RTF file"},
-    {"\xD0\xCF\x11\xE0", "an old office file"},
-    {"\x1F\x8B", "a gzip file"},
-    {"RIFF", "a WebP picture, sound or video"},
-    {"\x7F"
-     "ELF",
-     "a program"},
+    {"PK\x03\x04"sv, "a ZIP, EPUB or office file"},
+    {"%PDF-"sv, "a PDF file"},
+    {"{\\rtf"sv, "an RTF file"},
+    {"\xD0\xCF\x11\xE0"sv, "an old office file"},
+    {"\x1F\x8B"sv, "a gzip file"},
+    {"7z\xBC\xAF\x27\x1C"sv, "a 7z file"},
+    {"Rar!\x1A\x07"sv, "a RAR file"},
+    {"\xFD\x37zXZ"sv, "an xz file"},
+    {"AT&TFORM"sv, "a DjVu file"},
+    {"ITSF"sv, "a CHM file"},
+    {"%!PS-"sv, "a PostScript file"},
+    {"....ftyp"sv, "a film or sound"},
+    {"\x1A\x45\xDF\xA3"sv, "a film or sound"},
+    {"RIFF....AVI "sv, "a film"},
+    {"RIFF....WAVE"sv, "a sound"},
+    {"OggS"sv, "a film or sound"},
+    {"\x7F\x45LF"sv, "a program"},
 };
 
 // Type and creator of a Palm database, at this place in its header.
 constexpr size_t kPalmTypeAt = 60;
 constexpr std::string_view kPalmTypes[] = {"BOOKMOBI", "TEXtREAd", "TEXtTlDc"};
 
+// Markup that is no HTML, and what may stand before it.
+constexpr Signature kRoots[] = {
+    {"<svg", "an SVG picture; convert it to JPEG, PNG or GIF first"},
+    {"<fictionbook", "a FictionBook; convert it to HTML first"},
+};
+constexpr struct {
+  std::string_view begin;
+  std::string_view end;
+} kPrologue[] = {{"<?", "?>"}, {"<!--", "-->"}, {"<!", ">"}};
 constexpr std::string_view kHtmlBeginnings[] = {"<!doctype html", "<html", "<head", "<body"};
+
+constexpr std::string_view kForeignPictureExtensions[] = {".webp", ".bmp",  ".tif",  ".tiff",
+                                                          ".heic", ".heif", ".avif", ".svg"};
 
 constexpr struct {
   std::string_view extension;
@@ -67,9 +95,15 @@ std::string Lower(std::string text) {
   return text;
 }
 
+bool Fits(std::string_view pattern, std::string_view beginning) {
+  return beginning.size() >= pattern.size() &&
+         std::equal(pattern.begin(), pattern.end(), beginning.begin(),
+                    [](char wanted, char c) { return wanted == '.' || wanted == c; });
+}
+
 const Signature* FindSignature(const auto& table, std::string_view beginning) {
   const auto* row = std::find_if(std::begin(table), std::end(table), [&](const Signature& entry) {
-    return beginning.starts_with(entry.bytes);
+    return Fits(entry.bytes, beginning);
   });
   return row == std::end(table) ? nullptr : row;
 }
@@ -82,17 +116,39 @@ bool BeginsLikeMobi(std::string_view beginning) {
   return beginning.size() > kPalmTypeAt && IsOneOf(kPalmTypes, beginning.substr(kPalmTypeAt, 8));
 }
 
-bool BeginsLikeHtml(const std::string& beginning) {
-  std::string_view rest = beginning;
-  if (rest.starts_with("\xEF\xBB\xBF")) rest.remove_prefix(3);
-  rest.remove_prefix(std::min(rest.find_first_not_of(" \t\r\n"), rest.size()));
-  const std::string text = Lower(std::string(rest));
-  if (text.starts_with("<?xml") || text.starts_with("<!--")) {
-    return text.find("<html") != std::string::npos ||
-           text.find("<!doctype html") != std::string::npos;
-  }
+bool BeginsLikeHtml(std::string_view text) {
   return std::any_of(std::begin(kHtmlBeginnings), std::end(kHtmlBeginnings),
                      [&](std::string_view begin) { return text.starts_with(begin); });
+}
+
+// A beginning in small letters, from the element on that tells what it is.
+std::string FirstElement(std::string_view beginning) {
+  if (beginning.starts_with("\xEF\xBB\xBF")) beginning.remove_prefix(3);
+  const std::string lower = Lower(std::string(beginning));
+  std::string_view text = lower;
+  for (;;) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    const auto* row = std::find_if(std::begin(kPrologue), std::end(kPrologue),
+                                   [&](const auto& part) { return text.starts_with(part.begin); });
+    const size_t end = row == std::end(kPrologue) ? std::string_view::npos : text.find(row->end);
+    if (end == std::string_view::npos || BeginsLikeHtml(text)) return std::string(text);
+    text.remove_prefix(end + row->end.size());
+  }
+}
+
+// Why no book can be made of what begins like this; empty when there is nothing against it.
+std::string ReasonAgainst(std::string_view beginning, std::string_view element) {
+  if (const Signature* picture = FindSignature(kForeignPictures, beginning)) {
+    return "is " + std::string(picture->meaning) + " picture; convert it to JPEG, PNG or GIF first";
+  }
+  if (const Signature* foreign = FindSignature(kForeign, beginning)) {
+    return "is " + std::string(foreign->meaning) +
+           "; only texts, HTML, MOBI books and pictures (JPEG, PNG, GIF) can be converted";
+  }
+  for (const Signature& root : kRoots) {
+    if (element.starts_with(root.bytes)) return "is " + std::string(root.meaning);
+  }
+  return {};
 }
 
 }  // namespace
@@ -102,12 +158,10 @@ BookKind KindOf(const std::filesystem::path& file) {
   const std::string beginning = Peek(file);
   if (FindSignature(kPictures, beginning) != nullptr) return BookKind::kPictures;
   if (BeginsLikeMobi(beginning)) return BookKind::kMobi;
-  if (const Signature* foreign = FindSignature(kForeign, beginning)) {
-    throw Failure(file, "is " + std::string(foreign->meaning) +
-                            "; only texts, HTML, MOBI books and pictures (JPEG, PNG, GIF) can be "
-                            "converted");
-  }
-  if (BeginsLikeHtml(beginning)) return BookKind::kHtml;
+  const std::string element = FirstElement(beginning);
+  if (BeginsLikeHtml(element)) return BookKind::kHtml;
+  const std::string reason = ReasonAgainst(beginning, element);
+  if (!reason.empty()) throw Failure(file, reason);
   const BookKind kind = KindByName(file).value_or(BookKind::kText);
   if (kind == BookKind::kPictures) {
     throw Failure(file,
@@ -117,11 +171,20 @@ BookKind KindOf(const std::filesystem::path& file) {
 }
 
 std::optional<BookKind> KindByName(const std::filesystem::path& file) {
-  const std::string extension = Lower(file.extension().string());
+  const std::string extension = ExtensionOf(file);
   for (const auto& row : kExtensions) {
     if (row.extension == extension) return row.kind;
   }
   return std::nullopt;
+}
+
+bool IsCalledLikePicture(const std::filesystem::path& file) {
+  return KindByName(file) == BookKind::kPictures ||
+         IsOneOf(kForeignPictureExtensions, ExtensionOf(file));
+}
+
+std::string ExtensionOf(const std::filesystem::path& file) {
+  return Lower(file.extension().string());
 }
 
 bool IsMobi(const std::filesystem::path& file) {

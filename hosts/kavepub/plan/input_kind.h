@@ -1,4 +1,4 @@
-// Telling texts, HTML, MOBI books and pictures apart.
+// Telling texts, HTML, MOBI books and pictures apart, and what else comes along.
 #ifndef KAVEPUB_INPUT_KIND_H
 #define KAVEPUB_INPUT_KIND_H
 
@@ -14,6 +14,12 @@ BookKind KindOf(const std::filesystem::path& file);
 
 // The kind that a file's extension promises, in letters of either size; none for other extensions.
 std::optional<BookKind> KindByName(const std::filesystem::path& file);
+
+// Whether a file is called like a picture, of a kind that a book can show or not.
+bool IsCalledLikePicture(const std::filesystem::path& file);
+
+// The extension of a file in lower case: ".txt".
+std::string ExtensionOf(const std::filesystem::path& file);
 
 // Whether a file is a Palm database that holds a book.
 bool IsMobi(const std::filesystem::path& file);

@@ -3,22 +3,35 @@
 #define KAVEPUB_PLANNING_H
 
 #include <filesystem>
+#include <string>
 #include <vector>
 
 #include "hosts/kavepub/plan/book_order.h"
 
 struct Selection {
   std::vector<std::filesystem::path> inputs;
-  std::filesystem::path output;  // a file, a directory, or empty: beside the inputs
+  std::filesystem::path output;  // a file, a directory, "-", or empty: beside the inputs
   bool separate = false;         // a book for each page or picture, instead of one for all
+};
+
+// What lies in a folder and goes into no book.
+struct Skipped {
+  std::filesystem::path file;
+  std::string reason;  // "is a PDF file"
+};
+
+struct Plan {
+  std::vector<BookOrder> orders;
+  std::vector<Skipped> skipped;
 };
 
 // Each text and MOBI book becomes a book; the pages (HTML) that are named become one, and so do the
 // pictures. Of a folder, every text and MOBI book at any depth becomes one; a folder with a page
-// "index.html" is one book, one with other pages is a book of these in the order of their names,
-// and one that holds nothing but pictures is an album. What is named twice becomes one book. Inputs
-// that cannot be used come back as orders with a refusal; so do files of a folder that are called
-// like something convertible. Throws a Failure when the output cannot hold what was named.
-std::vector<BookOrder> PlanBooks(const Selection& selection);
+// "index.html" is one book, one with other pages is a book of these, and its pictures are an album
+// where they are more than the texts and MOBI books beside them. All that is found in a folder is
+// in the order of the numbers in the names. What is named twice becomes one book. Inputs that
+// cannot be used come back as orders with a refusal; so do files of a folder that are called like
+// something convertible. Throws WrongUsage when the output cannot hold what was named.
+Plan PlanBooks(const Selection& selection);
 
 #endif
