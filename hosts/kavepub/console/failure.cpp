@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <new>
+#include <string_view>
 #include <system_error>
 
 #include "fileutil/result_codes.h"
@@ -19,30 +20,29 @@ namespace {
 constexpr char kReport[] = "; report it, with the file";
 constexpr char kNoMemory[] = "memory ran out; close other programs and try again";
 
+// "%" stands for the place of the working files.
 constexpr struct {
   int code;
-  const char* reason;
+  std::string_view reason;
 } kReasons[] = {
-    {EPUB_E_FAILED, "a part of the book could not be made; check the room in $TMPDIR"},
+    {EPUB_E_FAILED, "a part of the book could not be made; check the room in %"},
     {EPUB_E_MISSING, "a file or directory that the book needs is gone; try again"},
-    {EPUB_E_OPEN, "cannot be read or made; check that the disk has room and the file is readable"},
-    {EPUB_E_STYLE_SHEET, "the working files cannot be written; check the room in $TMPDIR"},
+    {EPUB_E_OPEN, "cannot be read or made; check that it is readable, and the room in %"},
+    {EPUB_E_STYLE_SHEET, "the working files cannot be written; check the room in %"},
     {EPUB_E_NOT_FOUND, "holds nothing that a page could show; open it in a browser to see"},
     {EPUB_E_EMPTY_LINE, "holds NUL bytes, so it is no plain text; convert it to UTF-8 first"},
-    {EPUB_E_OUTPUT_DIR, "the directory of the book does not exist; make it first"},
-    {EPUB_E_WRITE, "the book could not be written whole; check the room in $TMPDIR"},
+    {EPUB_E_OUTPUT_DIR, "the working directory is gone; try again"},
+    {EPUB_E_WRITE, "the working files cannot be written; check the room in %"},
     {KAV_EBASE_E_READ, "the working files cannot be read back; try again"},
-    {KAV_EBASE_E_OUTPUT,
-     "cannot be made; check that its directory is writable and no directory or "
-     "device has its name"},
-    {KAV_EBASE_E_WRITE, "cannot be written; check the room on its disk"},
+    {KAV_EBASE_E_OUTPUT, "the book cannot be packed; check the room in %"},
+    {KAV_EBASE_E_WRITE, "the book cannot be packed; check the room in %"},
     {KAV_EBASE_E_MEMORY, kNoMemory},
     {KAV_MOBI_E_OPEN, "cannot be read; check its permissions and the disk"},
     {KAV_MOBI_E_NOT_MOBI, "is no MOBI book; give it the extension of what it is"},
     {KAV_MOBI_E_DAMAGED, "is a damaged MOBI book; get a whole copy of it"},
     {KAV_MOBI_E_ENCRYPTED, "is locked to a reader or device (DRM); get a copy without a lock"},
     {KAV_MOBI_E_NO_TEXT, "holds no text that a page could show; there is nothing to convert"},
-    {KAV_MOBI_E_WRITE, "the working files cannot be written; check the room in $TMPDIR"},
+    {KAV_MOBI_E_WRITE, "the working files cannot be written; check the room in %"},
     {KAV_MOBI_E_MEMORY, kNoMemory},
 };
 
@@ -58,13 +58,17 @@ Failure::Failure(const std::string& line)
 Failure::Failure(const std::filesystem::path& file, const std::string& why)
     : std::runtime_error(OneLine(file.string() + ": " + why)), reason(OneLine(why)) {}
 
-void Require(int code, const std::filesystem::path& file) {
+void Require(int code, const std::filesystem::path& file, const std::filesystem::path& workPlace) {
   if (code == EPUB_OK) return;
   const auto* known = std::find_if(std::begin(kReasons), std::end(kReasons),
                                    [code](const auto& row) { return row.code == code; });
   const std::string number = " (code " + std::to_string(code) + ")";
-  throw Failure(file, known == std::end(kReasons) ? "the conversion failed" + number + kReport
-                                                  : known->reason + number);
+  if (known == std::end(kReasons)) throw Failure(file, "the conversion failed" + number + kReport);
+  std::string reason(known->reason);
+  if (const size_t place = reason.find('%'); place != std::string::npos) {
+    reason.replace(place, 1, workPlace.string());
+  }
+  throw Failure(file, reason + number);
 }
 
 void RequireReadable(const std::filesystem::path& file) {

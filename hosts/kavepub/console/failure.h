@@ -32,8 +32,8 @@ class Interrupted : public std::runtime_error {
   Interrupted() : std::runtime_error("interrupted; nothing was written") {}
 };
 
-// Throws a Failure for a result code other than EPUB_OK.
-void Require(int code, const std::filesystem::path& file);
+// Throws a Failure for a result code other than EPUB_OK. The working files are below workPlace.
+void Require(int code, const std::filesystem::path& file, const std::filesystem::path& workPlace);
 
 // Throws a Failure unless file is a regular file that can be read.
 void RequireReadable(const std::filesystem::path& file);

@@ -29,14 +29,16 @@ std::string Take(char* text) {
 void ReadMobiInfo(const std::filesystem::path& book, BookInfo& info) {
   const std::unique_ptr<TMobiService, CloseReader> reader(CreateMobiService());
   if (!reader) throw std::bad_alloc();
-  Require(reader->Open(reader->handle, book.c_str()), book);
+  const WorkDir workDir;
+  const std::filesystem::path place = workDir.Path().parent_path();
+  Require(reader->Open(reader->handle, book.c_str()), book, place);
   info.format = "MOBI";
   info.title = Take(reader->GetTitle(reader->handle));
   info.author = Take(reader->GetAuthor(reader->handle));
 
   // The pictures are those that the book shows, which only the extraction tells.
-  const WorkDir workDir;
-  Require(reader->ExtractHtml(reader->handle, (workDir.Path() / "book.html").c_str()), book);
+  const std::filesystem::path html = workDir.Path() / "book.html";
+  Require(reader->ExtractHtml(reader->handle, html.c_str()), book, place);
   for (const auto& file : std::filesystem::directory_iterator(workDir.Path())) {
     if (!PictureExtension(file.path()).empty()) ++info.pictures;
   }

@@ -23,7 +23,7 @@ class Build {
         options(chosen),
         progress(shown),
         workDir(chosen.workDir),
-        service(NewService()),
+        service(workDir.Path()),
         shelf(workDir.Path()) {}
 
   // Where the packed book lies until this object goes.
@@ -45,18 +45,18 @@ class Build {
 
  private:
   void Begin(const std::string& title, const std::string& author) {
-    Require(service->InitEpub(service->data, workDir.Path().c_str(),
-                              options.title.value_or(title).c_str(),
-                              options.author.value_or(author).c_str()),
-            workDir.Path());
+    service.Require(service->InitEpub(service->data, workDir.Path().c_str(),
+                                      options.title.value_or(title).c_str(),
+                                      options.author.value_or(author).c_str()),
+                    workDir.Path());
     if (options.cover.empty()) return;
     const std::filesystem::path cover = shelf.Place(options.cover);
-    Require(service->data->epub->AddCoverImageToEpub(cover.c_str()), options.cover);
+    service.Require(service->data->epub->AddCoverImageToEpub(cover.c_str()), options.cover);
   }
 
   void Pack() {
     StopIfInterrupted();
-    Require(service->GenerateEpub(service->data, Packed().c_str()), order.output);
+    service.Require(service->GenerateEpub(service->data, Packed().c_str()), order.output);
   }
 
   // Shows that one more of the inputs is done.
@@ -94,7 +94,7 @@ class Build {
     }
     Begin(TitleOfText(), "");
     const auto addText = isLineMode ? AddTextOfParagraphs : AddWrappedText;
-    addText(*service, source.file, progress);
+    addText(service, source.file, progress);
     Pack();
     return source.encoding + (isLineMode ? ", one paragraph a line" : ", wrapped lines");
   }
@@ -105,7 +105,7 @@ class Build {
           metadata.author);
     for (size_t done = 0; done < order.inputs.size(); ++done) {
       const std::filesystem::path& page = order.inputs[done];
-      Require(service->AddHtmlToEpub(service->data, page.c_str()), page);
+      service.Require(service->AddHtmlToEpub(service->data, page.c_str()), page);
       ShowDone(done + 1);
     }
     Pack();
@@ -116,7 +116,7 @@ class Build {
     Begin(order.output.stem().string(), "");
     for (size_t done = 0; done < order.inputs.size(); ++done) {
       const std::filesystem::path picture = shelf.Place(order.inputs[done]);
-      Require(service->AddImageToEpub(service->data, picture.c_str()), order.inputs[done]);
+      service.Require(service->AddImageToEpub(service->data, picture.c_str()), order.inputs[done]);
       ShowDone(done + 1);
     }
     Pack();
@@ -127,9 +127,9 @@ class Build {
   // The book brings its own title, author and cover; the engine does all in one call.
   std::string MakeOfMobi() {
     const std::filesystem::path& input = order.inputs.front();
-    Require(service->Mobi2Epub(input.c_str(), Packed().c_str(), workDir.Path().c_str(), this,
-                               OnMobiProgress),
-            input);
+    service.Require(service->Mobi2Epub(input.c_str(), Packed().c_str(), workDir.Path().c_str(),
+                                       this, OnMobiProgress),
+                    input);
     if (!isMobiDone) throw Interrupted();
     return {};
   }

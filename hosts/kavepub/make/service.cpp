@@ -3,8 +3,13 @@
 
 #include <new>
 
-Service NewService() {
-  Service service(CreateEpubService());
-  if (!service) throw std::bad_alloc();
-  return service;
+#include "hosts/kavepub/console/failure.h"
+
+Service::Service(const std::filesystem::path& directory)
+    : record(CreateEpubService()), workDir(directory) {
+  if (!record) throw std::bad_alloc();
+}
+
+void Service::Require(int code, const std::filesystem::path& file) const {
+  ::Require(code, file, workDir.parent_path());
 }

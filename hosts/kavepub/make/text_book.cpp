@@ -89,28 +89,28 @@ class LineReader {
 // Gives lines to the engine and begins a page for every sixty.
 class PageFiller {
  public:
-  PageFiller(const TEpubService& record, const std::filesystem::path& path, LineReader& reader)
+  PageFiller(const Service& record, const std::filesystem::path& path, LineReader& reader)
       : service(record), text(path), lines(reader) {
-    Require(service.StartPage(service.data), text);
+    service.Require(service->StartPage(service->data), text);
   }
 
   bool IsAtPageStart() const { return onPage == 0 || onPage == kLinesPerPage; }
 
   void Add(const std::string& line) {
     if (onPage == kLinesPerPage) {
-      Require(service.EndPage(service.data), text);
-      Require(service.StartPage(service.data), text);
+      service.Require(service->EndPage(service->data), text);
+      service.Require(service->StartPage(service->data), text);
       onPage = 0;
       lines.ShowProgress();
     }
-    Require(service.AddTextLineToPage(service.data, line.c_str()), text);
+    service.Require(service->AddTextLineToPage(service->data, line.c_str()), text);
     ++onPage;
   }
 
-  void Finish() { Require(service.EndPage(service.data), text); }
+  void Finish() { service.Require(service->EndPage(service->data), text); }
 
  private:
-  const TEpubService& service;
+  const Service& service;
   const std::filesystem::path& text;
   LineReader& lines;
   int onPage = 0;
@@ -235,15 +235,14 @@ bool HoldsText(const std::filesystem::path& text) {
   return false;
 }
 
-void AddWrappedText(const TEpubService& service, const std::filesystem::path& text,
-                    Progress& progress) {
+void AddWrappedText(const Service& service, const std::filesystem::path& text, Progress& progress) {
   LineReader lines(text, progress);
   PageFiller pages(service, text, lines);
   for (std::string line; lines.Next(line, kLongestLine);) pages.Add(line);
   pages.Finish();
 }
 
-void AddTextOfParagraphs(const TEpubService& service, const std::filesystem::path& text,
+void AddTextOfParagraphs(const Service& service, const std::filesystem::path& text,
                          Progress& progress) {
   LineReader lines(text, progress);
   PageFiller pages(service, text, lines);
