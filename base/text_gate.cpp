@@ -3,7 +3,6 @@
 
 #include <libxml/HTMLparser.h>
 #include <libxml/chvalid.h>
-#include <libxml/parserInternals.h>
 
 #include <algorithm>
 #include <charconv>
@@ -16,12 +15,6 @@ namespace {
 
 // The longest name that HTML knows is "thetasym"; a longer one need not be looked up.
 constexpr size_t kLongestEntityName = 8;
-
-void AppendUtf8(std::uint32_t codePoint, std::string& out) {
-  xmlChar buffer[4];
-  const int length = xmlCopyChar(0, buffer, static_cast<int>(codePoint));
-  out.append(reinterpret_cast<const char*>(buffer), static_cast<size_t>(length));
-}
 
 // Appends the unit at the beginning of bytes and returns its length.
 size_t AppendUnit(std::string_view bytes, std::string& out) {

@@ -2,7 +2,7 @@
 #include "base/utf8.h"
 
 #include <algorithm>
-#include <string>
+#include <cstring>
 
 namespace {
 
@@ -20,8 +20,36 @@ constexpr Sequence kSequences[] = {
     {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4},
 };
 
+constexpr std::uint64_t kHighBits = 0x8080808080808080;
+
 constexpr unsigned char Byte(std::string_view text, size_t index) {
   return static_cast<unsigned char>(text[index]);
+}
+
+size_t AsciiLength(std::string_view text) {
+  size_t length = 0;
+  for (std::uint64_t word = 0; length + sizeof word <= text.size(); length += sizeof word) {
+    std::memcpy(&word, text.data() + length, sizeof word);
+    if ((word & kHighBits) != 0) break;
+  }
+  while (length < text.size() && Byte(text, length) < 0x80) ++length;
+  return length;
+}
+
+bool IsContinuation(std::string_view text, size_t index) {
+  return (Byte(text, index) & 0xC0) == 0x80;
+}
+
+// The characters of three bytes whose second byte may be any, as nearly all of East Asia's are.
+size_t PlainTripleLength(std::string_view text) {
+  size_t length = 0;
+  while (length + 3 <= text.size()) {
+    const unsigned char first = Byte(text, length);
+    const bool isPlain = first > 0xE0 && first < 0xF0 && first != 0xED;
+    if (!isPlain || !IsContinuation(text, length + 1) || !IsContinuation(text, length + 2)) break;
+    length += 3;
+  }
+  return length;
 }
 
 }  // namespace
@@ -45,6 +73,43 @@ Utf8Unit DecodeUtf8(std::string_view text) {
     codePoint = codePoint << 6 | (next & 0x3FU);
   }
   return {Utf8Unit::Kind::kCharacter, sequence->length, codePoint};
+}
+
+void AppendUtf8(std::uint32_t codePoint, std::string& out) {
+  if (codePoint < 0x80) {
+    out += static_cast<char>(codePoint);
+    return;
+  }
+  const unsigned continuations = codePoint < 0x800 ? 1 : codePoint < 0x10000 ? 2 : 3;
+  const unsigned lengthMark = 0xF00U >> (continuations + 1) & 0xFF;
+  out += static_cast<char>(lengthMark | codePoint >> 6 * continuations);
+  for (unsigned left = continuations; left-- > 0;) {
+    out += static_cast<char>(0x80 | (codePoint >> 6 * left & 0x3F));
+  }
+}
+
+size_t ValidUtf8Length(std::string_view text) {
+  size_t length = 0;
+  while (length < text.size()) {
+    length += AsciiLength(text.substr(length));
+    length += PlainTripleLength(text.substr(length));
+    if (length == text.size()) break;
+    const Utf8Unit unit = DecodeUtf8(text.substr(length));
+    if (unit.kind != Utf8Unit::Kind::kCharacter) break;
+    length += unit.length;
+  }
+  return length;
+}
+
+Utf8Count CountUtf8(std::string_view text) {
+  Utf8Count count;
+  while (true) {
+    text.remove_prefix(AsciiLength(text));
+    if (text.empty()) return count;
+    const Utf8Unit unit = DecodeUtf8(text);
+    ++(unit.kind == Utf8Unit::Kind::kCharacter ? count.multiByte : count.broken);
+    text.remove_prefix(unit.length);
+  }
 }
 
 size_t UnfinishedUtf8Tail(std::string_view text) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 struct Utf8Unit {
@@ -19,6 +20,18 @@ struct Utf8Unit {
 
 // The unit at the beginning of a text that is not empty.
 Utf8Unit DecodeUtf8(std::string_view text);
+
+void AppendUtf8(std::uint32_t codePoint, std::string& out);
+
+// The number of bytes at the beginning of text that are whole characters.
+size_t ValidUtf8Length(std::string_view text);
+
+struct Utf8Count {
+  size_t multiByte = 0;  // characters beyond ASCII
+  size_t broken = 0;     // units that are no characters
+};
+
+Utf8Count CountUtf8(std::string_view text);
 
 // The number of bytes at the end of text that begin a character without finishing it, 0 to 3.
 size_t UnfinishedUtf8Tail(std::string_view text);

@@ -13,9 +13,11 @@ struct EpubBase::State {
   // A write has failed: the book on disk is not whole and must not be packed.
   bool isIncomplete = false;
 
-  // Names of imported files; the directory beyond their own to which imports may go.
+  // Names of imported files; the directory beyond their own to which imports may go; the encoding
+  // that their pages have whatever they declare.
   EntryNames names;
   std::string importRoot;
+  std::string importEncoding;
   DtdCache dtds;
 
   TornCharacter torn;

@@ -92,6 +92,10 @@ class KAV_EPUB_API EpubBase {
   // Lets imports follow references into this directory too, and below; null takes that back.
   void SetImportRoot(const char* directory);
 
+  // Lets imports read pages without a byte order mark in this encoding, whatever they declare, by a
+  // name that iconv knows; null, or an unknown one, takes that back.
+  void SetImportEncoding(const char* encoding);
+
   // Appends rules to the style sheet of the book as they are; a null text appends nothing.
   // EPUB_E_FAILED when it does not take all of them; EPUB_OK even when it cannot be opened.
   int AppendPropToCSS(const char* text);

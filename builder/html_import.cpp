@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "base/encoding/html_encoding.h"
 #include "builder/builder_state.h"
 #include "builder/epub_base.h"
 #include "builder/import_files.h"
@@ -101,7 +102,9 @@ int EpubBase::HtmlImport::AddPage(const ImportFile& file, References& references
   // The file may have been exchanged since it was allowed; that of the host is its own choice.
   const FileIdentity* identity = &file == &files[0] ? nullptr : &file.identity;
   page.SetImport([this](const std::string& path) { return files.IsAllowed(path); },
-                 [=](const char* path) { return ReadRegularFile(path, identity); },
+                 [=, &encoding = book.state->importEncoding](const char* path) {
+                   return ReadHtmlFile(path, encoding, identity);
+                 },
                  &book.state->dtds);
   const std::string stem = file.name.substr(0, file.name.rfind('.'));
   const int code =
@@ -153,6 +156,10 @@ void EpubBase::HtmlImport::DropDeadLinks() {
 
 void EpubBase::SetImportRoot(const char* directory) {
   state->importRoot = directory == nullptr ? "" : directory;
+}
+
+void EpubBase::SetImportEncoding(const char* encoding) {
+  state->importEncoding = encoding == nullptr ? "" : encoding;
 }
 
 int EpubBase::AddHTHLToEpub(const char* htmlPath) {

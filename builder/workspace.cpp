@@ -46,7 +46,9 @@ void EpubBase::Destory() {
 
 int EpubBase::Init(const char* root, const char* title, const char* author) {
   auto clean = std::make_unique<State>();
-  clean->importRoot = std::move(state->importRoot);  // the host may set it at any time
+  // The host may set these at any time.
+  clean->importRoot = std::move(state->importRoot);
+  clean->importEncoding = std::move(state->importEncoding);
   state = std::move(clean);
   if (KavIsStrNullOrEmpty(root) != 0 || KavIsFileOrDirExists(root) == 0) return EPUB_E_MISSING;
   tempDir = TempDirBelow(root);

@@ -94,6 +94,7 @@ World::World()
           {"css", [this] { return book->GenerateCSSFile(); }},
           {"rules", [this] { return book->AppendPropToCSS(Text()); }},
           {"root", [this] { return book->SetImportRoot(Path()), 0; }},
+          {"encoding", [this] { return book->SetImportEncoding(Text()), 0; }},
           {"import", [this] { return book->AddHTHLToEpub(Path()); }},
           {"bare-import", [this] { return book->AddHTHLToEpub(Text()); }},
           {"generate", [this] { return book->GenerateEpub(Path()); }},

@@ -6,9 +6,8 @@
 #include <optional>
 #include <unordered_set>
 
+#include "base/encoding/html_encoding.h"
 #include "base/error_silence.h"
-#include "base/html_encoding.h"
-#include "base/read_file.h"
 #include "xml/dtd_cache.h"
 #include "xml/html_parser.h"
 #include "xml/name_lists.h"
@@ -195,8 +194,7 @@ int XMLBase::MakePage(const char* htmlPath, const char* sourceDir, const char* t
 
 int XMLBase::TakeOverBody(const char* htmlPath, const char* title, xmlNode*& body) {
   XmlDocument source;
-  if (auto html = readPage ? readPage(htmlPath) : ReadRegularFile(htmlPath)) {
-    *html = HtmlToUtf8(*html);  // the bytes themselves are not needed while the page is parsed
+  if (const auto html = readPage ? readPage(htmlPath) : ReadHtmlFile(htmlPath)) {
     source = ParseHtml(*html, "UTF-8", kParseOptions);
   }
   if (source == nullptr) return EPUB_E_OPEN;

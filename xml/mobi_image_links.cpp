@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "base/encoding/html_encoding.h"
 #include "base/error_silence.h"
-#include "base/html_encoding.h"
 #include "base/output_file.h"
 #include "base/read_file.h"
 #include "base/text_gate.h"
@@ -113,7 +113,8 @@ int XMLBase::MobiHtmlProcess(const char* htmlPath, const char* encoding,
   const ErrorSilence silence;
   const auto html = ReadRegularFile(htmlPath);
   if (!html) return EPUB_E_OPEN;
-  const XmlDocument doc = ParseHtml(HtmlToUtf8(*html, encoding), "UTF-8", kParseOptions);
+  const XmlDocument doc =
+      ParseHtml(HtmlToUtf8(*html, encoding == nullptr ? "" : encoding), "UTF-8", kParseOptions);
   if (doc == nullptr || xmlDocGetRootElement(doc.get()) == nullptr) return EPUB_E_OPEN;
   ResolveRecords(doc.get(), images);
   ResolveCover(doc.get(), images.front());

@@ -157,7 +157,7 @@ class KAV_EPUB_API XMLBase {
                              std::vector<std::string>& images);
 
   // For HtmlProcess: decides which paths are local files, in place of "every regular file"; reads
-  // the page itself; and keeps the DTD between pages.
+  // the page itself, as UTF-8; and keeps the DTD between pages.
   using FileTest = std::function<bool(const std::string& path)>;
   using FileReader = std::function<std::optional<std::string>(const char* path)>;
   KAV_EPUB_LOCAL void SetImport(FileTest isLocal, FileReader reader, DtdCache* cache);

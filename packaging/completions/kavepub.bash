@@ -19,7 +19,7 @@ _kavepub() {
   case $previous in
     --title | --author | -j | --jobs) return ;;
     --encoding) options=$(iconv -l 2>/dev/null | tr -d /) ;;
-    --encoding-errors) options="strict replace" ;;
+    --encoding-errors) options="auto strict replace" ;;
     --paragraphs) options="auto line wrapped" ;;
     --work-dir)
       compopt -o dirnames

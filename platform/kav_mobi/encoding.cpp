@@ -1,11 +1,10 @@
-// Decoding of text: UTF-8 is checked, other code pages go through iconv.
+// Decoding of text: UTF-8 is checked, other code pages are converted to it.
 #include "platform/kav_mobi/encoding.h"
 
 #include <mobi.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 
 #include "base/utf8.h"
 
@@ -51,30 +50,17 @@ void AppendUtf8(std::string_view raw, std::string& text) {
   text.append(raw.substr(copied));
 }
 
-// None where the system lacks the conversion: the text is then read as UTF-8, as far as it goes.
-std::optional<iconv_t> OpenConverter(uint32_t codePage) {
-  iconv_t converter = iconv_open("UTF-8", ("CP" + std::to_string(codePage)).c_str());
-  if (reinterpret_cast<intptr_t>(converter) == -1) return std::nullopt;
-  return converter;
-}
-
 }  // namespace
 
 bool IsUtf8(std::string_view text) {
-  while (!text.empty()) {
-    const Utf8Unit unit = DecodeUtf8(text);
-    if (unit.kind != Utf8Unit::Kind::kCharacter) return false;
-    text.remove_prefix(unit.length);
-  }
-  return true;
+  return ValidUtf8Length(text) == text.size();
 }
 
 TextDecoder::TextDecoder(uint32_t codePage) {
-  if (codePage != MOBI_UTF8) converter = OpenConverter(codePage);
-}
-
-TextDecoder::~TextDecoder() {
-  if (converter) (void)iconv_close(*converter);
+  if (codePage == MOBI_UTF8) return;
+  decoder.emplace("CP" + std::to_string(codePage));
+  // The system may lack the conversion: the text is then read as UTF-8, as far as it goes.
+  if (!decoder->Exists()) decoder.reset();
 }
 
 bool TextDecoder::Knows(uint32_t codePage) {
@@ -85,30 +71,12 @@ bool TextDecoder::Knows(uint32_t codePage) {
 void TextDecoder::Append(std::string_view raw, std::string& text) {
   if (IsUtf8()) {
     AppendUtf8(raw, text);
-  } else {
-    AppendConverted(raw, text);
+    return;
   }
-}
-
-void TextDecoder::AppendConverted(std::string_view raw, std::string& text) {
-  std::string rawCopy(raw);
-  char* in = rawCopy.data();
-  size_t left = rawCopy.size();
-  std::string converted;
-  std::array<char, 1024> buffer{};
-  while (left > 0) {
-    char* out = buffer.data();
-    size_t space = buffer.size();
-    const bool stopped = iconv(*converter, &in, &left, &out, &space) == static_cast<size_t>(-1);
-    const int reason = errno;
-    converted.append(buffer.data(), buffer.size() - space);
-    if (stopped && reason != E2BIG) {
-      converted.append(kReplacement);
-      ++in;
-      --left;
-    }
-  }
-  AppendUtf8(converted, text);
+  std::string decoded;
+  decoder->Decode(raw, decoded);
+  decoder->Finish(decoded);
+  AppendUtf8(decoded, text);
 }
 
 }  // namespace kav_mobi

@@ -2,12 +2,12 @@
 #ifndef KAV_MOBI_ENCODING_H
 #define KAV_MOBI_ENCODING_H
 
-#include <iconv.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "base/encoding/text_decoder.h"
 
 namespace kav_mobi {
 
@@ -17,9 +17,6 @@ bool IsUtf8(std::string_view text);
 class TextDecoder {
  public:
   explicit TextDecoder(uint32_t codePage);
-  ~TextDecoder();
-  TextDecoder(const TextDecoder&) = delete;
-  TextDecoder& operator=(const TextDecoder&) = delete;
 
   // Whether texts of this code page can be read.
   static bool Knows(uint32_t codePage);
@@ -28,12 +25,10 @@ class TextDecoder {
   // than tab and line ends are dropped.
   void Append(std::string_view raw, std::string& text);
 
-  bool IsUtf8() const { return !converter; }
+  bool IsUtf8() const { return !decoder; }
 
  private:
-  void AppendConverted(std::string_view raw, std::string& text);
-
-  std::optional<iconv_t> converter;
+  std::optional<::TextDecoder> decoder;
 };
 
 }  // namespace kav_mobi

@@ -11,6 +11,13 @@
 extern "C" {
 #endif
 
+/* How type and creator begin, at this offset, of the Palm databases that Open takes for books; all
+ * others are KAV_MOBI_E_NOT_MOBI. PalmDOC is of one type, whichever program is named as its creator
+ * (REAd, TlDc). */
+#define KAV_MOBI_TYPE_OFFSET 60
+#define KAV_MOBI_TYPES \
+  { "BOOKMOBI", "TEXt" }
+
 /* What Open and ExtractHtml return. */
 enum KavMobiResult {
   KAV_MOBI_OK = 0,

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <iterator>
 #include <utility>
 
 #include "platform/kav_mobi/bytes.h"
@@ -29,8 +30,7 @@ constexpr uint64_t kSmallText = uint64_t{1} << 20;
 constexpr uint64_t kMaxFragments = 32768;
 
 constexpr size_t kDatabaseHeaderSize = 78;
-constexpr size_t kTypeOffset = 60;
-constexpr std::array<Bytes, 2> kBookTypes = {"BOOKMOBI", "TEXtREAd"};
+constexpr Bytes kBookTypes[] = KAV_MOBI_TYPES;
 
 constexpr size_t kIndexCountOffset = 24;
 constexpr Bytes kFontMagic = "FONT";
@@ -93,8 +93,9 @@ Bytes BytesOf(const MOBIPart* part) {
 bool IsBookType(int file) {
   std::array<char, kDatabaseHeaderSize> header{};
   if (pread(file, header.data(), header.size(), 0) != ssize_t{kDatabaseHeaderSize}) return false;
-  const Bytes type(header.data() + kTypeOffset, kBookTypes[0].size());
-  return std::find(kBookTypes.begin(), kBookTypes.end(), type) != kBookTypes.end();
+  const Bytes types = Bytes(header.data(), header.size()).substr(KAV_MOBI_TYPE_OFFSET);
+  return std::any_of(std::begin(kBookTypes), std::end(kBookTypes),
+                     [types](Bytes type) { return types.starts_with(type); });
 }
 
 bool LooksLikeHtml(Bytes text) {

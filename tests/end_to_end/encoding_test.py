@@ -1,5 +1,6 @@
 """Texts in many encodings: recognised, decoded, and set in the paragraphs that they have."""
 
+import itertools
 import json
 import random
 import re
@@ -15,6 +16,13 @@ PYTHON_NAMES = {"macintosh": "mac-roman", "windows-874": "cp874"}
 
 def encode(text, encoding):
     return text.encode(PYTHON_NAMES.get(encoding, encoding))
+
+
+def is_character(unit, codec):
+    """Whether bytes are one character that a book shows as it is, and that Big5 has once."""
+    text = unit.decode(codec, "ignore")
+    return text.isprintable() and unit.decode(codec, "replace") == text and len(text) == 1 and \
+        text not in "•\uf06e／＼"
 
 
 class Encodings(ToolTest):
@@ -66,18 +74,77 @@ class Encodings(ToolTest):
                 self.assertEqual(report["status"], "done", report["message"])
                 self.assertEqual(Book(self.dir / "in.epub").text_of_pages(), text)
 
-    def test_errors_name_the_byte(self):
+    def test_damage(self):
         for name, data, encoding, byte, text in data_rows("encoding_errors.txt"):
-            with self.subTest(name):
-                self.write("in.txt", content=as_bytes(data))
-                report, = self.reports("--encoding", encoding, "in.txt")
-                self.assertRegex(report["message"], f"^{encoding}, wrapped" if byte == "none" else
-                                 rf"^in\.txt: byte {byte} is not valid .*; name the right "
-                                 "--encoding, or use --encoding-errors replace$")
-                self.reports("--encoding", encoding, "--encoding-errors", "replace", "in.txt")
-                # Runs of replacements count as one: what makes an error is iconv's choice.
-                found = re.sub("\ufffd+", "\ufffd", Book(self.dir / "in.epub").text_of_pages())
-                self.assertEqual(found, text)
+            self.write("in.txt", content=as_bytes(data))
+            places = text.count("\ufffd")
+            is_slight = places * 1000 <= len(text)
+            for errors in "strict", "auto", "replace":
+                with self.subTest(name, errors=errors):
+                    report, = self.reports("--encoding", encoding, "--encoding-errors", errors,
+                                           "in.txt")
+                    if places and (errors == "strict" or errors == "auto" and not is_slight):
+                        self.assertRegex(
+                            report["message"], rf"^in\.txt: byte {byte} is not valid .*; name the "
+                            "right --encoding, or use --encoding-errors replace$")
+                        continue
+                    self.assertEqual(Book(self.dir / "in.epub").text_of_pages(), text)
+                    self.assertRegex(" ".join(report["warnings"]), "^$" if not places else
+                                     rf"in\.txt: byte {byte} is not valid .* U\+FFFD$"
+                                     if places == 1 else
+                                     rf"in\.txt: {places} places .* U\+FFFD.* at byte {byte}$")
+
+    def test_every_character(self):
+        """All of one or two bytes, and some of four, as Python has them: but for the few that are
+        two characters in Unicode, of which every system has another."""
+        units = [bytes(unit) for unit in [*itertools.product(range(0x80, 0x100)), *itertools.product(
+            range(0x81, 0xff), range(0x30, 0xff))]]
+        for name, codec, theirs, ours in data_rows("encoding_characters.txt"):
+            known = [unit for unit in units if is_character(unit, codec)]
+            if codec == "gb18030":
+                known += [chr(c).encode(codec) for c in range(0x10000, 0x20000, 99)]
+            lines = [b"".join(known[at:at + 50]) for at in range(0, len(known), 50)]
+            with self.subTest(name, characters=len(known)):
+                self.write("in.txt", content=b"\n".join([b"x", *lines]))
+                report, = self.reports("--encoding", name, "in.txt")
+                self.assertEqual((report["status"], report["warnings"]), ("done", []), report)
+                text = " ".join(["x", *(line.decode(codec) for line in lines)])
+                self.assertEqual(Book(self.dir / "in.epub").text_of_pages(),
+                                 text.translate(str.maketrans(theirs, ours)))
+
+    def test_damage_stays_in_its_line(self):
+        chance = random.Random(11)
+        cases = {}
+        for language, encodings, text in LANGUAGES:
+            for encoding in encodings:
+                # Two or four bytes a unit get out of step, and shifts may hold for more than a line.
+                if encoding.startswith(("utf-16", "utf-32", "utf-8-", "iso-2022-kr")):
+                    continue
+                lines = text.splitlines()
+                for number in range(8):
+                    at = chance.randrange(2, len(lines))
+                    data = [encode(line, encoding) + b"\n" for line in lines]
+                    cut = chance.randrange(len(data[at]) - 1)
+                    put = bytes(chance.choices([27, *range(0x41, 0x100)], k=chance.randrange(2)))
+                    data[at] = data[at][:cut] + put + data[at][cut + chance.randrange(2):]
+                    name = f"{encoding}/{language} {number}.txt"
+                    self.write(name, content=b"".join(data))
+                    cases[name] = lines, at, len(b"".join(data[:at])), len(b"".join(data[:at + 1]))
+        for encoding in sorted({name.partition("/")[0] for name in cases}):
+            for report in self.reports("--encoding", encoding, "--encoding-errors", "replace",
+                                       encoding):
+                with self.subTest(report["inputs"][0]):
+                    lines, at, begin, end = cases[report["inputs"][0]]
+                    found = Book(self.dir / report["output"]).text_of_pages()
+                    before, after = " ".join(lines[:at]) + " ", " ".join(lines[at + 1:])
+                    self.assertEqual(found[:len(before)], before)
+                    self.assertEqual(found[len(found) - len(after) - 1:], after + " ")
+                    places = found.count("\ufffd")
+                    warning = " ".join(report["warnings"])
+                    self.assertEqual(places > 0, bool(warning))
+                    if places:
+                        self.assertLess(begin, int(re.search(r"byte (\d+)", warning)[1]))
+                        self.assertIn(f": {places} places" if places > 1 else ": byte", warning)
 
 
 def paragraphs(book):

@@ -34,7 +34,9 @@ const std::map<std::string, ParagraphMode> kParagraphModes = {
     {"line", ParagraphMode::kLine},
     {"wrapped", ParagraphMode::kWrapped},
 };
-const std::map<std::string, bool> kErrorModes = {{"strict", false}, {"replace", true}};
+const std::map<std::string, EncodingErrors> kErrorModes = {{"auto", EncodingErrors::kAuto},
+                                                           {"strict", EncodingErrors::kStrict},
+                                                           {"replace", EncodingErrors::kReplace}};
 
 // Accepts the names of a table, and says what they are when it is given another.
 void AddChoice(CLI::App& command, const char* name, auto& value, const auto& table,
@@ -69,9 +71,11 @@ void AddConvert(CLI::App& app, ConvertArguments& arguments) {
   option("--author", options.author, "TEXT", "Author (default: the document's)");
   option("--cover", options.cover, "FILE", "Picture for the cover: JPEG, PNG or GIF");
   option("--encoding", options.decoding.encoding, "NAME",
-         "Encoding of the texts, as `iconv -l` lists them (default: auto)");
-  AddChoice(convert, "--encoding-errors", options.decoding.replaceErrors, kErrorModes,
-            "Bytes that cannot be decoded: strict (fail, the default) or replace");
+         "Encoding of the texts and pages, as `iconv -l` lists them (default: auto)");
+  AddChoice(
+      convert, "--encoding-errors", options.decoding.errors, kErrorModes,
+      "Bytes of texts that cannot be decoded: auto (replace a few, the default), strict (fail) "
+      "or replace");
   AddChoice(convert, "--paragraphs", options.paragraphs, kParagraphModes,
             "A line of a text is: line (a paragraph), wrapped (a part of one), auto (the default)");
   convert.add_flag("--separate", selection.separate,

@@ -11,6 +11,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/console/interruption.h"
@@ -104,7 +105,8 @@ Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing
   if (existing == Existing::kRefuse) provenance.place.clear();
   if (isInTheWay && IsUpToDate(order, provenance)) return {Status::kUpToDate, {}};
   if (options.dryRun) return {Status::kPlanned, {}};
-  return {Status::kDone, ConvertBook(order, options, provenance, progress)};
+  Conversion made = ConvertBook(order, options, provenance, progress);
+  return {Status::kDone, std::move(made.remark), std::move(made.warnings)};
 }
 
 Outcome Make(const BookOrder& order, const BookOptions& options, Existing existing,

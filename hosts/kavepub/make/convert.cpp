@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr char kStandardInput[] = "standard input";
+
 // A book in the making, by the engine's record.
 class Build {
  public:
@@ -29,7 +31,7 @@ class Build {
   // Where the packed book lies until this object goes.
   std::filesystem::path Packed() const { return workDir.Path() / "book.epub"; }
 
-  std::string Run() {
+  Conversion Run() {
     switch (order.kind) {
       case BookKind::kText:
         return MakeOfText();
@@ -81,7 +83,7 @@ class Build {
     return order.output == kStandardStream ? "Untitled" : order.output.stem().string();
   }
 
-  std::string MakeOfText() {
+  Conversion MakeOfText() {
     const bool isStandardInput = order.inputs.front() == kStandardStream;
     const std::filesystem::path input =
         isStandardInput ? SavedStandardInput() : order.inputs.front();
@@ -96,13 +98,20 @@ class Build {
     const auto addText = isLineMode ? AddTextOfParagraphs : AddWrappedText;
     addText(service, source.file, progress);
     Pack();
-    return source.encoding + (isLineMode ? ", one paragraph a line" : ", wrapped lines");
+    Conversion made{source.encoding + (isLineMode ? ", one paragraph a line" : ", wrapped lines")};
+    const std::string name = isStandardInput ? kStandardInput : input.string();
+    if (!source.warning.empty()) made.warnings = {OneLine(name + ": " + source.warning)};
+    return made;
   }
 
-  std::string MakeOfHtml() {
-    const HtmlMetadata metadata = ReadHtmlMetadata(order.inputs.front());
+  Conversion MakeOfHtml() {
+    const std::string& declared = options.decoding.encoding;
+    const std::string encoding = declared == kAutoEncoding ? "" : declared;
+    if (declared != kAutoEncoding) RequireEncoding(order.inputs.front(), declared);
+    const HtmlMetadata metadata = ReadHtmlMetadata(order.inputs.front(), encoding);
     Begin(metadata.title.empty() ? order.inputs.front().stem().string() : metadata.title,
           metadata.author);
+    service->data->epub->SetImportEncoding(encoding.c_str());
     for (size_t done = 0; done < order.inputs.size(); ++done) {
       const std::filesystem::path& page = order.inputs[done];
       service.Require(service->AddHtmlToEpub(service->data, page.c_str()), page);
@@ -112,7 +121,7 @@ class Build {
     return {};
   }
 
-  std::string MakeOfPictures() {
+  Conversion MakeOfPictures() {
     Begin(order.output.stem().string(), "");
     for (size_t done = 0; done < order.inputs.size(); ++done) {
       const std::filesystem::path picture = shelf.Place(order.inputs[done]);
@@ -121,11 +130,11 @@ class Build {
     }
     Pack();
     const size_t count = order.inputs.size();
-    return std::to_string(count) + (count == 1 ? " picture" : " pictures");
+    return {std::to_string(count) + (count == 1 ? " picture" : " pictures")};
   }
 
   // The book brings its own title, author and cover; the engine does all in one call.
-  std::string MakeOfMobi() {
+  Conversion MakeOfMobi() {
     const std::filesystem::path& input = order.inputs.front();
     service.Require(service->Mobi2Epub(input.c_str(), Packed().c_str(), workDir.Path().c_str(),
                                        this, OnMobiProgress),
@@ -153,17 +162,17 @@ class Build {
 
 }  // namespace
 
-std::string ConvertBook(const BookOrder& order, const BookOptions& options,
-                        const Provenance& provenance, Progress& progress) {
+Conversion ConvertBook(const BookOrder& order, const BookOptions& options,
+                       const Provenance& provenance, Progress& progress) {
   BookOutput output(order.output);
   Build build(order, options, progress);
-  std::string remark;
+  Conversion made;
   try {
-    remark = build.Run();
+    made = build.Run();
   } catch (const Failure& failure) {
     if (order.inputs.front() != kStandardStream) throw;
-    throw Failure("standard input", failure.Reason());  // whose name is only ours
+    throw Failure(kStandardInput, failure.Reason());  // whose name is only ours
   }
   output.Take(build.Packed(), provenance);
-  return remark;
+  return made;
 }

@@ -49,7 +49,7 @@ std::string DigestOfOptions(const BookOptions& options) {
   }
   if (!options.cover.empty()) digest.AddFile(options.cover);
   digest.Add(options.decoding.encoding);
-  digest.Add(std::to_string(static_cast<int>(options.decoding.replaceErrors)));
+  digest.Add(std::to_string(static_cast<int>(options.decoding.errors)));
   digest.Add(std::to_string(static_cast<int>(options.paragraphs)));
   return digest.Text();
 }

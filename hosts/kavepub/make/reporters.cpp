@@ -56,6 +56,9 @@ class OneBookReporter : public CountingReporter {
 
  protected:
   void Tell(const BookOrder& order, const Outcome& outcome) override {
+    for (const std::string& warning : outcome.warnings) {
+      std::fprintf(stderr, "kavepub: warning: %s\n", warning.c_str());
+    }
     if (outcome.status != Outcome::Status::kDone) {
       std::fprintf(stderr, "kavepub: %s\n", outcome.message.c_str());
     } else if (!isQuiet) {
@@ -68,15 +71,16 @@ class OneBookReporter : public CountingReporter {
   bool isQuiet;
 };
 
-// Gathers failures, and lists them in the order of the names.
-class FailureTable {
+// Gathers what there is to say of books, and lists it in the order of the names.
+class ReasonTable {
  public:
-  void Add(const BookOrder& order, const Outcome& outcome) {
-    if (outcome.status != Outcome::Status::kFailed) return;
+  explicit ReasonTable(const char* heading) : title(heading) {}
+
+  void Add(const BookOrder& order, const std::string& reason) {
     const std::string name = OneLine(order.inputs.front().string());
     // A reason about another file than the input names it itself.
-    const bool isOfInput = outcome.message.starts_with(name + ": ");
-    rows.emplace_back(name, outcome.message.substr(isOfInput ? name.size() + 2 : 0));
+    const bool isOfInput = reason.starts_with(name + ": ");
+    rows.emplace_back(name, reason.substr(isOfInput ? name.size() + 2 : 0));
   }
 
   void Print() {
@@ -84,7 +88,7 @@ class FailureTable {
     size_t widest = 0;
     for (const auto& [name, reason] : rows) widest = std::max(widest, WidthOf(name));
     widest = std::min(widest, kWidestColumn);
-    if (!rows.empty()) std::fprintf(stderr, "Failed:\n");
+    if (!rows.empty()) std::fprintf(stderr, "%s:\n", title);
     for (const auto& [name, reason] : rows) {
       const std::string padding(widest - std::min(widest, WidthOf(name)) + 2, ' ');
       std::fprintf(stderr, "  %s%s%s\n", name.c_str(), padding.c_str(), reason.c_str());
@@ -94,6 +98,7 @@ class FailureTable {
  private:
   static constexpr size_t kWidestColumn = 40;
 
+  const char* title;
   std::vector<std::pair<std::string, std::string>> rows;
 };
 
@@ -120,6 +125,24 @@ class SkippedLine {
   std::string named;
 };
 
+// What went wrong with books, and what nearly did.
+class Troubles {
+ public:
+  void Add(const BookOrder& order, const Outcome& outcome) {
+    if (outcome.status == Outcome::Status::kFailed) failures.Add(order, outcome.message);
+    for (const std::string& warning : outcome.warnings) warnings.Add(order, warning);
+  }
+
+  void Print() {
+    warnings.Print();
+    failures.Print();
+  }
+
+ private:
+  ReasonTable warnings{"Warnings"};
+  ReasonTable failures{"Failed"};
+};
+
 // "3 done, 1 failed": what is zero is left out.
 std::string ListOf(std::initializer_list<std::pair<size_t, const char*>> sums) {
   std::string list;
@@ -144,7 +167,7 @@ class ManyBooksReporter : public CountingReporter {
 
   void Close() override {
     line.Wipe();
-    failures.Print();
+    troubles.Print();
     sums = Result();
     if (!isQuiet) {
       for (const std::string& remark : remarks) Say(remark);
@@ -164,7 +187,7 @@ class ManyBooksReporter : public CountingReporter {
  protected:
   void Tell(const BookOrder& order, const Outcome& outcome) override {
     const std::scoped_lock lock(drawing);
-    failures.Add(order, outcome);
+    troubles.Add(order, outcome);
     if (!order.remark.empty()) remarks.push_back(OneLine(order.remark));
     sums = Result();
     DrawNow();
@@ -214,7 +237,7 @@ class ManyBooksReporter : public CountingReporter {
   bool isQuiet;
   std::mutex drawing;  // guards all below
   LiveLine line;
-  FailureTable failures;
+  Troubles troubles;
   std::vector<std::string> remarks;
   SkippedLine skippedLine;
   Tally sums;        // as of the last book that was finished
@@ -231,12 +254,12 @@ class PlanReporter : public CountingReporter {
 
   void Close() override {
     if (!isQuiet) skippedLine.Print();
-    failures.Print();
+    troubles.Print();
   }
 
  protected:
   void Tell(const BookOrder& order, const Outcome& outcome) override {
-    failures.Add(order, outcome);
+    troubles.Add(order, outcome);
     if (isQuiet || outcome.status == Outcome::Status::kFailed) return;
     const size_t others = order.inputs.size() - 1;
     const std::string more = others > 0 ? " and " + std::to_string(others) + " more" : "";
@@ -247,7 +270,7 @@ class PlanReporter : public CountingReporter {
 
  private:
   bool isQuiet;
-  FailureTable failures;
+  Troubles troubles;
   SkippedLine skippedLine;
 };
 
@@ -269,6 +292,7 @@ class JsonReporter : public CountingReporter {
     book["kind"] = NameOf(order.kind);
     book["status"] = NameOf(outcome.status);
     book["message"] = outcome.message;
+    book["warnings"] = outcome.warnings;
     book["seconds"] = std::round(outcome.seconds * 1000) / 1000;
     Print(book);
   }

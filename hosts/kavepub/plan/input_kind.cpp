@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "hosts/kavepub/console/failure.h"
+#include "platform/kav_mobi/kav_mobi.h"
 
 using namespace std::string_view_literals;
 
@@ -52,9 +53,7 @@ constexpr Signature kForeign[] = {
     {"\x7F\x45LF"sv, "a program"},
 };
 
-// Type and creator of a Palm database, at this place in its header.
-constexpr size_t kPalmTypeAt = 60;
-constexpr std::string_view kPalmTypes[] = {"BOOKMOBI", "TEXtREAd", "TEXtTlDc"};
+constexpr std::string_view kPalmTypes[] = KAV_MOBI_TYPES;
 
 // Markup that is no HTML, and what may stand before it.
 constexpr Signature kRoots[] = {
@@ -113,7 +112,9 @@ bool IsOneOf(const auto& table, std::string_view text) {
 }
 
 bool BeginsLikeMobi(std::string_view beginning) {
-  return beginning.size() > kPalmTypeAt && IsOneOf(kPalmTypes, beginning.substr(kPalmTypeAt, 8));
+  beginning.remove_prefix(std::min<size_t>(KAV_MOBI_TYPE_OFFSET, beginning.size()));
+  return std::any_of(std::begin(kPalmTypes), std::end(kPalmTypes),
+                     [&](std::string_view type) { return beginning.starts_with(type); });
 }
 
 bool BeginsLikeHtml(std::string_view text) {

@@ -4,9 +4,9 @@
 #include <libxml/HTMLparser.h>
 #include <libxml/xpath.h>
 
-#include <fstream>
-#include <iterator>
 #include <memory>
+
+#include "base/encoding/html_encoding.h"
 
 namespace {
 
@@ -14,23 +14,18 @@ constexpr size_t kEnoughForTheHead = size_t{1} << 18;
 
 using Document = std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)>;
 
-std::string ReadBeginning(const std::filesystem::path& page) {
-  std::string beginning(kEnoughForTheHead, '\0');
-  std::ifstream file(page, std::ios::binary);
-  file.read(beginning.data(), static_cast<std::streamsize>(beginning.size()));
-  beginning.resize(static_cast<size_t>(file.gcount()));
-  return beginning;
+// As much of a page as holds its head, decoded like the whole of it.
+std::string ReadHead(const std::filesystem::path& page, const std::string& encoding) {
+  std::string head = ReadHtmlFile(page.c_str(), encoding).value_or("");
+  // Not up to half a letter.
+  if (head.size() > kEnoughForTheHead) head.resize(head.rfind('>', kEnoughForTheHead) + 1);
+  return head;
 }
 
 Document Parse(const std::string& html) {
-  // Valid UTF-8 is read as such, whatever the page declares. The end may cut a letter in two.
-  const size_t lastAscii = html.find_last_of('>');
-  const std::string complete = html.substr(0, lastAscii == std::string::npos ? 0 : lastAscii + 1);
-  const bool isUtf8 = xmlCheckUTF8(reinterpret_cast<const xmlChar*>(complete.c_str())) != 0;
   constexpr int kOptions =
       HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET;
-  return {htmlReadMemory(complete.data(), static_cast<int>(complete.size()), nullptr,
-                         isUtf8 ? "UTF-8" : nullptr, kOptions),
+  return {htmlReadMemory(html.data(), static_cast<int>(html.size()), nullptr, "UTF-8", kOptions),
           &xmlFreeDoc};
 }
 
@@ -46,8 +41,8 @@ std::string Evaluate(xmlDoc* document, const char* expression) {
 
 }  // namespace
 
-HtmlMetadata ReadHtmlMetadata(const std::filesystem::path& page) {
-  const Document document = Parse(ReadBeginning(page));
+HtmlMetadata ReadHtmlMetadata(const std::filesystem::path& page, const std::string& encoding) {
+  const Document document = Parse(ReadHead(page, encoding));
   if (!document) return {};
   return {
       Evaluate(document.get(), "normalize-space(//title)"),

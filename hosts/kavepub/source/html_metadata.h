@@ -10,6 +10,7 @@ struct HtmlMetadata {
   std::string author;  // of its author meta element; empty when it has none
 };
 
-HtmlMetadata ReadHtmlMetadata(const std::filesystem::path& page);
+// The encoding may be empty, or one that there is not: it is found out then.
+HtmlMetadata ReadHtmlMetadata(const std::filesystem::path& page, const std::string& encoding);
 
 #endif

@@ -5,15 +5,25 @@
 #include <filesystem>
 #include <string>
 
+// What becomes of a text with bytes that are no character: a Failure, or U+FFFD in their place.
+// With kAuto so when few are damaged, a Failure otherwise.
+enum class EncodingErrors { kAuto, kStrict, kReplace };
+
+inline constexpr char kAutoEncoding[] = "auto";
+
 struct DecodingOptions {
-  std::string encoding = "auto";  // or a name that iconv knows
-  bool replaceErrors = false;     // undecodable bytes become U+FFFD instead of a Failure
+  std::string encoding = kAutoEncoding;  // or a name that iconv knows
+  EncodingErrors errors = EncodingErrors::kAuto;
 };
 
 struct TextSource {
   std::filesystem::path file;  // the input itself, when there was nothing to change
   std::string encoding;        // of the input, as found or declared
+  std::string warning;         // what could not be decoded; empty when all could
 };
+
+// Throws a Failure when there is no such encoding.
+void RequireEncoding(const std::filesystem::path& input, const std::string& encoding);
 
 // Decodes a text into workDir: byte order mark and DOS end-of-file byte dropped, CR LF and CR made
 // LF. Throws a Failure that names the first byte that cannot be decoded, or an encoding that does

@@ -1,20 +1,52 @@
 // Decodes samples and counts what is strange in them.
-#include "hosts/kavepub/source/encoding_plausibility.h"
+#include "base/encoding/plausibility.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <cstdint>
-#include <cstring>
 #include <cwctype>
+#include <iterator>
+#include <new>
+#include <set>
+#include <string>
 #include <vector>
 
-#include "hosts/kavepub/source/converter.h"
+#include "base/encoding/text_decoder.h"
+#include "base/utf8.h"
 
 namespace {
 
 using Text = std::vector<wchar_t>;
 
 constexpr size_t kWideSample = size_t{1} << 16;
+constexpr size_t kStrayUnits = 1000;  // one in so many may be damaged
+constexpr size_t kWeightOfDamage = 10;
+
+// The characters that texts of East Asia are full of: a third and more of any, where hardly one in
+// ten is of them when the encoding is wrong.
+constexpr std::string_view kCommonChinese =
+    "，。、；：？！「」“”的一是不了人我在有他這这中大來来上個个國国到說说們们為为子和你地出道也時时"
+    "年得就那要下以生會会自着著去之過过家學学對对可里裡後后小麼么心多天而能好都然沒没日於于起還还"
+    "發发成事只作當当想看文無无開开手十用主行方又如前所本見见經经頭头面公同三已老從从動动兩两長长";
+constexpr std::string_view kCommonJapanese =
+    "、。「」ーあいうえおかがきくけこさしすせそただちっつてでとどなにねのはばへまみめもやゆよらりる"
+    "れ"
+    "ろわをんアイカクコシスタテトナニノハフマムメラリルレロン一人日大本中";
+constexpr std::string_view kCommonKorean =
+    "이다는의에을를고하가은사나지로도기리어아인대그시자해서한일스라정들보있음면게으전수여만것과부"
+    "장";
+
+constexpr size_t kFewForeign = 20;
+constexpr size_t kShareOfCommon = 8;
+
+constexpr struct {
+  std::string_view encoding;
+  std::string_view common;
+} kEastAsian[] = {
+    {"GB18030", kCommonChinese}, {"BIG5-HKSCS", kCommonChinese}, {"EUC-TW", kCommonChinese},
+    {"CP932", kCommonJapanese},  {"EUC-JP-MS", kCommonJapanese}, {"CP949", kCommonKorean},
+};
 
 bool IsControl(std::uint32_t c) {
   const bool isUsual = (c >= '\t' && c <= '\r') || c == 0x1A || c == 0x1B;
@@ -48,40 +80,62 @@ std::uint32_t UnitAt(std::string_view bytes, size_t at, size_t size, bool isBigE
 }
 
 bool IsUtf32(std::string_view bytes, bool isBigEndian) {
+  size_t stray = 0;
   for (size_t at = 0; at + 4 <= bytes.size(); at += 4) {
     const std::uint32_t c = UnitAt(bytes, at, 4, isBigEndian);
-    if (c > 0x10FFFF || IsSurrogate(c) || IsControl(c)) return false;
+    if (c > 0x10FFFF || IsSurrogate(c) || IsControl(c)) ++stray;
   }
-  return bytes.size() >= 4;
+  return bytes.size() >= 4 && stray * 4 * kStrayUnits <= bytes.size();
 }
 
-// How many units are common everywhere; 0 when there is a unit that no UTF-16 text has.
+// How many units are common everywhere; 0 when too many are what no UTF-16 text has.
 size_t CountCommonUnits(std::string_view bytes, bool isBigEndian) {
   size_t common = 0;
+  size_t stray = 0;
   bool isInPair = false;
   for (size_t at = 0; at + 2 <= bytes.size(); at += 2) {
     const std::uint32_t c = UnitAt(bytes, at, 2, isBigEndian);
     const bool isSecond = c >= 0xDC00 && c < 0xE000;
-    if (isSecond != isInPair || IsControl(c) || c >= 0xFFFE) return 0;
+    if (isSecond != isInPair || IsControl(c) || c >= 0xFFFE) ++stray;
     isInPair = IsSurrogate(c) && !isSecond;
     if (IsCommonEverywhere(c)) ++common;
   }
-  return common;
+  return stray * 2 * kStrayUnits <= bytes.size() ? common : 0;
 }
 
-Text Decode(std::string_view sample, const std::string& encoding) {
-  Converter converter(encoding, "WCHAR_T");
-  std::string decoded;
-  if (!converter.Exists() || !converter.Decode(sample, decoded)) return {};
-  Text text(decoded.size() / sizeof(wchar_t));
-  std::memcpy(text.data(), decoded.data(), text.size() * sizeof(wchar_t));
+Text CodePointsOf(std::string_view utf8) {
+  Text text;
+  while (!utf8.empty()) {
+    const Utf8Unit unit = DecodeUtf8(utf8);
+    text.push_back(static_cast<wchar_t>(unit.codePoint));
+    utf8.remove_prefix(unit.length);
+  }
   return text;
+}
+
+// Whether a text in an encoding of East Asia has far too few of the characters that it should have.
+bool LacksCommonCharacters(const Text& text, std::string_view encoding) {
+  const auto* row = std::find_if(std::begin(kEastAsian), std::end(kEastAsian),
+                                 [&](const auto& other) { return other.encoding == encoding; });
+  if (row == std::end(kEastAsian)) return false;
+  const Text common = CodePointsOf(row->common);
+  const std::set<wchar_t> wanted(common.begin(), common.end());
+  size_t foreign = 0;
+  size_t found = 0;
+  for (const wchar_t c : text) {
+    if (c < 0x80) continue;
+    ++foreign;
+    found += wanted.count(c);
+  }
+  return foreign >= kFewForeign && found * kShareOfCommon < foreign;
 }
 
 // Character classes that do not depend on the user's language.
 class Classes {
  public:
-  Classes() : locale(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {}
+  Classes() : locale(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {
+    if (locale == nullptr && errno == ENOMEM) throw std::bad_alloc();
+  }
   ~Classes() {
     if (locale != nullptr) freelocale(locale);
   }
@@ -111,6 +165,12 @@ Script ScriptOf(wchar_t c) {
   return c < 0x530 ? Script::kCyrillic : Script::kOther;
 }
 
+// Languages in Latin letters keep to plain ones for the most part; three others in a row are hardly
+// one of them.
+bool IsAccented(wchar_t c) {
+  return c >= 0xC0 && ScriptOf(c) == Script::kLatin;
+}
+
 // Apostrophes, hyphens and dashes, the soft hyphen and the dot of Catalan.
 bool JoinsWords(wchar_t c) {
   return (c >= 0x2010 && c <= 0x2019) || c == 0x2026 || c == 0xAD || c == 0xB7;
@@ -122,7 +182,8 @@ bool IsFault(const Classes& classes, wchar_t before, wchar_t c, wchar_t after) {
   if (!classes.IsLetter(before)) return false;
   if (classes.IsLetter(c)) {
     const bool isMixed = ScriptOf(before) != ScriptOf(c);
-    return isMixed || (classes.IsSmall(before) && classes.IsCapital(c));
+    const bool isAllAccents = IsAccented(before) && IsAccented(c) && IsAccented(after);
+    return isMixed || isAllAccents || (classes.IsSmall(before) && classes.IsCapital(c));
   }
   const bool isInWord = classes.IsLetter(after) && ScriptOf(before) != Script::kOther &&
                         ScriptOf(after) != Script::kOther;
@@ -144,12 +205,16 @@ std::string_view GuessWideEncoding(std::string_view beginning) {
   return {};
 }
 
-double ShareOfFaults(std::string_view sample, const std::string& encoding) {
-  const Text text = Decode(sample, encoding);
+double ShareOfFaults(std::string_view sample, std::string_view encoding) {
   static const Classes classes;  // costs a file to read
-  if (text.empty() || !classes.Exist()) return 1;
+  TextDecoder decoder(encoding);
+  if (!decoder.Exists() || !classes.Exist()) return 1;
+  std::string decoded;
+  decoder.Decode(sample, decoded);
+  const Text text = CodePointsOf(decoded);
+  if (text.empty() || LacksCommonCharacters(text, encoding)) return 1;
   size_t foreign = 0;
-  size_t faults = 0;
+  size_t faults = decoder.Damages().count * kWeightOfDamage;
   for (size_t i = 0; i < text.size(); ++i) {
     const wchar_t before = i > 0 ? text[i - 1] : L' ';
     const wchar_t after = i + 1 < text.size() ? text[i + 1] : L' ';
@@ -161,16 +226,6 @@ double ShareOfFaults(std::string_view sample, const std::string& encoding) {
 }
 
 bool IsMostlyUtf8(std::string_view sample) {
-  Converter utf8("UTF-8");
-  std::string decoded;
-  size_t damages = 0;
-  while (!utf8.Decode(sample, decoded)) {
-    sample.remove_prefix(1);
-    ++damages;
-  }
-  size_t foreign = 0;
-  for (const char c : decoded) {
-    if (static_cast<unsigned char>(c) >= 0xC0) ++foreign;
-  }
-  return foreign > 10 * damages;
+  const Utf8Count count = CountUtf8(sample);
+  return count.multiByte > count.broken;
 }

@@ -1,0 +1,37 @@
+// Makes all line ends the same.
+#include "base/encoding/line_ends.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kSpecial("\n\r\x1A\0", 4);
+
+size_t PlainLength(std::string_view text) {
+  return std::min(text.find_first_of(kSpecial), text.size());
+}
+
+}  // namespace
+
+void LineEnds::Append(std::string_view piece, std::string& out) {
+  while (!piece.empty()) {
+    if (isLineStart && piece.starts_with(kByteOrderMark)) {
+      piece.remove_prefix(kByteOrderMark.size());
+      continue;
+    }
+    const char c = piece.front();
+    const bool isSecondHalf = c == '\n' && isAfterCarriageReturn;
+    const size_t plain = PlainLength(piece);
+    if (c == kDosEndOfFile) {
+      ++endOfFileBytes;
+    } else if (c != '\0' && !isSecondHalf) {
+      out.append(endOfFileBytes, kDosEndOfFile);
+      endOfFileBytes = 0;
+      out += plain > 0 ? piece.substr(0, plain) : "\n";
+    }
+    isAfterCarriageReturn = c == '\r';
+    isLineStart = c == '\r' || c == '\n';
+    piece.remove_prefix(std::max<size_t>(plain, 1));
+  }
+}
