@@ -4,6 +4,7 @@
 #include <uchardet/uchardet.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <memory>
 #include <vector>
@@ -56,7 +57,7 @@ constexpr struct {
 constexpr double kFewFaults = 0.05;
 
 // Frequencies tell nothing of a few bytes.
-constexpr size_t kFewBytes = 12;
+constexpr std::ptrdiff_t kFewBytes = 12;
 constexpr std::string_view kMostCommon = "WINDOWS-1252";
 
 // Bytes that texts in other encodings than UTF-16 and UTF-32 never have.
@@ -117,16 +118,17 @@ std::string Choose(const std::string& guessed, std::string_view sample) {
 std::string GuessEncoding(std::string_view bytes) {
   const std::string_view sample = bytes.substr(PlainLength(bytes), kSampleSize);
   if (sample.empty()) return {};
-  const std::string guess = GuessByFrequencies(sample);
   if (std::all_of(sample.begin(), sample.end(), IsAscii)) {
     // The encodings that switch between character sets are made of ASCII bytes.
+    const std::string guess = GuessByFrequencies(sample);
     return guess.starts_with("ISO-2022-") ? WiderEncoding(guess) : std::string();
   }
   const std::string_view start = sample.substr(0, kPlausibilitySample);
-  const auto foreign = start.size() - std::count_if(start.begin(), start.end(), IsAscii);
-  if (foreign <= kFewBytes && ShareOfFaults(start, kMostCommon) == 0)
-    return std::string(kMostCommon);
-  return IsMostlyUtf8(start) ? std::string(kUtf8) : Choose(guess, start);
+  if (IsMostlyUtf8(start)) return std::string(kUtf8);
+  const auto foreign =
+      std::count_if(start.begin(), start.end(), [](char c) { return !IsAscii(c); });
+  const bool isMostCommon = foreign <= kFewBytes && ShareOfFaults(start, kMostCommon) == 0;
+  return isMostCommon ? std::string(kMostCommon) : Choose(GuessByFrequencies(sample), start);
 }
 
 void TextDetector::Feed(std::string_view piece) {
