@@ -293,7 +293,8 @@ Result<std::string> EpubWriter::AddFile(Resource resource) {
   Packing packing = Packing::kDeflated;
   if (const std::optional<PictureFacts> facts = ExaminePicture(resource.bytes)) {
     resource.mediaType = facts->mediaType;
-    wanted = wanted.substr(0, wanted.rfind('.')) + facts->extension;
+    wanted.resize(std::min(wanted.size(), wanted.rfind('.')));
+    wanted += facts->extension;
     if (facts->width > 0) packing = Packing::kStored;  // pixels are packed already
   }
   const std::string name = FreeName(FileName(std::move(wanted)));
