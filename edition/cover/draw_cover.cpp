@@ -133,7 +133,7 @@ void DrawOrnament(cairo_t* drawing, std::uint32_t hash) {
   cairo_clip(drawing);
   cairo_set_source_rgba(drawing, 1, 1, 1, kOrnament);
   cairo_set_line_width(drawing, 5);
-  const std::uint32_t choice = hash / std::size(kGrounds);
+  const auto choice = static_cast<std::uint32_t>(hash / std::size(kGrounds));
   kOrnaments[choice % std::size(kOrnaments)](drawing, choice / 4 % kWidth);
   cairo_restore(drawing);
 }
