@@ -40,8 +40,8 @@ function(kav_room folder)
 endfunction()
 
 # kav_shared_library(NAME [ABI NUMBER] ROOMS ROOM... PUBLIC_HEADERS HEADER... [LINKS LIBRARY...]) makes
-# lib/libNAME.so of the rooms; its exports are those of the linker map NAME.map beside the caller. It is
-# installed with its public headers, which are all that its users in this tree see, and finds its
+# lib/libNAME.so of the rooms; its exports are those of the linker map NAME.map beside the caller. Its own
+# calls stay inside, whatever functions a host has by the same names. It is installed with its public headers, which are all that its users in this tree see, and finds its
 # companions beside itself. With ABI it stands alone: programs look for NAME.so.NUMBER, and the caller
 # installs it.
 function(kav_shared_library name)
@@ -67,7 +67,7 @@ function(kav_shared_library name)
   endforeach()
   target_link_libraries(${name} PUBLIC ${library_LINKS} PRIVATE $<BUILD_INTERFACE:kav_build_rules>)
   set(map ${CMAKE_CURRENT_SOURCE_DIR}/${name}.map)
-  target_link_options(${name} PRIVATE LINKER:--version-script=${map})
+  target_link_options(${name} PRIVATE LINKER:--version-script=${map} LINKER:-Bsymbolic)
   set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS ${map})
   set_target_properties(${name} PROPERTIES INSTALL_RPATH $ORIGIN)
   if(DEFINED library_ABI)
