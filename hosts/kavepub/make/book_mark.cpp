@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <regex>
+#include <sstream>
 
 #include "base/read_file.h"
 #include "base/zip_end.h"
@@ -24,9 +24,9 @@ constexpr size_t kCommentLengthSize = 2;
 constexpr std::uint64_t kZip64EndSize = 56 + 20;
 constexpr size_t kLongestMark = 512;
 
-constexpr char kMark[] = "kavepub " KAVEPUB_VERSION;
-constexpr char kMarkPattern[] =
-    "kavepub \\S+ source=(\\w*) options=(\\w+) place=(\\w*) container=(\\w+)";
+constexpr std::string_view kMaker = "kavepub";
+constexpr std::array<std::string_view, 4> kFields = {"source=", "options=", "place=", "container="};
+using Values = std::array<std::string, kFields.size()>;
 
 struct Container {
   UniqueFd file;
@@ -69,25 +69,43 @@ std::string DigestOfDirectory(const Container& container) {
   return digest.Text();
 }
 
+std::string Mark(const Values& values) {
+  std::string mark = std::string(kMaker) + " " + KAVEPUB_VERSION;
+  for (size_t i = 0; i < values.size(); ++i) mark.append(" ").append(kFields[i]).append(values[i]);
+  return mark;
+}
+
+// Those of a mark, whichever version made it.
+std::optional<Values> ValuesOf(const std::string& mark) {
+  std::istringstream words(mark);
+  std::string maker;
+  std::string version;
+  words >> maker >> version;
+  Values values;
+  for (size_t i = 0; i < values.size(); ++i) {
+    if (!(words >> values[i]) || !values[i].starts_with(kFields[i])) return std::nullopt;
+    values[i].erase(0, kFields[i].size());
+  }
+  return maker == kMaker && words.eof() ? std::optional(values) : std::nullopt;
+}
+
 }  // namespace
 
 std::optional<BookMark> ReadMark(const std::filesystem::path& book) {
-  static const std::regex kPattern(kMarkPattern);
   const std::optional<Container> container = OpenContainer(book);
   if (!container) return std::nullopt;
-  const std::string comment = container->record.substr(kPlainEndSize);
-  std::smatch parts;
-  if (!std::regex_match(comment, parts, kPattern)) return std::nullopt;
-  return BookMark{{parts[1], parts[2], parts[3]}, parts[4] != DigestOfDirectory(*container)};
+  const std::optional<Values> values = ValuesOf(container->record.substr(kPlainEndSize));
+  if (!values) return std::nullopt;
+  const auto& [source, options, place, digest] = *values;
+  return BookMark{{source, options, place}, digest != DigestOfDirectory(*container)};
 }
 
 std::optional<std::string> MarkedEnd(const std::filesystem::path& path,
                                      const Provenance& provenance) {
   const std::optional<Container> container = OpenContainer(path);
   if (!container || container->record.size() != kPlainEndSize) return std::nullopt;
-  const std::string comment = std::string(kMark) + " source=" + provenance.source +
-                              " options=" + provenance.options + " place=" + provenance.place +
-                              " container=" + DigestOfDirectory(*container);
+  const std::string comment = Mark(
+      {provenance.source, provenance.options, provenance.place, DigestOfDirectory(*container)});
   std::string end;
   PutNumber(end, comment.size(), kCommentLengthSize);
   return end + comment;
