@@ -1,14 +1,11 @@
-"""What an installation says of itself: manual pages, completions, the same as the help."""
+"""What an installation says of itself: manual pages, the same as the help."""
 
 import re
-import subprocess
 import unittest
 
 from book import KAVEPUB, SOURCE, run
 
 PAGES = SOURCE / "docs" / "man"
-OFFERS_OF_ZSH = SOURCE / "tests" / "end_to_end" / "offers_of_zsh.zsh"
-COMPLETIONS = SOURCE / "packaging" / "completions"
 
 
 def options_of(text):
@@ -56,33 +53,3 @@ class ManualPages(unittest.TestCase):
         codes = re.findall(r"(EPUB_\w+) = (-?\d+)", header)
         for name, number in codes:
             self.assertRegex(page, rf"\b{name} +\({number}\)")
-
-
-class Completions(unittest.TestCase):
-    def test_bash(self):
-        script = 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); ' \
-                 '_kavepub; printf "%s\n" "${COMPREPLY[@]}"'
-
-        def offered(*words):
-            done = run("bash", "-uc", script, "bash", COMPLETIONS / "kavepub.bash", "kavepub",
-                       *words)
-            self.assertEqual((done.returncode, done.stderr), (0, ""))
-            return set(done.stdout.split())
-
-        for command, options in all_of_help().items():
-            with self.subTest(command):
-                before = [command] if command else []
-                self.assertEqual(offered(*before, "-"), options)
-                if command:
-                    self.assertIn(command, offered(command[:2]))
-
-    def test_zsh(self):
-        for command, options in all_of_help().items():
-            with self.subTest(command):
-                typed = f"kavepub {command} -" if command else "kavepub -"
-                done = run("zsh", "-f", OFFERS_OF_ZSH, COMPLETIONS, typed, f"kavepub {command[:2]}",
-                           stdin=subprocess.DEVNULL)
-                self.assertEqual((done.returncode, done.stderr), (0, ""))
-                offered = set(re.findall(r"OFFERED:(\S+)", done.stdout))
-                commands = {command} if command else set(all_of_help()) - {""}
-                self.assertEqual(offered, options | commands)

@@ -109,3 +109,13 @@ flip() {
   printf '\\x%x' $((255 - $(od -An -tu1 -j"$2" -N1 "$1"))) | xargs -0 printf |
     dd of="$1" bs=1 seek="$2" conv=notrunc status=none
 }
+
+# What shells offer for words, and at the ends of lines.
+offered_by_bash() {
+  bash -uc 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kavepub; echo "${COMPREPLY[*]}"' \
+    bash "$HERE/../../packaging/completions/kavepub.bash" "$@"
+}
+offered_by_zsh() {
+  zsh -f "$HERE/offers_of_zsh.zsh" "$HERE/../../packaging/completions" "$@" </dev/null |
+    sed -n 's/\r$//; s/^OFFERED://p' | paste -sd' '
+}

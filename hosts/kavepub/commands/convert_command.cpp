@@ -8,6 +8,7 @@
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/console/interruption.h"
 #include "hosts/kavepub/make/batch.h"
+#include "hosts/kavepub/make/pictures.h"
 #include "hosts/kavepub/make/reporters.h"
 
 namespace {
@@ -35,6 +36,18 @@ void Check(const std::vector<BookOrder>& orders, const BookOptions& options) {
   }
 }
 
+// What would fail for every book is wrong from the beginning.
+void CheckValues(const BookOptions& options) try {
+  if (!options.cover.empty()) RequirePicture(options.cover);
+  if (options.decoding.encoding != kAutoEncoding) RequireEncoding(options.decoding.encoding);
+  std::error_code error;
+  if (!options.workDir.empty() && !std::filesystem::is_directory(options.workDir, error)) {
+    throw Failure(options.workDir, "is no directory for working files; make it or name another");
+  }
+} catch (const Failure& failure) {
+  throw WrongUsage(failure.what());
+}
+
 // A book on the standard output must be alone there, and with a reader that can make something of
 // it.
 void CheckStandardOutput(const ConvertArguments& arguments) {
@@ -58,6 +71,7 @@ std::unique_ptr<CountingReporter> NewReporter(const ConvertArguments& arguments,
 
 int RunConvert(const ConvertArguments& arguments) {
   CheckStandardOutput(arguments);
+  CheckValues(arguments.options);
   const Plan plan = PlanBooks(arguments.selection);
   const std::vector<BookOrder>& orders = plan.orders;
   if (orders.empty()) {

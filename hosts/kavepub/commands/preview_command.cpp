@@ -20,6 +20,7 @@
 #include "hosts/kavepub/console/work_dir.h"
 #include "hosts/kavepub/inspect/contact_sheet.h"
 #include "hosts/kavepub/inspect/epub_package.h"
+#include "hosts/kavepub/plan/input_kind.h"
 
 namespace {
 
@@ -84,6 +85,11 @@ std::vector<Picture> DrawPages(const std::filesystem::path& book) {
 }  // namespace
 
 int RunPreview(const PreviewArguments& arguments) {
+  if (arguments.output.has_extension() && ExtensionOf(arguments.output) != ".png") {
+    throw WrongUsage(arguments.output,
+                     "is not called like a PNG picture, which is all that can be "
+                     "drawn; give it the extension .png");
+  }
   RequireReadable(arguments.book);
   ReadEpubPackage(arguments.book);  // tells better than mutool what is wrong with a book
   std::filesystem::path output = arguments.output;

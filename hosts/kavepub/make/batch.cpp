@@ -69,19 +69,12 @@ bool IsUpToDate(const BookOrder& order, const Provenance& provenance) {
   return false;
 }
 
-// A directory for books is made as needed; that of one book is more likely a slip.
-void RequireDirectoryOf(const BookOrder& order, const BookOptions& options, Existing existing) {
-  const fs::path directory = order.output.parent_path();
-  if (directory.empty()) return;
+void MakeDirectoryOf(const BookOrder& order) {
   std::error_code error;
-  if (order.isInDirectory || existing == Existing::kKeepIfSame) {
-    if (!options.dryRun) fs::create_directories(directory, error);
-    if (error) {
-      throw Failure(order.output, "its directory cannot be made (" + error.message() +
-                                      "); use -o to name another place");
-    }
-  } else if (!fs::is_directory(directory, error)) {
-    throw Failure(order.output, "its directory does not exist; make it first");
+  fs::create_directories(order.output.parent_path(), error);
+  if (error) {
+    throw Failure(order.output, "its directory cannot be made (" + error.message() +
+                                    "); use -o to name another place");
   }
 }
 
@@ -98,13 +91,13 @@ Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing
   if (isInTheWay && existing == Existing::kRefuse) {
     throw Failure(order.output, "exists already; use --force to replace it or -o to name another");
   }
-  RequireDirectoryOf(order, options, existing);
   if (options.dryRun && !isInTheWay) return {Status::kPlanned, {}};
 
   Provenance provenance = ProvenanceOf(order, options);
   if (existing == Existing::kRefuse) provenance.place.clear();
   if (isInTheWay && IsUpToDate(order, provenance)) return {Status::kUpToDate, {}};
   if (options.dryRun) return {Status::kPlanned, {}};
+  if (order.isInDirectory) MakeDirectoryOf(order);
   Conversion made = ConvertBook(order, options, provenance, progress);
   return {Status::kDone, std::move(made.remark), std::move(made.warnings)};
 }

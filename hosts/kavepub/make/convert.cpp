@@ -107,7 +107,6 @@ class Build {
   Conversion MakeOfHtml() {
     const std::string& declared = options.decoding.encoding;
     const std::string encoding = declared == kAutoEncoding ? "" : declared;
-    if (declared != kAutoEncoding) RequireEncoding(order.inputs.front(), declared);
     const HtmlMetadata metadata = ReadHtmlMetadata(order.inputs.front(), encoding);
     Begin(metadata.title.empty() ? order.inputs.front().stem().string() : metadata.title,
           metadata.author);

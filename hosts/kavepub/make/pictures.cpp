@@ -29,12 +29,9 @@ std::string PlainStem(const std::filesystem::path& picture) {
 
 }  // namespace
 
-PictureShelf::PictureShelf(const std::filesystem::path& workDir)
-    : directory(workDir / "pictures") {}
-
-std::filesystem::path PictureShelf::Place(const std::filesystem::path& picture) {
+std::string RequirePicture(const std::filesystem::path& picture) {
   RequireReadable(picture);
-  const std::string type = PictureExtension(picture);
+  std::string type = PictureExtension(picture);
   if (type.empty()) {
     KindOf(picture);  // tells better what is wrong with what is called like a picture
     throw Failure(picture, "is no JPEG, PNG or GIF picture; convert it to one of these first");
@@ -42,6 +39,14 @@ std::filesystem::path PictureShelf::Place(const std::filesystem::path& picture) 
   if (!IsWholePicture(picture, type)) {
     throw Failure(picture, "is a picture that is cut off or broken; get a whole copy of it");
   }
+  return type;
+}
+
+PictureShelf::PictureShelf(const std::filesystem::path& workDir)
+    : directory(workDir / "pictures") {}
+
+std::filesystem::path PictureShelf::Place(const std::filesystem::path& picture) {
+  const std::string type = RequirePicture(picture);
   const std::string stem = PlainStem(picture);
   const std::string given = picture.extension().string();
   const std::string extension = type == ".jpg" && given == ".jpeg" ? given : type;

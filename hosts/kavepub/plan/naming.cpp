@@ -33,6 +33,12 @@ fs::path NameOf(const fs::path& path) {
   return path.has_filename() ? path.filename() : path.parent_path().filename();
 }
 
+// That of a book is not made: one that is missing is more likely a slip.
+void RequireDirectoryOf(const fs::path& output) {
+  if (!output.has_parent_path() || IsDirectory(output.parent_path())) return;
+  throw WrongUsage(output, "its directory does not exist; make it first");
+}
+
 [[noreturn]] void RefuseMany(const fs::path& output, size_t books) {
   throw WrongUsage(output, "is to be one book, but " + std::to_string(books) +
                                " are to be made; name a directory for them");
@@ -53,6 +59,7 @@ Place PlaceOf(const Selection& selection, size_t books) {
       throw WrongUsage(output, "is called like a book, but is a directory; give it another name");
     }
     if (books > 1) RefuseMany(output, books);
+    RequireDirectoryOf(output);
     return Place::kFile;
   }
   if (isDirectory) return Place::kDirectory;
@@ -63,7 +70,10 @@ Place PlaceOf(const Selection& selection, size_t books) {
                      "is not called like an EPUB book, which is all that can be made; "
                      "give it the extension .epub");
   }
-  if (books == 1 && !IsDirectory(selection.inputs.front())) return Place::kFile;
+  if (books == 1 && !IsDirectory(selection.inputs.front())) {
+    RequireDirectoryOf(output);
+    return Place::kFile;
+  }
   std::error_code error;
   if (fs::exists(output, error)) {
     throw WrongUsage(output, "exists already, but is no directory for books; name another");

@@ -83,10 +83,10 @@ std::string WarningOf(const Damage& damage, const std::string& encoding) {
 
 }  // namespace
 
-void RequireEncoding(const std::filesystem::path& input, const std::string& encoding) {
+void RequireEncoding(const std::string& encoding) {
   if (TextDecoder(encoding).Exists()) return;
-  throw Failure(
-      input, "the encoding \"" + encoding + "\" is not known; `iconv -l` lists the names that are");
+  throw Failure("the encoding \"" + encoding +
+                "\" is not known; `iconv -l` lists the names that are");
 }
 
 TextSource PrepareText(const std::filesystem::path& text, const DecodingOptions& options,
@@ -94,7 +94,7 @@ TextSource PrepareText(const std::filesystem::path& text, const DecodingOptions&
   Detection found{options.encoding};
   if (options.encoding == kAutoEncoding) found = Detect(text);
   if (found.isReady) return {text, found.encoding, {}};
-  RequireEncoding(text, found.encoding);
+  RequireEncoding(found.encoding);
   const std::filesystem::path target = workDir / "text.txt";
   const Damage damage =
       DecodeInto(target, text, found.encoding, options.errors == EncodingErrors::kStrict);

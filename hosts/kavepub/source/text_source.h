@@ -23,7 +23,7 @@ struct TextSource {
 };
 
 // Throws a Failure when there is no such encoding.
-void RequireEncoding(const std::filesystem::path& input, const std::string& encoding);
+void RequireEncoding(const std::string& encoding);
 
 // Decodes a text into workDir: byte order mark and DOS end-of-file byte dropped, CR LF and CR made
 // LF. Throws a Failure that names the first byte that cannot be decoded, or an encoding that does
