@@ -5,6 +5,8 @@
 #include <charconv>
 #include <iterator>
 
+#include "base/encoding/text_decoder.h"
+
 namespace {
 
 constexpr char kAuto[] = "auto";
@@ -105,11 +107,16 @@ bool TakeSource(JobOptions& options, std::string_view value) {
   return !value.empty();
 }
 
+bool TakeEncoding(JobOptions& options, std::string_view value) {
+  return TakeSource<&SourceOptions::encoding>(options, value) &&
+         (value == kAuto || TextDecoder(value).Exists());
+}
+
 bool TakeEncodingErrors(JobOptions& options, std::string_view value) {
   constexpr struct {
     std::string_view name;
     EncodingErrors errors;
-  } kValues[] = {{"few", EncodingErrors::kFew},
+  } kValues[] = {{kAuto, EncodingErrors::kFew},
                  {"strict", EncodingErrors::kNone},
                  {"replace", EncodingErrors::kAny}};
   const auto* found = std::find_if(std::begin(kValues), std::end(kValues),
@@ -157,9 +164,9 @@ constexpr Row kOptions[] = {
      TakeStyleData},
     {{"chapters", "auto|none|REGEX", "Which lines of a text are headings of chapters.", 0, 0},
      TakeSource<&SourceOptions::chapters>},
-    {{"encoding", "auto|NAME", "The encoding of the inputs.", 0, 0},
-     TakeSource<&SourceOptions::encoding>},
-    {{"encoding-errors", "few|strict|replace",
+    {{"encoding", "auto|NAME", "The encoding of the inputs, as iconv names it.", 0, 0},
+     TakeEncoding},
+    {{"encoding-errors", "auto|strict|replace",
       "How many bytes may be no characters, which are then replaced: a few, none, any number.", 0,
       0},
      TakeEncodingErrors},

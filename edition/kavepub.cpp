@@ -6,14 +6,25 @@
 #include <new>
 
 #include "edition/job.h"
+#include "edition/job_options.h"
+#include "edition/text/text_file.h"
 
 #define KAVEPUB_TEXT_OF(number) KAVEPUB_DIGITS_OF(number)
 #define KAVEPUB_DIGITS_OF(number) #number
 
-struct kavepub_job {
-  Job job;
-  std::string message;     // of the last failure
+// What a handle says of its last failure.
+struct Words {
+  std::string message;
   const char* error = "";  // the same, or a text for which no memory is needed
+};
+
+struct kavepub_job : Words {
+  Job job;
+};
+
+struct kavepub_text : Words {
+  JobOptions options;
+  TextFile file;
 };
 
 namespace {
@@ -21,6 +32,7 @@ namespace {
 constexpr char kOutOfMemory[] = "Memory ran out.";
 constexpr char kFault[] = "A fault of libkavepub: an exception that nobody expected.";
 constexpr char kNull[] = "An argument is null.";
+constexpr size_t kLeastCapacity = 8;  // of a buffer for characters
 
 // Does a step with a handle; its code.
 template <typename Handle, typename Step>
@@ -52,6 +64,18 @@ int Hand(const Struct& filled, Struct* target, size_t size) {
   std::memset(target, 0, size);
   std::memcpy(target, &filled, std::min(size, sizeof filled));
   return 1;
+}
+
+int HandOne(const std::vector<Warning>& warnings, size_t index, kavepub_warning* target,
+            size_t size) {
+  if (index >= warnings.size()) return 0;
+  const Warning& found = warnings[index];
+  return Hand(kavepub_warning{found.message.c_str(), found.place.c_str()}, target, size);
+}
+
+Status MustBeClosed(const kavepub_text& text) {
+  if (!text.file.WasOpened()) return Done();
+  return Failure{KAVEPUB_E_ORDER, "A text was opened before; make a new handle for another one."};
 }
 
 }  // namespace
@@ -149,7 +173,75 @@ int kavepub_job_chapter(const kavepub_job* job, size_t index, kavepub_chapter* c
 
 int kavepub_job_warning(const kavepub_job* job, size_t index, kavepub_warning* warning,
                         size_t size) {
-  if (job == nullptr || index >= job->job.Found().warnings.size()) return 0;
-  const Warning& found = job->job.Found().warnings[index];
-  return Hand({found.message.c_str(), found.place.c_str()}, warning, size);
+  return job == nullptr ? 0 : HandOne(job->job.Found().warnings, index, warning, size);
+}
+
+kavepub_text* kavepub_text_new(void) {
+  try {
+    return new kavepub_text;
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+void kavepub_text_free(kavepub_text* text) {
+  delete text;
+}
+
+int kavepub_text_set_option(kavepub_text* text, const char* name, const char* value) {
+  return Do(text, [&]() -> Status {
+    if (name == nullptr || value == nullptr) return Failure{KAVEPUB_E_ARGUMENT, kNull};
+    if (Status open = MustBeClosed(*text); !open) return open;
+    const std::string_view option = name;
+    if (option != "encoding" && option != "encoding-errors") {
+      return Failure{KAVEPUB_E_ARGUMENT, "A text has no option \"" + std::string(name) + "\"."};
+    }
+    return SetOption(text->options, option, value, false);
+  });
+}
+
+int kavepub_text_open_path(kavepub_text* text, const char* path) {
+  return Do(text, [&]() -> Status {
+    if (path == nullptr) return Failure{KAVEPUB_E_ARGUMENT, kNull};
+    if (Status open = MustBeClosed(*text); !open) return open;
+    Result<Input> input = Input::Open(path);
+    if (!input) return input.Why();
+    return text->file.Open(std::move(*input), text->options.source);
+  });
+}
+
+int kavepub_text_open_memory(kavepub_text* text, const char* name, const void* bytes, size_t size) {
+  return Do(text, [&]() -> Status {
+    if (name == nullptr || (bytes == nullptr && size > 0)) {
+      return Failure{KAVEPUB_E_ARGUMENT, kNull};
+    }
+    if (Status open = MustBeClosed(*text); !open) return open;
+    return text->file.Open(Input::OfMemory(name, Bytes(bytes, size)), text->options.source);
+  });
+}
+
+int kavepub_text_read(kavepub_text* text, char* buffer, size_t capacity, size_t* size) {
+  return Do(text, [&]() -> Status {
+    if (buffer == nullptr || size == nullptr || capacity < kLeastCapacity) {
+      return Failure{KAVEPUB_E_ARGUMENT, "The buffer is null or too small."};
+    }
+    *size = 0;
+    const Result<size_t> count = text->file.Read(buffer, capacity);
+    if (!count) return count.Why();
+    *size = *count;
+    return Done();
+  });
+}
+
+const char* kavepub_text_report(const kavepub_text* text, const char* key) {
+  return text == nullptr || key == nullptr ? nullptr : text->file.Fact(key);
+}
+
+int kavepub_text_warning(const kavepub_text* text, size_t index, kavepub_warning* warning,
+                         size_t size) {
+  return text == nullptr ? 0 : HandOne(text->file.Warnings(), index, warning, size);
+}
+
+const char* kavepub_text_error(const kavepub_text* text) {
+  return text == nullptr ? kNull : text->error;
 }

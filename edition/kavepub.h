@@ -186,20 +186,20 @@ KAVEPUB_API void kavepub_text_free(kavepub_text* text);
 /* Sets "encoding" or "encoding-errors", as for jobs, before the text is opened. */
 KAVEPUB_API int kavepub_text_set_option(kavepub_text* text, const char* name, const char* value);
 
-/* Opens a text and finds out its encoding. The bytes of a memory input are borrowed until the
- * handle is freed. KAVEPUB_E_INPUT, KAVEPUB_E_FORMAT, KAVEPUB_E_ENCODING, KAVEPUB_E_ORDER for a
- * second text. */
+/* Opens a text, finds out its encoding and looks at all of it. The bytes of a memory input are
+ * borrowed until the handle is freed. KAVEPUB_E_INPUT, KAVEPUB_E_FORMAT for what holds no text,
+ * KAVEPUB_E_ENCODING, KAVEPUB_E_ORDER for a second text. */
 KAVEPUB_API int kavepub_text_open_path(kavepub_text* text, const char* path);
 KAVEPUB_API int kavepub_text_open_memory(kavepub_text* text, const char* name, const void* bytes,
                                          size_t size);
 
 /* Reads the next whole characters, at most capacity bytes (8 at least), and tells how many bytes it
- * were: 0 at the end. KAVEPUB_E_INPUT or KAVEPUB_E_ENCODING when it goes no further. */
+ * were: 0 at the end. KAVEPUB_E_INPUT when it goes no further, KAVEPUB_E_ORDER without a text. */
 KAVEPUB_API int kavepub_text_read(kavepub_text* text, char* buffer, size_t capacity, size_t* size);
 
 /* What was found out, by key, NULL for what is not known (yet): "encoding", "paragraphs" ("line"
- * where every line is a paragraph, else "wrapped"), "replaced" (how many characters were replaced
- * by U+FFFD so far). */
+ * where every line is a paragraph, else "wrapped"), "replaced" (how many places were no characters
+ * and became U+FFFD). */
 KAVEPUB_API const char* kavepub_text_report(const kavepub_text* text, const char* key);
 KAVEPUB_API int kavepub_text_warning(const kavepub_text* text, size_t index,
                                      struct kavepub_warning* warning, size_t size);

@@ -17,7 +17,7 @@
 namespace {
 
 constexpr char kNoChapters[] = "none";
-constexpr double kShareOfSurvey = 0.3;  // of the whole work
+constexpr double kShareOfSurvey = 0.3;  // of the whole work, up to its end
 
 ParagraphStyle StyleOf(const std::string& name) {
   if (name == "line") return ParagraphStyle::kLine;
@@ -62,16 +62,18 @@ class Maker {
     Result<IsHeadingLine> pattern = PatternOf(options.chapters);
     if (!pattern) return pattern.Why();
     Survey reader(std::move(*pattern));
-    if (Status status = input.Restart(); !status) return status;
+    if (Status status = input.Open(run); !status) return status;
     for (;;) {
       const Result<std::string_view> piece = input.Next();
       if (!piece) return piece.Why();
       if (piece->empty()) break;
       reader.Feed(*piece);
-      if (Status status = run.Advance(kShareOfSurvey * input.Share()); !status) return status;
+      constexpr double kBefore = TextInput::kShareOfDetection;
+      const double done = kBefore + (kShareOfSurvey - kBefore) * input.Share();
+      if (Status status = run.Advance(done); !status) return status;
     }
     survey = reader.Finish();
-    return Done();
+    return input.Tell(run);
   }
 
   Metadata Facts() const {
@@ -131,6 +133,6 @@ class Maker {
 
 Status MakeTextBook(const std::vector<Input>& inputs, const SourceOptions& options, BookSink& sink,
                     Run& run) {
-  TextInput text(inputs.front());
+  TextInput text(inputs.front(), options);
   return Maker(text, options, sink, run).Make();
 }

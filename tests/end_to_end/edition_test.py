@@ -11,13 +11,13 @@ import zipfile
 import zlib
 from pathlib import Path
 
-from book import BUILD, JPEG, OPF, PNG, TESTS, leave_for_epubcheck
+from book import BUILD, JPEG, OPF, PNG, TESTS, as_bytes, data_rows, leave_for_epubcheck
 
 LIBRARY = BUILD / "lib" / "libkavepub.so.0"
 COVER_LIBRARY = BUILD / "lib" / "libkavepub-cover.so.0"
 GIF = (TESTS / "fixtures" / "mobi" / "source" / "sign.gif").read_bytes()
 SVG = b'<svg xmlns="http://www.w3.org/2000/svg" version="1.1" width="9" height="9"/>'
-ARGUMENT, UNSUPPORTED, FORMAT = 2, 7, 5
+ARGUMENT, ORDER, FORMAT, ENCODING, UNSUPPORTED = 2, 3, 5, 6, 7
 MOST_BYTES_OF_A_COVER = 100_000
 
 TITLES = {
@@ -204,6 +204,89 @@ class Editions(unittest.TestCase):
             self.assertRegex(words, re.escape(name) + " .*(html|mobi|pictures)")
         for content in (b"PK\3\4", b"%PDF-1.4", b"\x7fELF", b"RIFF    AVI "):
             self.assertEqual(self.make(content=content)[0], FORMAT)
+
+
+class Texts(unittest.TestCase):
+    """Texts in any encoding, as hosts read them and as books are made of them."""
+
+    def setUp(self):
+        self.library = Editions.load(LIBRARY)
+        for function in ("new", "error", "report"):
+            getattr(self.library, f"kavepub_text_{function}").restype = \
+                ctypes.c_void_p if function == "new" else ctypes.c_char_p
+
+    def read(self, data, *options, path=None, capacity=4096):
+        """The code, the text or the words, a function that reports, and the warnings."""
+        library = self.library
+        text = ctypes.c_void_p(library.kavepub_text_new())
+        self.addCleanup(library.kavepub_text_free, text)
+        for name, value in options:
+            self.assertEqual(library.kavepub_text_set_option(text, name.encode(), value.encode()), 0)
+        code = library.kavepub_text_open_memory(text, b"in.txt", data, ctypes.c_size_t(len(data))) \
+            if path is None else library.kavepub_text_open_path(text, str(path).encode())
+        again = library.kavepub_text_open_memory(text, b"in.txt", b"x", ctypes.c_size_t(1))
+        self.assertEqual(again, ORDER)
+        buffer, size, pieces = ctypes.create_string_buffer(capacity), ctypes.c_size_t(1), []
+        while code == 0 and size.value:
+            code = library.kavepub_text_read(text, buffer, ctypes.c_size_t(capacity),
+                                             ctypes.byref(size))
+            pieces.append(buffer.raw[:size.value].decode())  # whole characters
+        def report(key):
+            value = library.kavepub_text_report(text, key.encode())
+            return value and value.decode()
+        warning, warnings = Warning(), []
+        while library.kavepub_text_warning(text, ctypes.c_size_t(len(warnings)),
+                                           ctypes.byref(warning),
+                                           ctypes.c_size_t(ctypes.sizeof(warning))):
+            warnings.append((warning.message.decode(), warning.place.decode()))
+        return code, "".join(pieces), report, warnings
+
+    def test_damage(self):
+        """The table's rows, read with any errors allowed, a few or none; places are told."""
+        for name, data, encoding, byte, text in data_rows("encoding_errors.txt"):
+            data, places = as_bytes(data), text.count("\ufffd")
+            is_slight = places * 1000 <= len(text)
+            for errors in "strict", "auto", "replace":
+                with self.subTest(name, errors=errors):
+                    code, found, report, warnings = self.read(
+                        data, ("encoding", encoding), ("encoding-errors", errors), capacity=8)
+                    if places and (errors == "strict" or errors == "auto" and not is_slight):
+                        self.assertEqual((code, found), (ENCODING, ""))
+                        continue
+                    self.assertEqual((code, found.replace("\n", " ")), (0, text))
+                    self.assertEqual(report("replaced"), str(places))
+                    self.assertEqual(len(warnings), min(places, 1))
+                    if places:
+                        line = found[:found.index("\ufffd")].count("\n") + 1
+                        self.assertEqual(warnings[0][1], f"in.txt, line {line}")
+                        self.assertRegex(warnings[0][0], rf"byte {byte}\b")
+
+    def test_line_ends_and_paragraphs(self):
+        for name, data, text in data_rows("line_ends.txt"):
+            with self.subTest(name):
+                self.assertEqual(self.read(as_bytes(data))[1].replace("\x1a", "").replace("\n", " "),
+                                 text)
+        for name, text, mode in data_rows("paragraph_modes.txt"):
+            with self.subTest(name):
+                code, found, report, _ = self.read(text.encode())
+                self.assertEqual((code, found, report("paragraphs")), (0, text, mode))
+
+    def test_refusals(self):
+        for data, words in ((b"", "no text"), (b" \r\n\t\xe3\x80\x80\x0c\n\x1a", "no text"),
+                            (b"MZ\x90\0\x03\0" * 999, "NUL")):
+            self.assertEqual(self.read(data)[0], FORMAT)
+            with self.subTest(data[:9]):
+                editions = Editions("make")
+                editions.library, editions.dir = self.library, Path(tempfile.mkdtemp())
+                self.addCleanup(shutil.rmtree, editions.dir)
+                code, said = editions.make(content=data)
+                self.assertEqual(code, FORMAT)
+                self.assertRegex(said, rf"^in.txt: .*{words}")
+        text = ctypes.c_void_p(self.library.kavepub_text_new())
+        self.addCleanup(self.library.kavepub_text_free, text)
+        for name, value in (("encoding", "no-such"), ("encoding", ""), ("title", "T")):
+            self.assertEqual(self.library.kavepub_text_set_option(text, name.encode(),
+                                                                  value.encode()), ARGUMENT)
 
 
 if __name__ == "__main__":
