@@ -63,21 +63,41 @@ inline std::vector<std::string> Split(const std::string& text, char separator) {
   return parts;
 }
 
-// All rows have this many cells, or the file is damaged.
-inline std::vector<std::vector<std::string>> DataRows(const std::string& file, size_t cells) {
-  std::vector<std::vector<std::string>> rows;
+using Row = std::vector<std::string>;
+
+// The rows as they stand in the file. All have this many cells, or the file is damaged.
+inline std::vector<Row> EscapedRows(const std::string& file, size_t cells) {
+  std::vector<Row> rows;
   std::ifstream lines(KAV_TEST_DATA "/data/" + file);
   for (std::string line; std::getline(lines, line);) {
     if (line.empty() || line[0] == '#') continue;
     if (line[0] != '\t') rows.emplace_back();
     for (const std::string& cell : Split(line, '\t')) {
-      if (!cell.empty()) rows.back().push_back(Unescaped(cell));
+      if (!cell.empty()) rows.back().push_back(cell);
     }
   }
-  for (const auto& row : rows) {
+  for (const Row& row : rows) {
     if (row.size() != cells) throw std::runtime_error(file + ": " + row.at(0));
   }
   if (rows.empty()) throw std::runtime_error(file);
+  return rows;
+}
+
+inline size_t CountOfRows(const std::string& file, size_t cells) {
+  return EscapedRows(file, cells).size();
+}
+
+inline Row DataRow(const std::string& file, size_t cells, size_t index) {
+  Row row = EscapedRows(file, cells).at(index);
+  for (std::string& cell : row) cell = Unescaped(cell);
+  return row;
+}
+
+inline std::vector<Row> DataRows(const std::string& file, size_t cells) {
+  std::vector<Row> rows = EscapedRows(file, cells);
+  for (Row& row : rows) {
+    for (std::string& cell : row) cell = Unescaped(cell);
+  }
   return rows;
 }
 

@@ -168,14 +168,14 @@ TEST(KavMobi, MakesOfMarkup) {
 class PathologicalMarkup : public testing::TestWithParam<size_t> {};
 
 TEST_P(PathologicalMarkup, TakesLinearTime) {
-  const auto row = DataRows("mobi_pathological.txt", 2).at(GetParam());
+  const auto row = DataRow("mobi_pathological.txt", 2, GetParam());
   const std::clock_t begin = std::clock();  // of this process, so that others do not matter
   EXPECT_GT(BodyOfBook(row[1]).size(), 3U) << row[0];
   EXPECT_LT(std::clock() - begin, 20 * CLOCKS_PER_SEC) << row[0];
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, PathologicalMarkup,
-                         testing::Range<size_t>(0, DataRows("mobi_pathological.txt", 2).size()));
+                         testing::Range<size_t>(0, CountOfRows("mobi_pathological.txt", 2)));
 
 TEST(KavMobi, NestsNoDeeperThanAParserFollows) {
   Reader reader;
@@ -275,52 +275,6 @@ TEST(KavMobi, ReadsOnSeveralThreads) {
   EXPECT_FALSE(pages[0].empty());
   EXPECT_EQ(std::count(pages.begin(), pages.end(), pages[0]), 4);
 }
-
-class DamagedBooks : public testing::TestWithParam<const char*> {
- protected:
-  // Reads bytes as a book: a code, or a page all of whose references hold.
-  void Read(const std::string& bytes) {
-    for (const auto& entry : fs::directory_iterator(reader.Directory())) fs::remove(entry.path());
-    int result = reader.OpenBytes(bytes);
-    if (result == KAV_MOBI_OK) result = reader.Extract();
-    if (result == KAV_MOBI_OK) {
-      ++readable;
-      ExpectSound(reader, ParseHtml(reader.Html()));
-    } else {
-      EXPECT_GE(result, KAV_MOBI_E_NOT_MOBI);
-      EXPECT_LE(result, KAV_MOBI_E_NO_TEXT);
-    }
-  }
-
-  const std::string book = ReadFile(kFixtures / GetParam());
-  Reader reader;
-  int readable = 0;
-};
-
-TEST_P(DamagedBooks, CutAnywhere) {
-  for (size_t i = 0; i < 100 && !HasFailure(); ++i) {
-    SCOPED_TRACE(i);
-    Read(book.substr(0, book.size() * i / 100));
-  }
-}
-
-TEST_P(DamagedBooks, FlippedAnywhere) {
-  std::mt19937 random(20260);
-  // Half of the places are in the tables at the front, where a byte does most harm.
-  const size_t front = std::min<size_t>(book.size(), 2000);
-  for (size_t i = 0; i < 1000 && !HasFailure(); ++i) {
-    SCOPED_TRACE(i);
-    std::string flipped = book;
-    flipped[random() % (i % 2 == 0 ? front : book.size())] ^= static_cast<char>(1 + random() % 255);
-    Read(flipped);
-  }
-  EXPECT_GT(readable, 100);
-}
-
-INSTANTIATE_TEST_SUITE_P(Fixtures, DamagedBooks,
-                         testing::Values("old.mobi", "new.mobi", "both.mobi", "book.azw3",
-                                         "drawing.azw3", "cp1252.mobi", "huffman.mobi",
-                                         "dictionary.mobi", "plain.pdb"));
 
 // Broken tables must mean the same to the check of the code and to libmobi behind it, or the bomb
 // goes off: this test would not end.

@@ -139,12 +139,12 @@ void ExpectWellFormed(const std::string& name, const std::string& html) {
 class HostilePages : public testing::TestWithParam<size_t> {};
 
 TEST_P(HostilePages, BecomeWellFormed) {
-  const auto row = DataRows("hostile_pages.txt", 2).at(GetParam());
+  const auto row = DataRow("hostile_pages.txt", 2, GetParam());
   ExpectWellFormed(row[0], row[1]);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, HostilePages,
-                         testing::Range<size_t>(0, DataRows("hostile_pages.txt", 2).size()));
+                         testing::Range<size_t>(0, CountOfRows("hostile_pages.txt", 2)));
 
 // Only the parser knows where these begin a tag, and it would take a minute for it.
 TEST(XhtmlRepair, RefusesCrowdedTagsWhereNothingElseHelps) {
