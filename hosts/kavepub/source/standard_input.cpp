@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <fstream>
 #include <system_error>
 #include <vector>
@@ -16,10 +17,16 @@ namespace {
 
 constexpr size_t kChunkSize = size_t{1} << 16;
 
-// A read that waits goes on after a signal; this one does not.
+// A read that waits goes on after a signal; this one does not. A signal that comes between the look
+// at the flag and the waiting must end that, too, so it comes through while we wait and not before.
 void WaitForInput() {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
   pollfd input = {STDIN_FILENO, POLLIN, 0};
-  poll(&input, 1, -1);
+  if (!WasInterrupted()) ppoll(&input, 1, nullptr, &before);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
   StopIfInterrupted();
 }
 
