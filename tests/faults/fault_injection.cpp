@@ -42,7 +42,8 @@ constexpr long kKills = 200;
 enum Harm { kDies, kLeaks, kWrongBook, kHarms };
 constexpr const char* kHarmNames[kHarms] = {"crashes and hangs", "leaks", "incomplete books"};
 
-// What other libraries do when they get no memory (libxml2 2.9.14, minizip 1.2.13, libmobi 0.11).
+// What other libraries do when they get no memory (libxml2 2.9.14, minizip 1.2.13, libmobi
+// 0.11, CLD2 0.0.0).
 // Whatever happens there, a code other than 0 still leaves the old book.
 constexpr struct {
   const char* function;
@@ -56,6 +57,7 @@ constexpr struct {
     {"mobi_load_file", {false, false, true}},
     {"mobi_parse_rawml_opt", {true, true, true}},
     {"zipOpenNewFileInZip4_64", {true, false, false}},
+    {"_ZN4CLD221DetectLanguageSummaryEPKcibPNS_8LanguageEPiS4_Pb", {false, true, false}},
 };
 
 // What a child tells its parent, also when it dies on the way.

@@ -93,14 +93,19 @@ void* Counted(void* block) {
     return fails ? -1 : result;                    \
   }
 // A function of another library that does not get over a lack of memory: it says that it is
-// running.
-#define KAV_WATCHED(result, name, parameters, arguments)           \
-  result name parameters {                                         \
-    KAV_REAL(name);                                                \
-    const char* const outer = std::exchange(faults.inside, #name); \
-    const auto made = real arguments;                              \
-    faults.inside = outer;                                         \
-    return made;                                                   \
+// running, until it returns or throws.
+struct Inside {
+  explicit Inside(const char* name) : outer(std::exchange(faults.inside, name)) {}
+  Inside(const Inside&) = delete;
+  ~Inside() { faults.inside = outer; }
+
+  const char* const outer;
+};
+#define KAV_WATCHED(result, name, parameters, arguments) \
+  result name parameters {                               \
+    KAV_REAL(name);                                      \
+    const Inside inside(#name);                          \
+    return real arguments;                               \
   }
 
 extern "C" {
@@ -218,6 +223,11 @@ KAV_WATCHED(int, zipOpenNewFileInZip4_64,
              uLong crc, uLong madeBy, uLong flags, int zip64),
             (file, name, info, local, localSize, global, globalSize, comment, method, level, raw,
              bits, memory, strategy, password, crc, madeBy, flags, zip64))
+// CLD2::DetectLanguageSummary(), which is C++.
+KAV_WATCHED(int, _ZN4CLD221DetectLanguageSummaryEPKcibPNS_8LanguageEPiS4_Pb,
+            (const char* text, int size, bool isPlain, void* languages, int* percents, int* bytes,
+             bool* isReliable),
+            (text, size, isPlain, languages, percents, bytes, isReliable))
 
 // All books are made in the same second, so that they can be compared.
 time_t time(time_t* now) {
