@@ -3,6 +3,10 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <vector>
+
+#include "base/utf8.h"
 #include "base/zip_end.h"
 
 namespace {
@@ -15,41 +19,76 @@ constexpr std::uint64_t kMadeOnUnix = 3U << 8;
 constexpr std::uint64_t kFixedTime = 0;
 constexpr std::uint64_t kFixedDate = 0x0021;  // 1980-01-01, the first that the format can express
 constexpr std::uint64_t kRegularFile = static_cast<std::uint64_t>(S_IFREG | 0644) << 16;
+constexpr std::uint64_t kUtf8Name = 1U << 11;
 constexpr std::uint64_t kZip64Extra = 1;
-constexpr std::uint64_t kZip64ExtraSize = 8;  // an offset
+
+using Numbers = std::vector<std::uint64_t>;
+
+// A name in ASCII needs no mark, and one in another encoding must have none.
+std::uint64_t FlagsOf(std::string_view name) {
+  bool isAscii = true;
+  while (!name.empty()) {
+    const Utf8Unit unit = DecodeUtf8(name);
+    if (unit.kind != Utf8Unit::Kind::kCharacter) return 0;
+    isAscii = isAscii && unit.length == 1;
+    name.remove_prefix(unit.length);
+  }
+  return isAscii ? 0 : kUtf8Name;
+}
+
+// In 32 bits, of which the largest number means "see ZIP64".
+void PutClipped(std::string& record, std::uint64_t number) {
+  PutNumber(record, std::min(number, kMostPlainOffset + 1), 4);
+}
+
+// The numbers that have no room elsewhere.
+std::string Zip64Numbers(const Numbers& numbers) {
+  std::string extra;
+  if (numbers.empty()) return extra;
+  PutNumber(extra, kZip64Extra, 2);
+  PutNumber(extra, numbers.size() * 8, 2);
+  for (const std::uint64_t number : numbers) PutNumber(extra, number, 8);
+  return extra;
+}
 
 // What the header before an entry and its record in the directory share.
-void PutDescription(std::string& record, const ZipStream::Entry& entry, std::uint64_t packedSize,
-                    std::uint64_t version, std::uint64_t extraSize) {
-  PutNumber(record, version, 2);
-  PutNumber(record, 0, 2);  // flags
+void PutDescription(std::string& record, const ZipStream::Entry& entry, const Numbers& sizes,
+                    const std::string& extra) {
+  PutNumber(record, extra.empty() ? kVersion20 : kVersion45, 2);
+  PutNumber(record, FlagsOf(entry.name), 2);
   PutNumber(record, static_cast<std::uint64_t>(entry.method), 2);
   PutNumber(record, kFixedTime, 2);
   PutNumber(record, kFixedDate, 2);
   PutNumber(record, entry.crc, 4);
-  PutNumber(record, packedSize, 4);
-  PutNumber(record, entry.size, 4);
+  for (const std::uint64_t size : sizes) PutClipped(record, size);
   PutNumber(record, entry.name.size(), 2);
-  PutNumber(record, extraSize, 2);
+  PutNumber(record, extra.size(), 2);
+}
+
+std::string Header(const ZipStream::Entry& entry, std::uint64_t packedSize, bool isLarge) {
+  constexpr std::uint64_t kElsewhere = kMostPlainOffset + 1;
+  const std::string extra = isLarge ? Zip64Numbers({entry.size, packedSize}) : "";
+  std::string header = "PK\x03\x04";
+  PutDescription(header, entry,
+                 isLarge ? Numbers{kElsewhere, kElsewhere} : Numbers{packedSize, entry.size},
+                 extra);
+  return header.append(entry.name).append(extra);
 }
 
 void PutDirectoryRecord(std::string& directory, const ZipStream::Entry& entry,
                         std::uint64_t packedSize, std::uint64_t offset) {
-  const bool isFar = offset > kMostPlainOffset;
-  const std::uint64_t version = isFar ? kVersion45 : kVersion20;
+  Numbers large = {entry.size, packedSize, offset};
+  std::erase_if(large, [](std::uint64_t number) { return number <= kMostPlainOffset; });
+  const std::string extra = Zip64Numbers(large);
   directory += "PK\x01\x02";
-  PutNumber(directory, kMadeOnUnix | version, 2);
-  PutDescription(directory, entry, packedSize, version, isFar ? 4 + kZip64ExtraSize : 0);
+  PutNumber(directory, kMadeOnUnix | (extra.empty() ? kVersion20 : kVersion45), 2);
+  PutDescription(directory, entry, {packedSize, entry.size}, extra);
   PutNumber(directory, 0, 2);  // comment
   PutNumber(directory, 0, 2);  // disk
-  PutNumber(directory, 0, 2);  // internal attributes
+  PutNumber(directory, entry.isText ? 1 : 0, 2);
   PutNumber(directory, kRegularFile, 4);
-  PutNumber(directory, isFar ? kMostPlainOffset + 1 : offset, 4);
-  directory += entry.name;
-  if (!isFar) return;
-  PutNumber(directory, kZip64Extra, 2);
-  PutNumber(directory, kZip64ExtraSize, 2);
-  PutNumber(directory, offset, 8);
+  PutClipped(directory, offset);
+  directory.append(entry.name).append(extra);
 }
 
 }  // namespace
@@ -61,10 +100,20 @@ ZipStream::ZipStream(Take taker) : take(std::move(taker)) {
 bool ZipStream::Add(const Entry& entry, std::string_view packed) {
   ++entries;
   PutDirectoryRecord(directory, entry, packed.size(), position);
-  std::string header = "PK\x03\x04";
-  PutDescription(header, entry, packed.size(), kVersion20, 0);
-  header += entry.name;
-  return Write(header) && Write(packed);
+  return Write(Header(entry, packed.size(), false)) && Write(packed);
+}
+
+bool ZipStream::Begin(const Entry& entry, bool isLarge) {
+  begun = position;
+  return Write(Header(entry, 0, isLarge));
+}
+
+bool ZipStream::End(const Entry& entry, bool isLarge) {
+  ++entries;
+  const std::uint64_t headerSize = Header(entry, 0, isLarge).size();
+  const std::uint64_t packedSize = position - begun - headerSize;
+  PutDirectoryRecord(directory, entry, packedSize, begun);
+  return Flush() && Put(begun, Header(entry, packedSize, isLarge));
 }
 
 bool ZipStream::Finish() {
@@ -78,18 +127,21 @@ bool ZipStream::Finish() {
 }
 
 bool ZipStream::Write(std::string_view bytes) {
-  position += bytes.size();
   if (gathered.size() + bytes.size() > kGathered && !Flush()) return false;
-  if (bytes.size() < kGathered) {
-    gathered += bytes;
-  } else if (!failed) {
-    failed = !take(bytes);
-  }
+  const std::uint64_t offset = position;
+  position += bytes.size();
+  if (bytes.size() >= kGathered) return Put(offset, bytes);
+  gathered += bytes;
+  return !failed;
+}
+
+bool ZipStream::Put(std::uint64_t offset, std::string_view bytes) {
+  failed = failed || !take(offset, bytes);
   return !failed;
 }
 
 bool ZipStream::Flush() {
-  if (!failed && !gathered.empty()) failed = !take(gathered);
+  if (!gathered.empty()) Put(position - gathered.size(), gathered);
   gathered.clear();
   return !failed;
 }

@@ -106,7 +106,7 @@ size_t EndOfPage(const std::vector<size_t>& breaks, size_t begin, size_t size) {
 
 EpubWriter::EpubWriter(EpubOptions wanted, Output& output)
     : options(std::move(wanted)),
-      zip([this, &output](std::string_view bytes) {
+      zip([this, &output](std::uint64_t /*offset*/, std::string_view bytes) {
         const Status status = output.Write(bytes);
         if (!status) failure = status.Why();
         return static_cast<bool>(status);

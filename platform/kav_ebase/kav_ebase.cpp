@@ -16,6 +16,8 @@
 
 namespace {
 
+using Method = ZipStream::Method;
+
 constexpr const char* kMimetypeName = "mimetype";
 
 // Extensions of files whose format compresses already: deflating them costs time and gains nothing.
@@ -32,29 +34,29 @@ bool IsDirectory(const char* path) {
   return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-Packing PackingOf(std::string_view path) {
+Method MethodOf(std::string_view path) {
   const std::string_view name = path.substr(path.rfind('/') + 1);
   const size_t dot = name.rfind('.');
-  if (dot == std::string_view::npos) return Packing::kDeflated;
+  if (dot == std::string_view::npos) return Method::kDeflated;
   const char* extension = name.data() + dot + 1;  // ends with the path, at its NUL
   const bool compressed =
       std::any_of(kCompressedFormats.begin(), kCompressedFormats.end(),
                   [&](const char* format) { return strcasecmp(format, extension) == 0; });
-  return compressed ? Packing::kStored : Packing::kDeflated;
+  return compressed ? Method::kStored : Method::kDeflated;
 }
 
-int AddFile(ContainerWriter& container, BookFiles& files, const char* path, Packing packing) {
+int AddFile(ContainerWriter& container, BookFiles& files, const char* path, Method method) {
   BookFile file;
   if (!files.Open(path, file)) return KAV_EBASE_E_READ;
-  return container.Add(path, file, packing);
+  return container.Add(path, file, method);
 }
 
 int AddFiles(ContainerWriter& container, BookFiles& files, const BookListing& listing) {
-  if (const int result = AddFile(container, files, kMimetypeName, Packing::kStored); result != 0) {
+  if (const int result = AddFile(container, files, kMimetypeName, Method::kStored); result != 0) {
     return result;
   }
   for (size_t i = 0; i < listing.Size(); ++i) {
-    const int result = AddFile(container, files, listing[i], PackingOf(listing[i]));
+    const int result = AddFile(container, files, listing[i], MethodOf(listing[i]));
     if (result != 0) return result;
   }
   return container.Finish();

@@ -5,7 +5,6 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <libxml/HTMLparser.h>
-#include <minizip/zip.h>
 #include <mobi.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -216,13 +215,6 @@ KAV_WATCHED(MOBI_RET, mobi_load_file, (MOBIData * data, FILE* file), (data, file
 KAV_WATCHED(MOBI_RET, mobi_parse_rawml_opt,
             (MOBIRawml * raw, const MOBIData* data, bool toc, bool dictionary, bool reconstruct),
             (raw, data, toc, dictionary, reconstruct))
-KAV_WATCHED(int, zipOpenNewFileInZip4_64,
-            (zipFile file, const char* name, const zip_fileinfo* info, const void* local,
-             uInt localSize, const void* global, uInt globalSize, const char* comment, int method,
-             int level, int raw, int bits, int memory, int strategy, const char* password,
-             uLong crc, uLong madeBy, uLong flags, int zip64),
-            (file, name, info, local, localSize, global, globalSize, comment, method, level, raw,
-             bits, memory, strategy, password, crc, madeBy, flags, zip64))
 // CLD2::DetectLanguageSummary(), which is C++.
 KAV_WATCHED(int, _ZN4CLD221DetectLanguageSummaryEPKcibPNS_8LanguageEPiS4_Pb,
             (const char* text, int size, bool isPlain, void* languages, int* percents, int* bytes,
