@@ -3,8 +3,10 @@
 
 #include <dlfcn.h>
 
+#include <new>
 #include <string>
 
+#include "base/large_stack.h"
 #include "edition/cover/draw_cover.h"
 
 namespace {
@@ -51,7 +53,10 @@ std::optional<Resource> DrawnCover(const Metadata& metadata) {
   const kavepub_cover_texts texts = {metadata.title.c_str(), authors.c_str(),
                                      metadata.language.c_str()};
   Resource picture;
-  if (draw == nullptr || draw(&texts, Keep, &picture.bytes) != 0) return std::nullopt;
-  if (picture.bytes.empty()) return std::nullopt;
+  if (draw == nullptr) return std::nullopt;
+  int code = 0;
+  // Outlines of letters are interpreted with large tables on the stack.
+  if (!DoOnLargeStack([&] { code = draw(&texts, Keep, &picture.bytes); })) throw std::bad_alloc();
+  if (code != 0 || picture.bytes.empty()) return std::nullopt;
   return picture;
 }

@@ -7,6 +7,7 @@
 
 #include "fuzz/harness.h"
 #include "fuzz/mutations.h"
+#include "tests/small_stack.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size);
 
@@ -49,6 +50,7 @@ int main(int count, char** arguments) {
   std::vector<std::string> seeds;
   std::vector<std::string> words;
   size_t mutations = 0;
+  std::signal(SIGABRT, SaveInput);
   for (const std::string& argument : std::vector<std::string>(arguments + 1, arguments + count)) {
     if (argument.starts_with(kDictionary)) {
       words = DictionaryWords(argument.substr(kDictionary.size()));
@@ -57,14 +59,16 @@ int main(int count, char** arguments) {
     } else {
       std::fprintf(stderr, "%s\n", argument.c_str());
       seeds.push_back(ReadFile(argument));
-      RequireNoLeak(seeds.back());
     }
   }
-  std::signal(SIGABRT, SaveInput);
-  Mutations mutated(seeds, words);
-  for (size_t number = 0; number < mutations; ++number) {
-    current = mutated.Next();
-    Run(current);
-  }
-  return 0;
+  return RunsOnSmallStack([&] {
+    for (const std::string& seed : seeds) RequireNoLeak(seed);
+    Mutations mutated(seeds, words);
+    for (size_t number = 0; number < mutations; ++number) {
+      current = mutated.Next();
+      Run(current);
+    }
+  })
+             ? 0
+             : 1;
 }

@@ -7,6 +7,7 @@
 #include <string.h>
 
 #include "edition/kavepub.h"
+#include "small_stack.h"
 
 #define COUNT(rows) (sizeof(rows) / sizeof *(rows))
 
@@ -259,13 +260,17 @@ static void test_examination(void) {
   kavepub_job_free(job);
 }
 
-int main(int count, char** arguments) {
-  if (count != 2) return 2;
-  snprintf(output, sizeof output, "%s/book.epub", arguments[1]);
+static void* test_all(void* directory) {
+  snprintf(output, sizeof output, "%s/book.epub", (const char*)directory);
   test_null();
   test_options();
   test_runs();
   test_examination();
+  return NULL;
+}
+
+int main(int count, char** arguments) {
+  if (count != 2 || on_small_stack(test_all, arguments[1]) != 0) return 2;
   printf("%d failures\n", failures);
   return failures != 0;
 }

@@ -10,6 +10,7 @@
 
 #include "script_rows.h"
 #include "script_world.h"
+#include "small_stack.h"
 
 namespace {
 
@@ -159,11 +160,14 @@ int main(int count, char** arguments) {
   const Paper paper;
   size_t done = 0;
   size_t failed = 0;
-  for (const Script& script : scripts) {
-    if (!name.empty() && script.name != name) continue;
-    if (!IsRight(script, done % 2 == 1, paper)) ++failed;
-    ++done;
-  }
+  const auto doAll = [&] {
+    for (const Script& script : scripts) {
+      if (!name.empty() && script.name != name) continue;
+      if (!IsRight(script, done % 2 == 1, paper)) ++failed;
+      ++done;
+    }
+  };
+  if (!RunsOnSmallStack(doAll)) return 1;
   fprintf(paper.Console(), "%zu scripts, %zu failed\n", done, failed);
   return done > 0 && failed == 0 ? 0 : 1;
 }

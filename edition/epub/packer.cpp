@@ -1,11 +1,11 @@
 // Packs the entries of a container on several threads and appends them in order.
 #include "edition/epub/packer.h"
 
-#include <signal.h>
-
 #include <new>
 #include <system_error>
 #include <utility>
+
+#include "base/signals_blocked.h"
 
 namespace {
 
@@ -21,22 +21,6 @@ XXH128_canonical_t Canonical(XXH128_hash_t hash) {
   XXH128_canonicalFromHash(&canonical, hash);
   return canonical;
 }
-
-// Signals are for the threads of the host.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-  }
-  SignalsBlocked(const SignalsBlocked&) = delete;
-  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
-
- private:
-  sigset_t before;
-};
 
 std::string_view BytesOf(const XXH128_canonical_t& hash) {
   return {reinterpret_cast<const char*>(hash.digest), sizeof hash.digest};
@@ -103,7 +87,7 @@ bool Packer::AppendOldest(std::unique_lock<std::mutex>& lock) {
   const bool isStored = entry->packed.empty();
   isTaken =
       zip.Add({entry->name, isStored ? ZipStream::Method::kStored : ZipStream::Method::kDeflated,
-               entry->crc, static_cast<std::uint32_t>(entry->content.size())},
+               entry->crc, entry->content.size()},
               isStored ? entry->content : entry->packed);
   const std::string chained =
       std::string(BytesOf(digest)).append(BytesOf(entry->hash)).append(entry->name);
