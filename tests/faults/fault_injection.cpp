@@ -273,7 +273,8 @@ extern "C" const char* __asan_default_options() {
   return "handle_segv=0:handle_abort=0:handle_sigbus=0:handle_sigfpe=0:allocator_may_return_null=1";
 }
 extern "C" const char* __lsan_default_suppressions() {
-  return "leak:_dl_map_object_deps";  // what backtrace() loads
+  return "leak:_dl_map_object_deps\n"  // what backtrace() loads
+         "leak:CLD2::DetectLanguageSummary";
 }
 #endif
 
