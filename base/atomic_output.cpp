@@ -102,7 +102,7 @@ bool AtomicOutput::Commit() {
 }
 
 bool AtomicOutput::OpenUnnamed() {
-  UniqueFd unnamed(openat(directory.Get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, kNewFileMode));
+  UniqueFd unnamed(openat(directory.Get(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, kNewFileMode));
   // Only through /proc can any process give it a name.
   if (!unnamed || access(DescriptorPath(unnamed.Get()).c_str(), F_OK) != 0) return false;
   file = std::move(unnamed);
@@ -111,7 +111,7 @@ bool AtomicOutput::OpenUnnamed() {
 
 bool AtomicOutput::OpenNamed() {
   temporaryName = WithFreshName([this](const char* name) {
-    constexpr int kFlags = O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC;
+    constexpr int kFlags = O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC;
     file = UniqueFd(openat(directory.Get(), name, kFlags, kNewFileMode));
     return static_cast<bool>(file);
   });

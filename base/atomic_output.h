@@ -25,6 +25,7 @@ class AtomicOutput {
   // there.
   bool Open(const char* path);
 
+  // For writing, and for reading back.
   int Fd() const { return file.Get(); }
 
   // Puts the complete file in its place; a file it replaces has handed its permission bits on.

@@ -202,7 +202,7 @@ def compare_book(bench, kind, size):
     bench.run(bench.engine(job, source, reference), reference)
     parsed = write_plan(bench.plan, reference, files_of(source))
     floor = [bench.programs / "floor", bench.plan, bench.work, outputs["floor"]]
-    tool = [bench.tool, "convert", "-f", "--work-dir", bench.work, "-o", outputs["kavepub"], source]
+    tool = [bench.tool, "convert", "--edition", "plain", "-f", "--work-dir", bench.work, "-o", outputs["kavepub"], source]
     if job == "mobi":
         floor.append(source)
     if job == "text":

@@ -92,6 +92,10 @@ Result<EpubOptions> WriterOptions(const JobOptions& options) {
 
 }  // namespace
 
+const char* KindAt(size_t index) {
+  return index < std::size(kSources) ? NameOf(kSources[index].kind) : nullptr;
+}
+
 Status Job::AddPath(const char* path) {
   if (path == nullptr || *path == '\0') return Failure{KAVEPUB_E_ARGUMENT, "A path is empty."};
   if (Status open = MustBeOpen(); !open) return open;

@@ -13,6 +13,9 @@
 #include "edition/kavepub.h"
 #include "edition/report.h"
 
+// A kind of inputs that there is a source for, as the report has it; null past the last one.
+const char* KindAt(size_t index);
+
 class Job {
  public:
   Status AddPath(const char* path);

@@ -94,6 +94,10 @@ int kavepub_option_at(size_t index, kavepub_option* option, size_t size) {
   return known == nullptr ? 0 : Hand(*known, option, size);
 }
 
+const char* kavepub_kind_at(size_t index) {
+  return KindAt(index);
+}
+
 kavepub_job* kavepub_job_new(void) {
   try {
     return new kavepub_job;

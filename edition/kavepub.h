@@ -84,6 +84,10 @@ struct kavepub_option {
  * and *option filled, or 0 when index is past the last one. Any thread, any time. */
 KAVEPUB_API int kavepub_option_at(size_t index, struct kavepub_option* option, size_t size);
 
+/* The kinds of inputs that jobs make books of, one by one, by the names that the report has; NULL
+ * when index is past the last one. Any thread, any time. */
+KAVEPUB_API const char* kavepub_kind_at(size_t index);
+
 /* ---------------------------------------------------------------------------------------- jobs */
 
 /* One book to make. */

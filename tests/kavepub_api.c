@@ -126,6 +126,7 @@ static void test_options(void) {
     ++count;
   }
   expect(count > 15, "options are missing");
+  expect(strcmp(kavepub_kind_at(0), "text") == 0 && kavepub_kind_at(99) == NULL, "kinds of inputs");
   struct {
     const char* name;
     const char* canary;

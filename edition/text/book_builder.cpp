@@ -32,12 +32,8 @@ std::string Folded(std::string_view text) {
 
 // Without the signs around it: "*** Chapter 1 ***", "# Chapter 1", "_Chapter 1_"; brackets stay.
 std::string_view WithoutSigns(std::string_view text) {
-  constexpr std::u32string_view kSigns = U"*#=_~＊＃＝-–—─━◆◇●○■□★☆※";
+  constexpr std::u32string_view kSigns = U"*#=_~＊＃＝";
   const std::string_view whole = text;
-  // The end of a caption that the heading stands in.
-  if (text.ends_with(']') && text.find('[') == std::string_view::npos) {
-    return WithoutBlanksBehind(text.substr(0, text.size() - 1));
-  }
   while (!text.empty() &&
          (kSigns.find(FirstOf(text)) != std::u32string_view::npos || IsBlank(FirstOf(text)))) {
     text = WithoutFirst(text);
@@ -67,12 +63,10 @@ bool EndsAsSentence(std::string_view text) {
 }  // namespace
 
 BookBuilder::BookBuilder(const SurveyResult& surveyed, const Structure& chosen,
-                         const Layout& textLayout, const WordSet& words, const Metadata& named,
-                         BookSink& target)
+                         const Layout& textLayout, const WordSet& words, BookSink& target)
     : survey(surveyed),
       structure(chosen),
       layout(textLayout),
-      facts(named),
       sink(target),
       plan(PlanBook(surveyed, chosen)),
       writer(target),
@@ -114,10 +108,6 @@ Status BookBuilder::BeginDocument(const PlannedDocument& planned) {
   if (isLicence) document.role = Document::Role::kBackMatter;
   writer.Begin(std::move(document));
   paragraphs.BeginSection();
-  const auto& headings = structure.headings;
-  if (nextDocument == 1 && (headings.empty() || planned.line < headings.front().line)) {
-    paragraphs.BeginTitlePage(facts, !headings.empty());
-  }
   if (!isLicence) return Done();
   // What stood before the book comes first.
   for (std::string_view rest = licence; !rest.empty();) {
@@ -125,7 +115,7 @@ Status BookBuilder::BeginDocument(const PlannedDocument& planned) {
     const std::string_view line = rest.substr(0, end);
     rest.remove_prefix(end + 1);
     const bool isBlank = WithoutBlanksBefore(line).empty();
-    Status status = isBlank ? paragraphs.AddBlank() : paragraphs.AddLine(line, false);
+    const Status status = isBlank ? paragraphs.AddBlank() : paragraphs.AddLine(line, false);
     if (!status) return status;
   }
   return paragraphs.Flush();

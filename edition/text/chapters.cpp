@@ -43,11 +43,9 @@ class Chooser {
       if (all[i].form != HeadingLine::Form::kNamed) byKind[all[i].kind].push_back(i);
     }
     for (auto& [kind, members] : byKind) FindLists(members);
-    for (auto& [kind, members] : byKind) FindVolumesInLists(members);
     for (const auto& [kind, members] : byKind) TryStrong(kind, members);
     for (const auto& [kind, members] : byKind) TryWeak(kind, members);
     TryListed();
-    if (groups.empty()) TryDated(byKind[KindOf(kDate, 0)]);
     if (groups.empty()) TrySetApart();
     SetLevels();
     AddNamed();
@@ -73,7 +71,6 @@ class Chooser {
   double Look(const Candidate& c) const;
   void FindLists(const Indices& members);
   void JudgeList(const Indices& members, size_t begin, size_t end);
-  void FindVolumesInLists(const Indices& members);
   double Link(Index from, Index to) const;
   void DropUnlikely(Indices& chain) const;
   Indices BestChain(const Indices& members) const;
@@ -85,7 +82,6 @@ class Chooser {
   bool IsConvincing(const Indices& chain, size_t least) const;
   bool HasVolumeBetween(Index from, Index to) const;
   void TryListed();
-  void TryDated(const Indices& members);
   void TrySetApart();
   void SetLevels();
   bool IsAbove(const Group& upper, const Group& lower) const;
@@ -130,7 +126,6 @@ double Chooser::Look(const Candidate& c) const {
   if (c.Has(HeadingLine::kSmallLetter)) look -= 1.5;
   if (c.Has(HeadingLine::kEndsSentence))
     look -= c.length > 24 || c.Has(HeadingLine::kGlued) ? 1.5 : 0.4;
-  if (c.Has(HeadingLine::kEndsSentence) && c.form == HeadingLine::Form::kCounter) look -= 1.5;
   if (c.Has(HeadingLine::kCommas)) look -= 0.5;
   if (c.Has(HeadingLine::kEndMark)) look -= 4.0;
   if (c.Has(HeadingLine::kPageNumber)) look -= 1.0;
@@ -179,19 +174,6 @@ void Chooser::JudgeList(const Indices& members, size_t begin, size_t end) {
   const size_t count = last - begin;
   if (found * 2 < count && empty * 2 < count) return;  // short chapters
   for (size_t i = begin; i < last; ++i) isInList[members[i]] = true;
-}
-
-// Volumes with nothing but entries of a list up to the next one, or around them, are entries, too.
-void Chooser::FindVolumesInLists(const Indices& members) {
-  for (size_t i = 0; i < members.size(); ++i) {
-    const Index volume = members[i];
-    if (RankOf(all[volume].UnitIn()) != Rank::kVolume || volume + 1 == all.size()) continue;
-    Index end = volume + 1;
-    while (end < all.size() && isInList[end] && all[end].kind != all[volume].kind) ++end;
-    if (end == volume + 1) continue;
-    const bool isBeforeNext = i + 1 < members.size() && members[i + 1] == end;
-    if (isBeforeNext || (volume > 0 && isInList[volume - 1])) isInList[volume] = true;
-  }
 }
 
 // How well one heading follows another by its number.
@@ -360,7 +342,7 @@ bool Chooser::BeginsAnewTooOften(const Indices& chain) const {
 }
 
 void Chooser::TryWeak(std::uint32_t kind, const Indices& members) {
-  if (IsStrongKind(kind) || kind == KindOf(kDate, 0)) return;
+  if (IsStrongKind(kind)) return;
   Indices outside;
   for (const Index i : members) {
     const Candidate& c = all[i];
@@ -396,28 +378,6 @@ void Chooser::TryListed() {
   groups.push_back({KindOf(kListedUnit, 0), std::move(members), true, 0});
 }
 
-// The entries of a diary: dates that stand alone, each hardly before the last one, all over the
-// text.
-void Chooser::TryDated(const Indices& members) {
-  constexpr size_t kFewest = 4;
-  constexpr std::uint64_t kSmallestEntry = 300;
-  Indices dates;
-  size_t later = 0;
-  for (const Index i : members) {
-    const Candidate& c = all[i];
-    if (isInList[i] || (isWrapped && c.blanksBefore == 0)) continue;
-    const int step = dates.empty() ? 0 : c.number - all[dates.back()].number;
-    constexpr int kToNextYear = -200;
-    later += step >= 0 || step < kToNextYear ? 1 : 0;
-    dates.push_back(i);
-  }
-  if (dates.size() < kFewest || later * 5 < dates.size() * 4) return;
-  const std::uint64_t covered = BytesBehind(dates.front());
-  if (covered * 2 < survey.lines.bytes || covered / dates.size() < kSmallestEntry) return;
-  for (const Index i : dates) isTaken[i] = true;
-  groups.push_back({KindOf(kDate, 0), std::move(dates), true, 0});
-}
-
 void Chooser::TrySetApart() {
   Indices members;
   for (Index i = 0; i < all.size(); ++i) {
@@ -435,7 +395,7 @@ void Chooser::TrySetApart() {
 
 // Whether headings of one kind hold those of the other: each of them is followed by some.
 bool Chooser::IsAbove(const Group& upper, const Group& lower) const {
-  if (upper.members.size() < 2 || upper.members.size() >= lower.members.size()) return false;
+  if (upper.members.size() >= lower.members.size()) return false;
   size_t holding = 0;
   size_t beginning = 0;
   size_t at = 0;
@@ -500,7 +460,7 @@ void Chooser::AddNamed() {
 bool Chooser::HasTitleInNextLine(const Candidate& c) const {
   const size_t longest = isWide ? 42 : 60;
   return c.titleHash == 0 && c.blanksBehind <= 2 && c.nextLength > 0 && c.nextLength <= longest &&
-         !c.Is(Candidate::kNextEndsSentence) && !c.Is(Candidate::kNextIsNoTitle) &&
+         !c.Is(Candidate::kNextEndsSentence) && !c.Is(Candidate::kNextIsSpeech) &&
          (isWide || c.Is(Candidate::kNextStandsAlone));
 }
 

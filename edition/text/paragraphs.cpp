@@ -2,12 +2,10 @@
 #include "edition/text/paragraphs.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "edition/text/aozora.h"
 #include "edition/text/characters.h"
 #include "edition/text/markup.h"
-#include "edition/text/numerals.h"
 
 namespace {
 
@@ -39,21 +37,8 @@ bool IsBreak(std::string_view text) {
   return signs >= (isPlain ? 3U : 1U);
 }
 
-// Three blanks in a row: one of them is at every third place.
-bool HasGap(std::string_view text) {
-  for (size_t i = 2; i < text.size(); i += 3) {
-    if (text[i] != ' ') continue;
-    const size_t begin = i - 2;
-    if (text.substr(begin, 5).find("   ") != std::string_view::npos) return true;
-  }
-  return false;
-}
-
 // Columns of a table: cells with three blanks and more between them, or bars.
 bool HasCells(std::string_view text) {
-  const bool hasSigns =
-      text.find('|') != std::string_view::npos || text.find('\t') != std::string_view::npos;
-  if (!hasSigns && !HasGap(text)) return false;  // as most lines
   size_t cells = 1;
   size_t run = 0;
   size_t bars = 0;
@@ -68,35 +53,6 @@ bool HasCells(std::string_view text) {
     if (c != '\t') run = 0;
   }
   return cells >= 2 || bars >= 2;
-}
-
-constexpr std::u32string_view kDashes = U"-–—";  // begin speech, too
-constexpr std::u32string_view kBullets = U"*+•‣◦▪-–—";
-
-// "1." of an item of a list, or a bullet; 0 where a line begins with neither.
-size_t ItemMarkLength(std::string_view text) {
-  constexpr size_t kMostDigits = 2;
-  const size_t digits = ReadDigits(text).length;
-  size_t length = digits;
-  if (digits > 0 && digits <= kMostDigits) {
-    if (length == text.size() || (text[length] != '.' && text[length] != ')')) return 0;
-    ++length;
-  } else if (digits == 0 && !text.empty() &&
-             kBullets.find(FirstOf(text)) != std::u32string_view::npos) {
-    length = CharacterAt(text, 0).length;
-  } else {
-    return 0;
-  }
-  if (length >= text.size() || text[length] != ' ') return 0;
-  const char32_t next = FirstOf(WithoutBlanksBefore(text.substr(length)));
-  return kBullets.find(next) == std::u32string_view::npos ? length : 0;
-}
-
-bool IsShouted(std::string_view text) {
-  for (size_t i = 0; i < text.size(); i += CharacterAt(text, i).length) {
-    if (IsSmall(CharacterAt(text, i).code)) return false;
-  }
-  return true;
 }
 
 std::string_view FirstWord(std::string_view text) {
@@ -122,7 +78,6 @@ Status Paragraphs::AddLine(std::string_view line, bool isContinued) {
       if (Status status = Flush(); !status) return status;
       return AddLine(line.substr(feed + 1), false);
     }
-    blanks = 0;
     block.append(line) += '\n';
     const bool isFull = ++blockLines >= kMostBlockLines || block.size() > kMostBlockBytes;
     return isFull ? Flush() : Done();
@@ -156,9 +111,9 @@ Status Paragraphs::Flush() {
     return WriteParagraph("");
   }
   if (blockLines == 0) return Done();
-  Status status = layout.style == ParagraphStyle::kVerbatim
-                      ? WritePre("code", std::string_view(block).substr(0, block.size() - 1))
-                      : WriteLines(LinesOfBlock());
+  const Status status = layout.style == ParagraphStyle::kVerbatim
+                            ? WritePre("code", std::string_view(block).substr(0, block.size() - 1))
+                            : WriteLines(LinesOfBlock());
   block.clear();
   blockLines = 0;
   blanks = 0;
@@ -180,7 +135,12 @@ Status Paragraphs::AddParagraphLine(std::string_view line) {
   const size_t blanksBefore = blanks;
   if (Status status = Flush(); !status) return status;
   blanks = 0;
-  if (IsBreak(line)) return WriteBreak(line);
+  if (IsBreak(line)) {
+    paragraph = line;
+    const Status status = WriteParagraph("break");
+    isFirst = true;
+    return status;
+  }
   if (layout.isAozora) return AddAozoraLine(line);
   if (blanksBefore > 0 && layout.hasPauses && !isFirst) {
     isBehindPause = true;
@@ -225,7 +185,6 @@ bool Paragraphs::BreaksByHand(const std::vector<Line>& lines) const {
   if (lines.size() < 2) return false;
   size_t roomy = 0;
   size_t capitals = 0;
-  bool isShouted = true;
   for (size_t i = 0; i + 1 < lines.size(); ++i) {
     const Line& next = lines[i + 1];
     const size_t word = layout.isWide ? 1 : CountCharacters(FirstWord(next.text)) + 1;
@@ -234,18 +193,10 @@ bool Paragraphs::BreaksByHand(const std::vector<Line>& lines) const {
     roomy += used * 100 < layout.width * 86 ? 1 : 0;
     const char32_t first = FirstOf(next.text);
     capitals += IsSmall(first) ? 0 : 1;
-    isShouted = isShouted && IsShouted(next.text);
   }
   const size_t ends = lines.size() - 1;
   if (roomy * 10 >= ends * 8) return true;
-  if (layout.isWide) return false;
-  if (roomy * 2 >= ends && capitals * 10 >= ends * 8) return true;
-  // Prose begins so many lines with capitals by chance only.
-  constexpr double kHardly = 0.003;
-  constexpr double kShareOfVerse = 0.75;
-  if (isShouted || capitals * 10 < ends * 9) return false;
-  if (layout.shareOfCapitals > kShareOfVerse) return true;
-  return roomy > 0 && std::pow(layout.shareOfCapitals, static_cast<double>(ends)) < kHardly;
+  return !layout.isWide && roomy * 2 >= ends && capitals * 10 >= ends * 8;
 }
 
 bool Paragraphs::IsCentered(const Line& line) const {
@@ -256,76 +207,46 @@ bool Paragraphs::IsCentered(const Line& line) const {
   return difference <= 10;
 }
 
-// What a block of lines is, of scripts that have blanks between words.
-Paragraphs::Shape Paragraphs::ShapeOf(const std::vector<Line>& lines) const {
-  const auto cells = std::count_if(lines.begin(), lines.end(),
-                                   [](const Line& line) { return HasCells(line.text); });
-  if (lines.size() > 1 && cells * 5 >= static_cast<std::ptrdiff_t>(lines.size()) * 3) {
-    return Shape::kTable;
-  }
-  if (std::all_of(lines.begin(), lines.end(),
-                  [this](const Line& line) { return IsCentered(line); })) {
-    return Shape::kCentered;
-  }
-  if (lines.size() == 1 && lines.front().indent * 3 > layout.width) return Shape::kRight;
-  if (ItemMarkLength(lines.front().text) > 0) return Shape::kItems;
-  const bool isQuoted = std::all_of(lines.begin(), lines.end(),
-                                    [](const Line& line) { return line.text.starts_with('>'); });
-  return isQuoted || BreaksByHand(lines) ? Shape::kVerse : Shape::kProse;
-}
-
 Status Paragraphs::WriteLines(const std::vector<Line>& lines) {
   if (lines.empty()) return Done();
-  if (lines.size() == 1 && IsBreak(lines.front().text)) return WriteBreak(lines.front().text);
-  if (layout.isWide) {
-    const bool isByLines = !layout.isSpaced && BreaksByHand(lines);
-    return isByLines ? WriteEach(lines) : WriteParagraphs(lines);
+  if (lines.size() == 1 && IsBreak(lines.front().text)) {
+    paragraph = lines.front().text;
+    const Status status = WriteParagraph("break");
+    isFirst = true;
+    return status;
   }
-  switch (ShapeOf(lines)) {
-    case Shape::kTable:
+  if (layout.isWide) {
+    if (!layout.isSpaced && BreaksByHand(lines)) {
+      for (const Line& line : lines) {
+        paragraph = line.text;
+        if (Status status = WriteParagraph(""); !status) return status;
+      }
+      return Done();
+    }
+  } else {
+    const auto cells = std::count_if(lines.begin(), lines.end(),
+                                     [](const Line& line) { return HasCells(line.text); });
+    if (lines.size() > 1 && cells * 5 >= static_cast<std::ptrdiff_t>(lines.size()) * 3) {
       return WritePre("table", std::string_view(block).substr(0, block.size() - 1));
-    case Shape::kCentered:
-      return WriteCentered(lines);
-    case Shape::kRight:
+    }
+    if (std::all_of(lines.begin(), lines.end(),
+                    [this](const Line& line) { return IsCentered(line); })) {
+      paragraph.clear();
+      for (const Line& line : lines) {
+        if (!paragraph.empty()) paragraph += static_cast<char>(Mark::kLineBreak);
+        std::string text(line.text);
+        DropControls(text);
+        paragraph += text;
+      }
+      return WriteParagraph("center");
+    }
+    if (lines.size() == 1 && lines.front().indent * 2 > layout.width) {
       paragraph = lines.front().text;
       return WriteParagraph("right");
-    case Shape::kItems:
-      return WriteItems(lines);
-    case Shape::kVerse:
-      return WriteVerse(lines);
-    default:
-      return WriteParagraphs(lines);
+    }
+    if (BreaksByHand(lines)) return WriteVerse(lines);
   }
-}
-
-Status Paragraphs::WriteBreak(std::string_view signs) {
-  paragraph = signs;
-  Status status = WriteParagraph("break");
-  isFirst = true;
-  return status;
-}
-
-Status Paragraphs::WriteEach(const std::vector<Line>& lines) {
-  for (const Line& line : lines) {
-    paragraph = line.text;
-    if (Status status = WriteParagraph(""); !status) return status;
-  }
-  return Done();
-}
-
-Status Paragraphs::WriteCentered(const std::vector<Line>& lines) {
-  paragraph.clear();
-  for (const Line& line : lines) {
-    if (!paragraph.empty()) paragraph += static_cast<char>(Mark::kLineBreak);
-    std::string text(line.text);
-    DropControls(text);
-    paragraph += text;
-  }
-  return WriteParagraph("center");
-}
-
-// Paragraphs of one block begin where a line is indented more than those around it.
-Status Paragraphs::WriteParagraphs(const std::vector<Line>& lines) {
+  // Paragraphs of one block begin where a line is indented more than those around it.
   const size_t base =
       std::min_element(lines.begin(), lines.end(), [](const Line& a, const Line& b) {
         return a.indent < b.indent;
@@ -361,30 +282,6 @@ Status Paragraphs::WriteVerse(const std::vector<Line>& lines) {
   markup += "</div>\n";
   isFirst = false;
   return writer.EndBlock();
-}
-
-// Each item is a paragraph, whose further lines may be indented.
-Status Paragraphs::WriteItems(const std::vector<Line>& lines) {
-  const Line* begin = lines.data();
-  const Line* const end = lines.data() + lines.size();
-  const bool isNumbered = ReadDigits(begin->text).length > 0;
-  const bool isSpeech = kDashes.find(FirstOf(begin->text)) != std::u32string_view::npos;
-  int number = ReadDigits(begin->text).value;
-  while (begin != end) {
-    const Line* next = begin + 1;
-    const auto isItem = [&](const Line& line) {
-      if (ItemMarkLength(line.text) == 0) return false;
-      const Numeral itsNumber = ReadDigits(line.text);
-      return isNumbered ? itsNumber && itsNumber.value == number + 1 : !itsNumber;
-    };
-    while (next != end && !isItem(*next)) ++next;
-    paragraph = begin->text;
-    for (const Line* line = begin + 1; line != next; ++line) JoinLine(line->text);
-    if (Status status = WriteParagraph(isSpeech ? "" : "item"); !status) return status;
-    ++number;
-    begin = next;
-  }
-  return Done();
 }
 
 Status Paragraphs::WritePre(std::string_view type, std::string_view text) {
@@ -445,29 +342,7 @@ void Paragraphs::JoinLine(std::string_view next) {
   paragraph.append(next);
 }
 
-// How the paragraph is set where it belongs to a title page; empty from the first one on that does
-// not.
-std::string_view Paragraphs::TypeOnTitlePage() {
-  constexpr size_t kLongest = 60;
-  constexpr std::u32string_view kEnds = U".。！？…”」』";
-  const std::string_view text = Trimmed(paragraph);
-  const std::uint64_t letters = LettersHash(text);
-  if (letters != 0 && letters == LettersHash(facts->title)) return "title";
-  const bool isShort = CountCharacters(text) <= (layout.isWide ? kLongest / 2 : kLongest);
-  const bool namesAuthor =
-      std::any_of(facts->contributors.begin(), facts->contributors.end(),
-                  [text](const Contributor& contributor) {
-                    return FoldedText(text).find(FoldedText(contributor.name)) != std::string::npos;
-                  });
-  const bool isPlain =
-      kEnds.find(LastOf(text)) == std::u32string_view::npos || (!layout.isWide && IsShouted(text));
-  if (isShort && (namesAuthor || (isAnyOnTitlePage && isPlain))) return "center";
-  isTitlePage = false;
-  return "";
-}
-
 Status Paragraphs::WriteParagraph(std::string_view type) {
-  if (isTitlePage && type.empty()) type = TypeOnTitlePage();
   std::string& markup = writer.Markup();
   if (!layout.isAozora) {
     if (type != "center") DropControls(paragraph);
@@ -486,6 +361,6 @@ Status Paragraphs::WriteParagraph(std::string_view type) {
   AppendMarkup(paragraph, markup);
   markup += isQuoted ? "</p></blockquote>\n" : "</p>\n";
   paragraph.clear();
-  if (type != "right" && type != "center" && type != "title") isFirst = false;
+  if (type != "right" && type != "center") isFirst = false;
   return writer.EndBlock();
 }

@@ -6,7 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include "edition/book/metadata.h"
 #include "edition/text/body_writer.h"
 #include "edition/text/layout.h"
 #include "edition/text/word_set.h"
@@ -20,16 +19,8 @@ class Paragraphs {
   Status AddBlank();
   // Ends the paragraph that is open.
   Status Flush();
-  // What follows, up to the first prose, is a title page; of a text without chapters it is only
-  // what names the book and its author.
-  void BeginTitlePage(const Metadata& named, bool hasChapters) {
-    facts = &named;
-    isTitlePage = true;
-    isAnyOnTitlePage = hasChapters;
-  }
   // The next paragraph stands behind a heading.
   void BeginSection() {
-    isTitlePage = false;
     isFirst = true;
     blanks = 0;
   }
@@ -45,14 +36,7 @@ class Paragraphs {
   Status AddParagraphLine(std::string_view line);
   bool GoesOn(std::string_view next) const;
   Status FlushWrapped();
-  enum class Shape : std::uint8_t { kProse, kTable, kCentered, kRight, kItems, kVerse };
-  Shape ShapeOf(const std::vector<Line>& lines) const;
   Status WriteLines(const std::vector<Line>& lines);
-  Status WriteBreak(std::string_view signs);
-  Status WriteEach(const std::vector<Line>& lines);
-  Status WriteCentered(const std::vector<Line>& lines);
-  Status WriteParagraphs(const std::vector<Line>& lines);
-  Status WriteItems(const std::vector<Line>& lines);
   Status WriteVerse(const std::vector<Line>& lines);
   Status WritePre(std::string_view type, std::string_view text);
   Status WriteProse(const Line* begin, const Line* end, bool isQuotation);
@@ -61,7 +45,6 @@ class Paragraphs {
   std::vector<Line> LinesOfBlock() const;
   bool BreaksByHand(const std::vector<Line>& lines) const;
   bool IsCentered(const Line& line) const;
-  std::string_view TypeOnTitlePage();
 
   const Layout& layout;
   const WordSet& words;
@@ -74,9 +57,6 @@ class Paragraphs {
   bool isOpen = false;     // the paragraph may go on in the next line
   bool isFirst = true;
   bool isBehindPause = false;
-  const Metadata* facts = nullptr;
-  bool isTitlePage = false;
-  bool isAnyOnTitlePage = false;
 };
 
 #endif

@@ -308,11 +308,7 @@ void ReadWideTitle(const std::vector<TextLine>& lines, Metadata& facts) {
 void ReadAozoraTitle(const std::vector<TextLine>& lines, Metadata& facts) {
   size_t count = 1;
   while (count < std::min<size_t>(lines.size(), 6) && !lines[count].isBehindBlank) ++count;
-  HeadingLine heading;
-  if (count < 2 || ReadHeadingLine(lines.front().text, heading)) return;
-  for (size_t i = 0; i < count; ++i) {
-    if (lines[i].text.ends_with("。") || CountCharacters(lines[i].text) > kLongestTitle) return;
-  }
+  if (count < 2) return;
   if (facts.title.empty()) facts.title = lines.front().text;
   for (size_t i = 1; i < count; ++i) {
     std::string_view name = lines[i].text;
@@ -411,17 +407,6 @@ void ReadTitlePage(const std::vector<TextLine>& lines, Metadata& facts) {
   }
 }
 
-// A line of its own before the first heading.
-void ReadLoneTitle(const std::vector<TextLine>& lines, Metadata& facts) {
-  HeadingLine heading;
-  if (lines.size() < 2 || !lines[1].isBehindBlank || !ReadHeadingLine(lines[1].text, heading))
-    return;
-  const std::string_view title = lines[0].text;
-  if (IsTitleLine(title) && !title.ends_with('.')) {
-    facts.title = WithoutShouting(WithoutUnderscores(title));
-  }
-}
-
 // "The Project Gutenberg eBook of Alice, by Lewis Carroll".
 void ReadGutenbergLine(std::string_view line, Metadata& facts) {
   const size_t mark = line.find("Project Gutenberg");
@@ -498,7 +483,6 @@ Metadata ReadTextFacts(std::string_view beginning, std::string_view fileName) {
     if (facts.title.empty()) {
       if (!isWide) {
         ReadTitlePage(lines, facts);
-        if (facts.title.empty()) ReadLoneTitle(lines, facts);
       } else if (LanguageOfText(beginning) == "ja") {
         ReadAozoraTitle(lines, facts);
       } else {

@@ -25,9 +25,14 @@ def is_character(unit, codec):
         text not in "•\uf06e／＼"
 
 
+def warning_text(warning):
+    return warning["place"] + ": " + warning["message"]
+
+
 class Encodings(ToolTest):
     def reports(self, *arguments):
-        done = self.kavepub("convert", "--json", "--force", "--paragraphs", "wrapped", *arguments)
+        done = self.kavepub("convert", "--edition", "plain", "--json", "--force", "--paragraphs",
+                            "wrapped", *arguments)
         self.assertEqual(done.stderr, "")
         return [json.loads(line) for line in done.stdout.splitlines()]
 
@@ -85,14 +90,15 @@ class Encodings(ToolTest):
                                            "in.txt")
                     if places and (errors == "strict" or errors == "auto" and not is_slight):
                         self.assertRegex(
-                            report["message"], rf"^in\.txt: byte {byte} is not valid .*; name the "
-                            "right --encoding, or use --encoding-errors replace$")
+                            report["message"], rf"^in\.txt: byte {byte} is not valid .*, in line "
+                            r"\d+; name the right encoding, or let be replaced")
                         continue
                     self.assertEqual(Book(self.dir / "in.epub").text_of_pages(), text)
-                    self.assertRegex(" ".join(report["warnings"]), "^$" if not places else
-                                     rf"in\.txt: byte {byte} is not valid .* U\+FFFD$"
+                    self.assertRegex(" ".join(map(warning_text, report["warnings"])),
+                                     "^$" if not places else
+                                     rf"in\.txt, line \d+: byte {byte} is not valid .* U\+FFFD$"
                                      if places == 1 else
-                                     rf"in\.txt: {places} places .* U\+FFFD.* at byte {byte}$")
+                                     rf"line \d+: {places} places .* U\+FFFD.* at byte {byte}$")
 
     def test_every_character(self):
         """All of one or two bytes, and some of four, as Python has them: but for the few that are
@@ -140,7 +146,7 @@ class Encodings(ToolTest):
                     self.assertEqual(found[:len(before)], before)
                     self.assertEqual(found[len(found) - len(after) - 1:], after + " ")
                     places = found.count("\ufffd")
-                    warning = " ".join(report["warnings"])
+                    warning = " ".join(map(warning_text, report["warnings"]))
                     self.assertEqual(places > 0, bool(warning))
                     if places:
                         self.assertLess(begin, int(re.search(r"byte (\d+)", warning)[1]))

@@ -20,7 +20,8 @@ class Documented(ToolTest):
         names = [f"{number}{extension}" for number in range(len(texts))]
         for name, text in zip(names, texts):
             (self.dir / name).write_bytes(text.encode())
-        done = self.kavepub("convert", "--json", "--force", "-o", "books/", *options, *names)
+        done = self.kavepub("convert", "--edition", "plain", "--json", "--force", "-o", "books/",
+                            *options, *names)
         self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
         reports = map(json.loads, done.stdout.splitlines())
         outputs = {report["inputs"][0]: report["output"] for report in reports}

@@ -76,7 +76,7 @@ plan() {
 }
 
 # text BOOK: the text of its pages.
-text() { unzip -p "$1" 'OEBPS/page-*.html' | sed -n 's/<[^>]*>//gp'; }
+text() { unzip -p "$1" 'OEBPS/page-*html' | sed -n 's/<[^>]*>//gp'; }
 
 # The shipped binaries of which readelf says, or does not say, what a pattern matches.
 binaries_with() {

@@ -27,14 +27,11 @@ constexpr char kFooter[] =
 constexpr char kText[] = "TEXT";
 constexpr char kNumber[] = "N";
 
-const std::map<std::string, ParagraphMode> kParagraphModes = {
-    {"auto", ParagraphMode::kAuto},
-    {"line", ParagraphMode::kLine},
-    {"wrapped", ParagraphMode::kWrapped},
-};
-const std::map<std::string, EncodingErrors> kErrorModes = {{"auto", EncodingErrors::kAuto},
-                                                           {"strict", EncodingErrors::kStrict},
-                                                           {"replace", EncodingErrors::kReplace}};
+const std::map<std::string, Edition> kEditions = {{"plain", Edition::kPlain},
+                                                  {"reader", Edition::kReader}};
+
+constexpr char kOfBooks[] = "Options of books";
+constexpr std::string_view kOwnOption = "threads";  // which --jobs decides
 
 std::string Join(const auto& table, const char* separator) {
   std::string names;
@@ -55,6 +52,27 @@ void AddChoice(CLI::App& command, const char* name, auto& value, const auto& tab
   command.add_option_function<std::string>(name, take, text)->type_name(Join(table, "|"));
 }
 
+// All that the library of the reader's edition takes, in its own words.
+void AddOptionsOfBooks(CLI::App& command, EditionOptions& chosen) {
+  for (const kavepub_option& option : KnownEditionOptions()) {
+    const std::string name = option.name;
+    if (name == kOwnOption) continue;
+    const auto take = [name, &chosen](const std::vector<std::string>& values) {
+      for (const std::string& value : values) chosen.emplace_back(name, value);
+    };
+    std::string text = option.description;
+    if (text.ends_with('.')) text.pop_back();
+    if (option.repeats != 0) text += "; can be given again";
+    command.add_option_function<std::vector<std::string>>("--" + name, take, text)
+        ->type_name(option.values)
+        ->expected(1)
+        ->allow_extra_args(false)
+        ->multi_option_policy(option.repeats != 0 ? CLI::MultiOptionPolicy::TakeAll
+                                                  : CLI::MultiOptionPolicy::TakeLast)
+        ->group(kOfBooks);
+  }
+}
+
 void AddConvert(CLI::App& app, ConvertArguments& arguments) {
   CLI::App& convert = *app.add_subcommand("convert", "Make books");
   Selection& selection = arguments.selection;
@@ -67,17 +85,8 @@ void AddConvert(CLI::App& app, ConvertArguments& arguments) {
       ->required();
   option("-o,--output", selection.output, kAnyFile,
          "The book, a directory for the books, or - to pipe it (default: beside the input)");
-  option("--title", options.title, kText, "Title (default: the document's, or its file name)");
-  option("--author", options.author, kText, "Author (default: the document's)");
-  option("--cover", options.cover, kPictureFile, "The cover: a JPEG, PNG or GIF file");
-  option("--encoding", options.decoding.encoding, kEncoding,
-         "Encoding of the texts and pages, as `iconv -l` lists them (default: auto)");
-  AddChoice(
-      convert, "--encoding-errors", options.decoding.errors, kErrorModes,
-      "Bytes of texts that cannot be decoded: auto (replace a few, the default), strict (fail) "
-      "or replace");
-  AddChoice(convert, "--paragraphs", options.paragraphs, kParagraphModes,
-            "A line of a text is: line (a paragraph), wrapped (a part of one), auto (the default)");
+  AddChoice(convert, "--edition", options.edition, kEditions,
+            "reader: books to read, of texts (the default); plain: sixty lines a page");
   convert.add_flag("--separate", selection.separate,
                    "A book of each HTML page or picture instead of one of all");
   option("--work-dir", options.workDir, kDirectory,
@@ -88,11 +97,14 @@ void AddConvert(CLI::App& app, ConvertArguments& arguments) {
   convert.add_flag("-n,--dry-run", options.dryRun, "Only tell what would be made");
   convert.add_flag("-q,--quiet", arguments.quiet, "Tell failures only");
   convert.add_flag("--json", arguments.json, "Tell each book as one line of JSON");
+  AddOptionsOfBooks(convert, options.chosen);
 }
 
 void AddInfo(CLI::App& app, InfoArguments& arguments) {
-  CLI::App& info = *app.add_subcommand("info", "Tell title, author, pages, pictures and size");
-  info.add_option(kBooks, arguments.books, "EPUB or MOBI books")->type_name("")->required();
+  CLI::App& info = *app.add_subcommand("info", "Tell title, author, language, contents and size");
+  info.add_option(kBooks, arguments.books, "EPUB or MOBI books, or texts")
+      ->type_name("")
+      ->required();
   info.add_flag("--json", arguments.json, "One line of JSON for each book");
 }
 

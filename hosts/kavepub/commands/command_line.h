@@ -9,8 +9,9 @@
 #include "hosts/kavepub/commands/commands.h"
 
 // What the arguments of options and commands are called, which tells what completes them; choices
-// are called by all of them, "auto|line|wrapped".
+// are called by all of them, "auto|none|PICTURE".
 inline constexpr char kAnyFile[] = "PATH";
+inline constexpr char kFile[] = "FILE";
 inline constexpr char kPictureFile[] = "PICTURE";
 inline constexpr char kDirectory[] = "DIR";
 inline constexpr char kEncoding[] = "ENCODING";

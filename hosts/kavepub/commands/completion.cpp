@@ -15,8 +15,9 @@ constexpr struct {
   std::string_view argument;
   const char* offer;
 } kKinds[] = {
-    {kAnyFile, ":file"},        {kInputs, ":file"},       {kPictureFile, ":picture"},
-    {kDirectory, ":directory"}, {kEncoding, ":encoding"}, {kBooks, ":book"},
+    {kAnyFile, ":file"},        {kInputs, ":file"},         {kFile, ":file"},
+    {kPictureFile, ":picture"}, {kDirectory, ":directory"}, {kEncoding, ":encoding"},
+    {kBooks, ":book"},
 };
 
 Words OffersOf(const std::vector<Entry>& entries) {
@@ -27,14 +28,19 @@ Words OffersOf(const std::vector<Entry>& entries) {
 
 // What can stand for an argument.
 Words Arguments(const CLI::App& app, const std::string& argument) {
-  for (const auto& kind : kKinds) {
-    if (kind.argument == argument) return {kind.offer};
-  }
   if (argument == kCommand) return OffersOf(CommandsOf(app));
   Words offers;
-  if (argument.find('|') == std::string::npos) return offers;
   std::istringstream choices(argument);
-  for (std::string choice; std::getline(choices, choice, '|');) offers.push_back(choice + ":");
+  for (std::string choice; std::getline(choices, choice, '|');) {
+    const auto* kind = std::find_if(std::begin(kKinds), std::end(kKinds),
+                                    [&](const auto& row) { return row.argument == choice; });
+    if (kind != std::end(kKinds)) {
+      offers.push_back(kind->offer);
+    } else if (std::all_of(choice.begin(), choice.end(),
+                           [](char letter) { return letter >= 'a' && letter <= 'z'; })) {
+      offers.push_back(choice + ":");
+    }
+  }
   return offers;
 }
 

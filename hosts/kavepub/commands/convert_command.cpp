@@ -1,7 +1,10 @@
 // "kavepub convert": plans the books, makes them, reports.
 #include <unistd.h>
 
+#include <algorithm>
+#include <initializer_list>
 #include <memory>
+#include <string_view>
 #include <system_error>
 
 #include "hosts/kavepub/commands/commands.h"
@@ -9,9 +12,16 @@
 #include "hosts/kavepub/console/interruption.h"
 #include "hosts/kavepub/make/batch.h"
 #include "hosts/kavepub/make/pictures.h"
+#include "hosts/kavepub/make/plain_options.h"
+#include "hosts/kavepub/make/reader_book.h"
 #include "hosts/kavepub/make/reporters.h"
+#include "hosts/kavepub/plan/input_kind.h"
 
 namespace {
+
+constexpr char kTitle[] = "title";
+constexpr char kAuthor[] = "author";
+constexpr char kCover[] = "cover";
 
 // A single file is what a person names; anything else is a batch.
 bool IsBatch(const Selection& selection, size_t books) {
@@ -19,27 +29,63 @@ bool IsBatch(const Selection& selection, size_t books) {
   return books > 1 || std::filesystem::is_directory(selection.inputs.front(), error);
 }
 
+// The first option of some that was chosen with a value of its own; null when there is none.
+const std::string* FindChosen(const EditionOptions& chosen,
+                              std::initializer_list<std::string_view> names) {
+  for (const auto& [name, value] : chosen) {
+    const bool isNamed = std::find(names.begin(), names.end(), name) != names.end();
+    if (isNamed && (name != kCover || !FileOf(name, value).empty())) return &name;
+  }
+  return nullptr;
+}
+
 // What one book can have must not be given to many, nor to one that brings its own.
 void Check(const std::vector<BookOrder>& orders, const BookOptions& options) {
-  const bool isNamed = options.title || options.author || !options.cover.empty();
-  if (!isNamed) return;
+  const bool isNamed = FindChosen(options.chosen, {kTitle, kAuthor, kCover}) != nullptr;
   for (const BookOrder& order : orders) {
-    if (order.kind == BookKind::kMobi) {
+    if (isNamed && order.kind == BookKind::kMobi && !IsForReaders(order, options)) {
       throw WrongUsage(order.inputs.front(),
                        "a MOBI book brings its own title, author and cover; leave out --title, "
                        "--author and --cover");
     }
   }
-  if (orders.size() > 1 && (options.title || !options.cover.empty())) {
-    throw WrongUsage("--title and --cover are for one book, but " + std::to_string(orders.size()) +
+  const std::string* ofOne =
+      FindChosen(options.chosen, {kTitle, kCover, "description", "isbn", "series-index"});
+  if (orders.size() > 1 && ofOne != nullptr) {
+    throw WrongUsage("--" + *ofOne + " is for one book, but " + std::to_string(orders.size()) +
                      " are to be made; convert them one by one");
   }
 }
 
+// A book of one word tells what the library has against the options.
+void TryOut(const EditionOptions& options) {
+  EditionOptions tried = {{kCover, "none"}};  // drawing one takes longer than all the rest
+  for (const auto& [name, value] : options) {
+    if (name == "chapters" || !FileOf(name, value).empty()) tried.emplace_back(name, value);
+  }
+  if (tried.size() == 1) return;
+  EditionJob job(tried);
+  job.AddStandardInput("word.txt", "word");
+  job.Run([](std::string_view) { return true; }, [](double) {});
+}
+
 // What would fail for every book is wrong from the beginning.
 void CheckValues(const BookOptions& options) try {
-  if (!options.cover.empty()) RequirePicture(options.cover);
-  if (options.decoding.encoding != kAutoEncoding) RequireEncoding(options.decoding.encoding);
+  const EditionJob takes(options.chosen);
+  for (const auto& [name, value] : options.chosen) {
+    const std::filesystem::path file = FileOf(name, value);
+    if (!file.empty()) RequireReadable(file);
+  }
+  const PlainOptions plain = PlainOptionsOf(options.chosen);
+  const bool isPlain = options.edition == Edition::kPlain;
+  if (isPlain && !plain.ignored.empty()) {
+    throw Failure("the plain edition knows no --" + plain.ignored.front() +
+                  "; leave it out, or make the reader's edition");
+  }
+  // Those that plain books can have are looked at more closely.
+  const bool isPicture = !plain.cover.empty() && !PictureExtension(plain.cover).empty();
+  if (isPicture || (isPlain && !plain.cover.empty())) RequirePicture(plain.cover);
+  TryOut(options.chosen);
   std::error_code error;
   if (!options.workDir.empty() && !std::filesystem::is_directory(options.workDir, error)) {
     throw Failure(options.workDir, "is no directory for working files; make it or name another");
@@ -63,7 +109,7 @@ std::unique_ptr<CountingReporter> NewReporter(const ConvertArguments& arguments,
                                               bool isBatch) {
   const bool isQuiet = arguments.quiet || arguments.selection.output == kStandardStream;
   if (arguments.json) return ReportInJson();
-  if (arguments.options.dryRun) return ReportPlan(arguments.quiet);
+  if (arguments.options.dryRun) return ReportPlan(arguments.quiet, isBatch);
   return isBatch ? ReportManyBooks(books, isQuiet) : ReportOneBook(isQuiet);
 }
 
@@ -85,8 +131,10 @@ int RunConvert(const ConvertArguments& arguments) {
   const bool isBatch = IsBatch(arguments.selection, orders.size());
   const auto reporter = NewReporter(arguments, orders.size(), isBatch);
   for (const Skipped& skipped : plan.skipped) reporter->Skip(skipped);
-  MakeBooks(orders, arguments.options, isBatch ? Existing::kKeepIfSame : Existing::kRefuse,
-            arguments.options.dryRun ? 1 : arguments.jobs, *reporter);
+  const unsigned jobs = arguments.options.dryRun ? 1 : arguments.jobs;
+  BookOptions options = arguments.options;
+  options.isAlone = jobs == 1 || orders.size() == 1;
+  MakeBooks(orders, options, isBatch ? Existing::kKeepIfSame : Existing::kRefuse, jobs, *reporter);
   reporter->Close();
   if (WasInterrupted() && reporter->Result().Finished() < orders.size()) return kInterrupted;
   return reporter->Result().failed == 0 ? kDone : kFailed;

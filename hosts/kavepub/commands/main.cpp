@@ -53,6 +53,8 @@ int Reject(const CLI::App& app, const std::string& reason) {
 }
 
 int Tell(std::string text) {
+  constexpr std::string_view kGap = "\n\n\n";  // between groups of options
+  while (text.find(kGap) != std::string::npos) text.erase(text.find(kGap), 1);
   text.erase(text.find_last_not_of('\n') + 1);
   Say(text);
   return kDone;

@@ -7,6 +7,9 @@
 #include <stdexcept>
 #include <string>
 
+// What messages call the standard input.
+inline constexpr char kStandardInput[] = "standard input";
+
 // One line that names the file, the reason and the next step.
 class Failure : public std::runtime_error {
  public:

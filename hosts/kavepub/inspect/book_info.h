@@ -5,17 +5,26 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
+
+#include "hosts/kavepub/source/edition_job.h"
 
 struct BookInfo {
-  std::string format;  // "EPUB" or "MOBI"
+  std::string format;  // "EPUB", "MOBI" or "text"
   std::string title;
   std::string author;
-  std::size_t pages = 0;  // of an EPUB, as many as its spine lists; of a MOBI book 0
+  std::string language;   // empty when the book names none
+  std::string encoding;   // of a text
+  std::size_t pages = 0;  // of an EPUB, as many as its spine lists; else 0
   std::size_t pictures = 0;
   std::uintmax_t bytes = 0;
+  std::vector<BookReport::Chapter> contents = {};  // of an EPUB, and of a text if it were one
 };
 
-// Reads an EPUB or MOBI book. Throws a Failure when it is neither, or damaged.
+// Reads an EPUB or MOBI book, or a text. Throws a Failure when it is none of them, or damaged.
 BookInfo ReadBookInfo(const std::filesystem::path& book);
+
+// A contents list for people: a line for each entry, with its line in a text.
+std::string ContentsForPeople(const std::vector<BookReport::Chapter>& contents);
 
 #endif

@@ -55,6 +55,14 @@ class XmlQuery {
     return isText ? reinterpret_cast<const char*>(result->stringval) : std::string();
   }
 
+  // The nodes of an expression, in the order of the document.
+  std::vector<xmlNode*> Nodes(const char* expression) const {
+    const auto result = Evaluate(expression);
+    const xmlNodeSet* nodes = result ? result->nodesetval : nullptr;
+    if (nodes == nullptr) return {};
+    return {nodes->nodeTab, nodes->nodeTab + nodes->nodeNr};
+  }
+
   std::size_t Count(const char* expression) const {
     const auto result = Evaluate(expression);
     return result ? static_cast<std::size_t>(result->floatval) : 0;
@@ -72,6 +80,45 @@ class XmlQuery {
   Document document;
 };
 
+bool IsCalled(const xmlNode* node, const char* name) {
+  return node->type == XML_ELEMENT_NODE && xmlStrEqual(node->name, Xml(name)) != 0;
+}
+
+const xmlNode* ChildOf(const xmlNode* node, const char* name) {
+  const xmlNode* child = node == nullptr ? nullptr : node->children;
+  while (child != nullptr && !IsCalled(child, name)) child = child->next;
+  return child;
+}
+
+std::string LabelOf(const xmlNode* point) {
+  const xmlNode* text = ChildOf(ChildOf(point, "navLabel"), "text");
+  if (text == nullptr) return {};
+  const std::unique_ptr<xmlChar, decltype(xmlFree)> content(xmlNodeGetContent(text), xmlFree);
+  return content ? reinterpret_cast<const char*>(content.get()) : std::string();
+}
+
+unsigned LevelOf(const xmlNode* point) {
+  unsigned level = 1;
+  while ((point = point->parent) != nullptr) level += IsCalled(point, "navPoint") ? 1 : 0;
+  return level;
+}
+
+// The contents that a package lists, none when it has no navigation document.
+std::vector<BookReport::Chapter> ReadContents(const Archive& archive, const XmlQuery& package,
+                                              const std::string& packagePath) {
+  const std::string name = package.Text(
+      "string(//*[local-name()='item'][@media-type='application/x-dtbncx+xml']/@href)");
+  if (name.empty()) return {};
+  const std::string folder = packagePath.substr(0, packagePath.rfind('/') + 1);
+  const XmlQuery navigation(ReadEntry(archive, folder + name));
+  if (!navigation.IsValid()) return {};
+  std::vector<BookReport::Chapter> contents;
+  for (const xmlNode* point : navigation.Nodes("//*[local-name()='navPoint']")) {
+    contents.push_back({LabelOf(point), LevelOf(point), 0});
+  }
+  return contents;
+}
+
 }  // namespace
 
 EpubPackage ReadEpubPackage(const std::filesystem::path& book) {
@@ -86,6 +133,8 @@ EpubPackage ReadEpubPackage(const std::filesystem::path& book) {
   return {package.Text("string(//*[local-name()='identifier'])"),
           package.Text("normalize-space(//*[local-name()='title'])"),
           package.Text("normalize-space(//*[local-name()='creator'])"),
+          package.Text("normalize-space(//*[local-name()='language'])"),
           package.Count("count(//*[local-name()='itemref'])"),
-          package.Count("count(//*[local-name()='item'][starts-with(@media-type, 'image/')])")};
+          package.Count("count(//*[local-name()='item'][starts-with(@media-type, 'image/')])"),
+          ReadContents(archive, package, packagePath)};
 }

@@ -18,6 +18,7 @@
 #include "hosts/kavepub/make/book_mark.h"
 #include "hosts/kavepub/make/convert.h"
 #include "hosts/kavepub/make/provenance.h"
+#include "hosts/kavepub/make/reader_book.h"
 
 namespace {
 
@@ -78,6 +79,20 @@ void MakeDirectoryOf(const BookOrder& order) {
   }
 }
 
+// What would be made, as far as that can be told beforehand.
+Outcome Plan(const BookOrder& order, const BookOptions& options, Progress& progress) {
+  Outcome planned{Outcome::Status::kPlanned, {}};
+  if (!IsForReaders(order, options)) return planned;
+  try {
+    planned.report = ExamineForReaders(order, options, progress);
+    planned.message = RemarkOn(*planned.report);
+    planned.warnings = planned.report->warnings;
+  } catch (const Unsupported&) {
+    planned.report.reset();
+  }
+  return planned;
+}
+
 // Throws a Failure or Interrupted.
 Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing existing,
                     Progress& progress) {
@@ -91,15 +106,15 @@ Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing
   if (isInTheWay && existing == Existing::kRefuse) {
     throw Failure(order.output, "exists already; use --force to replace it or -o to name another");
   }
-  if (options.dryRun && !isInTheWay) return {Status::kPlanned, {}};
+  if (options.dryRun && !isInTheWay) return Plan(order, options, progress);
 
   Provenance provenance = ProvenanceOf(order, options);
   if (existing == Existing::kRefuse) provenance.place.clear();
   if (isInTheWay && IsUpToDate(order, provenance)) return {Status::kUpToDate, {}};
-  if (options.dryRun) return {Status::kPlanned, {}};
+  if (options.dryRun) return Plan(order, options, progress);
   if (order.isInDirectory) MakeDirectoryOf(order);
   Conversion made = ConvertBook(order, options, provenance, progress);
-  return {Status::kDone, std::move(made.remark), std::move(made.warnings)};
+  return {Status::kDone, std::move(made.remark), std::move(made.warnings), std::move(made.report)};
 }
 
 Outcome Make(const BookOrder& order, const BookOptions& options, Existing existing,

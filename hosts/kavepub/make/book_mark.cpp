@@ -29,7 +29,7 @@ constexpr std::array<std::string_view, 4> kFields = {"source=", "options=", "pla
 using Values = std::array<std::string, kFields.size()>;
 
 struct Container {
-  UniqueFd file;
+  int file;
   std::uint64_t end = 0;  // where its last record begins
   std::string record;     // that, with the comment
 };
@@ -41,14 +41,14 @@ std::uint64_t NumberAt(std::string_view record, size_t place, size_t bytes) {
 }
 
 // Nothing when the file does not end like a container with a comment of at most such a length.
-std::optional<Container> OpenContainer(const std::filesystem::path& path) {
-  Container container{OpenRegularFile(path.c_str()), 0, {}};
+std::optional<Container> FindEnd(int file) {
+  Container container{file, 0, {}};
   struct stat status = {};
-  if (!container.file || fstat(container.file.Get(), &status) != 0) return std::nullopt;
+  if (fstat(file, &status) != 0) return std::nullopt;
   const auto size = static_cast<std::uint64_t>(status.st_size);
   std::string tail(std::min<std::uint64_t>(size, kPlainEndSize + kLongestMark), '\0');
-  if (pread(container.file.Get(), tail.data(), tail.size(),
-            static_cast<off_t>(size - tail.size())) != static_cast<ssize_t>(tail.size())) {
+  const auto begins = static_cast<off_t>(size - tail.size());
+  if (pread(file, tail.data(), tail.size(), begins) != static_cast<ssize_t>(tail.size())) {
     return std::nullopt;
   }
   const size_t begin = tail.rfind(kEndSignature);
@@ -64,7 +64,7 @@ std::optional<Container> OpenContainer(const std::filesystem::path& path) {
 std::string DigestOfDirectory(const Container& container) {
   const std::uint64_t size = NumberAt(container.record, kDirectorySizeAt, 4) + kZip64EndSize;
   Digest digest;
-  digest.AddRange(container.file.Get(), container.end - std::min(size, container.end),
+  digest.AddRange(container.file, container.end - std::min(size, container.end),
                   container.end + kCommentLengthAt);
   return digest.Text();
 }
@@ -92,7 +92,8 @@ std::optional<Values> ValuesOf(const std::string& mark) {
 }  // namespace
 
 std::optional<BookMark> ReadMark(const std::filesystem::path& book) {
-  const std::optional<Container> container = OpenContainer(book);
+  const UniqueFd file = OpenRegularFile(book.c_str());
+  const std::optional<Container> container = FindEnd(file.Get());
   if (!container) return std::nullopt;
   const std::optional<Values> values = ValuesOf(container->record.substr(kPlainEndSize));
   if (!values) return std::nullopt;
@@ -100,9 +101,8 @@ std::optional<BookMark> ReadMark(const std::filesystem::path& book) {
   return BookMark{{source, options, place}, digest != DigestOfDirectory(*container)};
 }
 
-std::optional<std::string> MarkedEnd(const std::filesystem::path& path,
-                                     const Provenance& provenance) {
-  const std::optional<Container> container = OpenContainer(path);
+std::optional<std::string> MarkedEnd(int file, const Provenance& provenance) {
+  const std::optional<Container> container = FindEnd(file);
   if (!container || container->record.size() != kPlainEndSize) return std::nullopt;
   const std::string comment = Mark(
       {provenance.source, provenance.options, provenance.place, DigestOfDirectory(*container)});

@@ -18,8 +18,7 @@ struct BookMark {
 std::optional<BookMark> ReadMark(const std::filesystem::path& book);
 
 // The end of a container without a comment, from its last two bytes on, as it has to be to carry
-// the mark. Nothing when the file is no such container.
-std::optional<std::string> MarkedEnd(const std::filesystem::path& container,
-                                     const Provenance& provenance);
+// the mark. Nothing when what the descriptor reads is no such container.
+std::optional<std::string> MarkedEnd(int container, const Provenance& provenance);
 
 #endif

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "base/read_file.h"
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/console/interruption.h"
 #include "hosts/kavepub/make/book_mark.h"
@@ -19,46 +20,67 @@ namespace {
 constexpr size_t kChunkSize = size_t{1} << 18;
 constexpr size_t kEndOfContainer = 2;  // bytes of the packed book that the mark replaces
 
-bool WriteAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) return false;
-    if (written > 0) bytes.remove_prefix(static_cast<size_t>(written));
-  }
-  return true;
-}
-
 }  // namespace
 
 BookOutput::BookOutput(const std::filesystem::path& place) : path(place) {
-  if (path == kStandardStream || output.Open(path.c_str())) return;
+  if (IsStandardOutput() || output.Open(path.c_str())) return;
   throw Failure(path,
                 "cannot be made; check that its directory is writable and no directory or device "
                 "has its name");
 }
 
 void BookOutput::Take(const std::filesystem::path& packed, const Provenance& provenance) {
-  const bool isStandardOutput = path == kStandardStream;
-  const int descriptor = isStandardOutput ? STDOUT_FILENO : output.Fd();
-  const std::optional<std::string> end = MarkedEnd(packed, provenance);
+  const std::optional<std::string> end =
+      MarkedEnd(OpenRegularFile(packed.c_str()).Get(), provenance);
   std::uintmax_t left = std::filesystem::file_size(packed) - (end ? kEndOfContainer : 0);
   std::ifstream book(packed, std::ios::binary);
   std::string chunk;
-  bool isWritten = true;
-  while (left > 0 && book && isWritten) {
+  while (left > 0) {
     StopIfInterrupted();
     chunk.resize(std::min<std::uintmax_t>(left, kChunkSize));
     book.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
+    if (!book) throw Failure(packed, "cannot be read back; try again");
     left -= chunk.size();
-    isWritten = WriteAll(descriptor, chunk);
+    if (!Write(chunk)) Fail();
   }
-  if (!book) throw Failure(packed, "cannot be read back; try again");
-  isWritten = isWritten && WriteAll(descriptor, end.value_or(""));
-  if (isStandardOutput && !isWritten) {
-    throw Failure("standard output", std::generic_category().message(errno) +
+  if (!Write(end.value_or(""))) Fail();
+  if (!IsStandardOutput()) Commit();
+}
+
+bool BookOutput::Write(std::string_view bytes) {
+  const int descriptor = IsStandardOutput() ? STDOUT_FILENO : output.Fd();
+  while (!bytes.empty()) {
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    if (written < 0 && errno != EINTR) {
+      error = errno;
+      return false;
+    }
+    if (written > 0) bytes.remove_prefix(static_cast<size_t>(written));
+  }
+  return true;
+}
+
+void BookOutput::Finish(const Provenance& provenance) {
+  if (IsStandardOutput()) return;
+  if (const std::optional<std::string> end = MarkedEnd(output.Fd(), provenance)) {
+    constexpr auto kBack = static_cast<off_t>(kEndOfContainer);
+    if (lseek(output.Fd(), -kBack, SEEK_END) < 0 || !Write(*end)) Fail();
+  }
+  Commit();
+}
+
+void BookOutput::Fail() const {
+  if (IsStandardOutput()) {
+    throw Failure("standard output", std::generic_category().message(error) +
                                          "; the book that went there is not whole");
   }
-  if (!isStandardOutput && (!isWritten || !output.Commit())) {
-    throw Failure(path, "cannot be written; check the room on its disk");
-  }
+  throw Failure(path, "cannot be written; check the room on its disk");
+}
+
+bool BookOutput::IsStandardOutput() const {
+  return path == kStandardStream;
+}
+
+void BookOutput::Commit() {
+  if (!output.Commit()) Fail();
 }

@@ -3,6 +3,7 @@
 #define KAVEPUB_BOOK_OUTPUT_H
 
 #include <filesystem>
+#include <string_view>
 
 #include "base/atomic_output.h"
 #include "hosts/kavepub/make/provenance.h"
@@ -17,9 +18,23 @@ class BookOutput {
   // Interrupted.
   void Take(const std::filesystem::path& packed, const Provenance& provenance);
 
+  // Writes the next bytes of a book; false when they cannot be written.
+  bool Write(std::string_view bytes);
+
+  // Marks a book that was written, and lets it appear; what went to the standard output stays
+  // without a mark, as that needs the whole. Throws a Failure.
+  void Finish(const Provenance& provenance);
+
+  // Throws the Failure for what could not be written.
+  [[noreturn]] void Fail() const;
+
  private:
+  bool IsStandardOutput() const;
+  void Commit();
+
   const std::filesystem::path& path;
   AtomicOutput output;
+  int error = 0;  // of the system, when something could not be written
 };
 
 #endif

@@ -1,28 +1,35 @@
 // Carries out one order: builds the book in a private directory and packs it.
 #include "hosts/kavepub/make/convert.h"
 
+#include <optional>
+#include <string_view>
+#include <utility>
+
 #include "builder/epub_base.h"
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/console/interruption.h"
 #include "hosts/kavepub/console/work_dir.h"
 #include "hosts/kavepub/make/book_output.h"
 #include "hosts/kavepub/make/pictures.h"
+#include "hosts/kavepub/make/plain_options.h"
+#include "hosts/kavepub/make/reader_book.h"
 #include "hosts/kavepub/make/service.h"
 #include "hosts/kavepub/make/text_book.h"
 #include "hosts/kavepub/plan/input_kind.h"
 #include "hosts/kavepub/source/html_metadata.h"
 #include "hosts/kavepub/source/standard_input.h"
+#include "hosts/kavepub/source/text_source.h"
 
 namespace {
-
-constexpr char kStandardInput[] = "standard input";
 
 // A book in the making, by the engine's record.
 class Build {
  public:
-  Build(const BookOrder& ordered, const BookOptions& chosen, Progress& shown)
+  Build(const BookOrder& ordered, const BookOptions& chosen, const std::string& standardInput,
+        Progress& shown)
       : order(ordered),
-        options(chosen),
+        options(PlainOptionsOf(chosen.chosen)),
+        piped(standardInput),
         progress(shown),
         workDir(chosen.workDir),
         service(workDir.Path()),
@@ -67,46 +74,27 @@ class Build {
     StopIfInterrupted();
   }
 
-  // The standard input as a file.
-  std::filesystem::path SavedStandardInput() const {
-    std::filesystem::path saved = workDir.Path() / "standard input";
-    SaveStandardInput(saved);
-    if (KindOf(saved) != BookKind::kText) {
-      throw Failure(saved, "is no text; save it to a file and convert that");
-    }
-    return saved;
-  }
-
-  // A text without a name is called like its book, if that has a name.
-  std::string TitleOfText() const {
-    if (order.inputs.front() != kStandardStream) return order.inputs.front().stem().string();
-    return order.output == kStandardStream ? "Untitled" : order.output.stem().string();
-  }
-
   Conversion MakeOfText() {
-    const bool isStandardInput = order.inputs.front() == kStandardStream;
-    const std::filesystem::path input =
-        isStandardInput ? SavedStandardInput() : order.inputs.front();
-    const TextSource source = PrepareText(input, options.decoding, workDir.Path());
-    const bool isLineMode = options.paragraphs == ParagraphMode::kAuto
-                                ? LinesAreParagraphs(source.file)
-                                : options.paragraphs == ParagraphMode::kLine;
-    if (!HoldsText(source.file)) {
-      throw Failure(input, "holds no text; there is nothing to convert");
+    const std::filesystem::path& input = order.inputs.front();
+    const bool isPiped = input == kStandardStream;
+    if (isPiped && KindOfBytes(kStandardInput, piped) != BookKind::kText) {
+      throw Failure(kStandardInput, "is no text; save it to a file and convert that");
     }
-    Begin(TitleOfText(), "");
+    const std::filesystem::path text = workDir.Path() / "text.txt";
+    const auto memory = isPiped ? std::optional<std::string_view>(piped) : std::nullopt;
+    TextSource source = DecodeText(input, memory, options.encoding, options.encodingErrors, text);
+    const bool isLineMode =
+        options.paragraphs == kAuto ? source.linesAreParagraphs : options.paragraphs == "line";
+    Begin(TitleOf(order), "");
     const auto addText = isLineMode ? AddTextOfParagraphs : AddWrappedText;
-    addText(service, source.file, progress);
+    addText(service, text, progress);
     Pack();
-    Conversion made{source.encoding + (isLineMode ? ", one paragraph a line" : ", wrapped lines")};
-    const std::string name = isStandardInput ? kStandardInput : input.string();
-    if (!source.warning.empty()) made.warnings = {OneLine(name + ": " + source.warning)};
-    return made;
+    return {source.encoding + (isLineMode ? ", one paragraph a line" : ", wrapped lines"),
+            std::move(source.warnings)};
   }
 
   Conversion MakeOfHtml() {
-    const std::string& declared = options.decoding.encoding;
-    const std::string encoding = declared == kAutoEncoding ? "" : declared;
+    const std::string encoding = options.encoding == kAuto ? "" : options.encoding;
     const HtmlMetadata metadata = ReadHtmlMetadata(order.inputs.front(), encoding);
     Begin(metadata.title.empty() ? order.inputs.front().stem().string() : metadata.title,
           metadata.author);
@@ -151,7 +139,8 @@ class Build {
   }
 
   const BookOrder& order;
-  const BookOptions& options;
+  const PlainOptions options;
+  const std::string& piped;
   Progress& progress;
   const WorkDir workDir;
   const Service service;
@@ -159,19 +148,44 @@ class Build {
   bool isMobiDone = false;
 };
 
+// What was chosen in vain, as the reader's edition is not made of such inputs.
+std::vector<BookWarning> WarningsOf(const BookOrder& order, const BookOptions& options) {
+  std::vector<BookWarning> warnings;
+  for (const std::string& name : PlainOptionsOf(options.chosen).ignored) {
+    warnings.push_back({OneLine(order.inputs.front().string()),
+                        "is made in the plain edition, which knows no --" + name});
+  }
+  return warnings;
+}
+
+Conversion MakePlainBook(const BookOrder& order, const BookOptions& options,
+                         const std::string& piped, BookOutput& output, const Provenance& provenance,
+                         Progress& progress) {
+  Build build(order, options, piped, progress);
+  Conversion made = build.Run();
+  output.Take(build.Packed(), provenance);
+  for (BookWarning& warning : WarningsOf(order, options)) {
+    made.warnings.push_back(std::move(warning));
+  }
+  return made;
+}
+
 }  // namespace
 
 Conversion ConvertBook(const BookOrder& order, const BookOptions& options,
                        const Provenance& provenance, Progress& progress) {
   BookOutput output(order.output);
-  Build build(order, options, progress);
-  Conversion made;
-  try {
-    made = build.Run();
-  } catch (const Failure& failure) {
-    if (order.inputs.front() != kStandardStream) throw;
-    throw Failure(kStandardInput, failure.Reason());  // whose name is only ours
+  const bool isPiped = order.inputs.front() == kStandardStream;
+  const std::string piped = isPiped ? ReadStandardInput() : std::string();
+  if (IsForReaders(order, options)) {
+    try {
+      BookReport report = MakeReadersBook(order, options, piped, output, progress);
+      output.Finish(provenance);
+      std::vector<BookWarning> warnings = report.warnings;
+      return {RemarkOn(report), std::move(warnings), std::move(report)};
+    } catch (const Unsupported&) {
+      // Something else than its name promises, of which only plain books are made.
+    }
   }
-  output.Take(build.Packed(), provenance);
-  return made;
+  return MakePlainBook(order, options, piped, output, provenance, progress);
 }

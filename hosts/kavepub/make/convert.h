@@ -2,6 +2,7 @@
 #ifndef KAVEPUB_CONVERT_H
 #define KAVEPUB_CONVERT_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,8 @@
 
 struct Conversion {
   std::string remark;  // on how the input was read ("GB18030, one paragraph a line"), or empty
-  std::vector<std::string> warnings = {};
+  std::vector<BookWarning> warnings = {};
+  std::optional<BookReport> report = {};  // of the reader's edition
 };
 
 // Makes the book that is ordered, and marks it with what it was made of. Throws a Failure, or

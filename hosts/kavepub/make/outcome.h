@@ -2,15 +2,19 @@
 #ifndef KAVEPUB_OUTCOME_H
 #define KAVEPUB_OUTCOME_H
 
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "hosts/kavepub/source/edition_job.h"
 
 struct Outcome {
   enum class Status { kDone, kPlanned, kUpToDate, kFailed, kInterrupted };
 
   Status status = Status::kDone;
   std::string message;  // a remark on a book that was made, the reason of a failure
-  std::vector<std::string> warnings = {};  // of a book that was made: each names its file
+  std::vector<BookWarning> warnings = {};  // of a book that was made
+  std::optional<BookReport> report = {};   // of one of the reader's edition, made or planned
   double seconds = 0;
 };
 

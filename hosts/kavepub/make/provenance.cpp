@@ -2,11 +2,15 @@
 #include "hosts/kavepub/make/provenance.h"
 
 #include <algorithm>
+#include <initializer_list>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
 #include "hosts/kavepub/console/interruption.h"
 #include "hosts/kavepub/make/digest.h"
+#include "hosts/kavepub/make/plain_options.h"
+#include "hosts/kavepub/make/reader_book.h"
 
 namespace {
 
@@ -42,16 +46,37 @@ std::string DigestOfSource(const BookOrder& order) {
   return digest.Text();
 }
 
-std::string DigestOfOptions(const BookOptions& options) {
+std::string DigestOfReaders(const EditionOptions& options) {
+  Digest digest;
+  digest.Add("reader's edition");
+  for (const auto& [name, value] : options) {
+    digest.Add(name);
+    const fs::path file = FileOf(name, value);
+    file.empty() ? digest.Add(value) : digest.AddFile(file);
+  }
+  return digest.Text();
+}
+
+// The number of a value, which stays when it is called otherwise.
+std::string PlaceIn(std::initializer_list<std::string_view> values, std::string_view value) {
+  return std::to_string(std::find(values.begin(), values.end(), value) - values.begin());
+}
+
+std::string DigestOfPlain(const PlainOptions& options) {
   Digest digest;
   for (const auto& text : {options.title, options.author}) {
     digest.Add(text ? "given" : "none").Add(text.value_or(""));
   }
   if (!options.cover.empty()) digest.AddFile(options.cover);
-  digest.Add(options.decoding.encoding);
-  digest.Add(std::to_string(static_cast<int>(options.decoding.errors)));
-  digest.Add(std::to_string(static_cast<int>(options.paragraphs)));
+  digest.Add(options.encoding);
+  digest.Add(PlaceIn({kAuto, "strict", "replace"}, options.encodingErrors));
+  digest.Add(PlaceIn({kAuto, "line", "wrapped"}, options.paragraphs));
   return digest.Text();
+}
+
+std::string DigestOfOptions(const BookOrder& order, const BookOptions& options) {
+  return IsForReaders(order, options) ? DigestOfReaders(options.chosen)
+                                      : DigestOfPlain(PlainOptionsOf(options.chosen));
 }
 
 std::string DigestOfPlace(const BookOrder& order) {
@@ -63,8 +88,8 @@ std::string DigestOfPlace(const BookOrder& order) {
 }  // namespace
 
 Provenance ProvenanceOf(const BookOrder& order, const BookOptions& options) {
-  if (order.inputs.front() == kStandardStream) return {{}, DigestOfOptions(options), {}};
-  return {DigestOfSource(order), DigestOfOptions(options), DigestOfPlace(order)};
+  if (order.inputs.front() == kStandardStream) return {{}, DigestOfOptions(order, options), {}};
+  return {DigestOfSource(order), DigestOfOptions(order, options), DigestOfPlace(order)};
 }
 
 bool IsAllKnown(const BookOrder& order) {

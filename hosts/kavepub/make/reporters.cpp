@@ -7,11 +7,14 @@
 #include <initializer_list>
 #include <mutex>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <utility>
 
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/console/interruption.h"
 #include "hosts/kavepub/console/standard_output.h"
+#include "hosts/kavepub/inspect/book_info.h"
+#include "hosts/kavepub/make/report_json.h"
 
 namespace {
 
@@ -56,8 +59,8 @@ class OneBookReporter : public CountingReporter {
 
  protected:
   void Tell(const BookOrder& order, const Outcome& outcome) override {
-    for (const std::string& warning : outcome.warnings) {
-      std::fprintf(stderr, "kavepub: warning: %s\n", warning.c_str());
+    for (const BookWarning& warning : outcome.warnings) {
+      std::fprintf(stderr, "kavepub: warning: %s\n", warning.Text().c_str());
     }
     if (outcome.status != Outcome::Status::kDone) {
       std::fprintf(stderr, "kavepub: %s\n", outcome.message.c_str());
@@ -79,7 +82,7 @@ class ReasonTable {
   void Add(const BookOrder& order, const std::string& reason) {
     const std::string name = OneLine(order.inputs.front().string());
     // A reason about another file than the input names it itself.
-    const bool isOfInput = reason.starts_with(name + ": ");
+    const bool isOfInput = reason.starts_with(name + ": ") || reason.starts_with(name + ", ");
     rows.emplace_back(name, reason.substr(isOfInput ? name.size() + 2 : 0));
   }
 
@@ -130,7 +133,7 @@ class Troubles {
  public:
   void Add(const BookOrder& order, const Outcome& outcome) {
     if (outcome.status == Outcome::Status::kFailed) failures.Add(order, outcome.message);
-    for (const std::string& warning : outcome.warnings) warnings.Add(order, warning);
+    for (const BookWarning& warning : outcome.warnings) warnings.Add(order, warning.Text());
   }
 
   void Print() {
@@ -248,7 +251,7 @@ class ManyBooksReporter : public CountingReporter {
 
 class PlanReporter : public CountingReporter {
  public:
-  explicit PlanReporter(bool quiet) : isQuiet(quiet) {}
+  PlanReporter(bool quiet, bool isBatch) : isQuiet(quiet), tellsContents(!isBatch) {}
 
   void Skip(const Skipped& skipped) override { skippedLine.Add(skipped); }
 
@@ -264,12 +267,24 @@ class PlanReporter : public CountingReporter {
     const size_t others = order.inputs.size() - 1;
     const std::string more = others > 0 ? " and " + std::to_string(others) + " more" : "";
     const bool isThere = outcome.status == Outcome::Status::kUpToDate;
+    const std::string remark = outcome.message.empty() ? "" : ": " + outcome.message;
     Say(OneLine(order.inputs.front().string()) + more + " -> " + OneLine(order.output.string()) +
-        " (" + NameOf(order.kind) + (isThere ? ", up to date)" : ")"));
+        " (" + NameOf(order.kind) + remark + (isThere ? ", up to date)" : ")"));
+    if (tellsContents && outcome.report) Say(Judgeable(*outcome.report));
   }
 
  private:
+  // What a person can judge before the book is made.
+  static std::string Judgeable(const BookReport& report) {
+    std::string text = "  Title     " + OneLine(report.Fact("title"));
+    std::istringstream authors(report.Fact("authors"));
+    for (std::string author; std::getline(authors, author);) text += "\n  Author    " + author;
+    if (!report.chapters.empty()) text += "\n  Contents" + ContentsForPeople(report.chapters);
+    return text;
+  }
+
   bool isQuiet;
+  bool tellsContents;
   Troubles troubles;
   SkippedLine skippedLine;
 };
@@ -292,7 +307,11 @@ class JsonReporter : public CountingReporter {
     book["kind"] = NameOf(order.kind);
     book["status"] = NameOf(outcome.status);
     book["message"] = outcome.message;
-    book["warnings"] = outcome.warnings;
+    book["warnings"] = nlohmann::json::array();
+    for (const BookWarning& warning : outcome.warnings) {
+      book["warnings"].push_back(AsJson(warning));
+    }
+    if (outcome.report) book["report"] = AsJson(*outcome.report);
     book["seconds"] = std::round(outcome.seconds * 1000) / 1000;
     Print(book);
   }
@@ -342,8 +361,8 @@ std::unique_ptr<CountingReporter> ReportManyBooks(size_t books, bool quiet) {
   return std::make_unique<ManyBooksReporter>(books, quiet);
 }
 
-std::unique_ptr<CountingReporter> ReportPlan(bool quiet) {
-  return std::make_unique<PlanReporter>(quiet);
+std::unique_ptr<CountingReporter> ReportPlan(bool quiet, bool isBatch) {
+  return std::make_unique<PlanReporter>(quiet, isBatch);
 }
 
 std::unique_ptr<CountingReporter> ReportInJson() {

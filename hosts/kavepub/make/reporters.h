@@ -50,8 +50,8 @@ std::unique_ptr<CountingReporter> ReportOneBook(bool quiet);
 // Many books: a live line while they are made, then the sums and a table of the failures.
 std::unique_ptr<CountingReporter> ReportManyBooks(size_t books, bool quiet);
 
-// Many books that are only planned: a line for each.
-std::unique_ptr<CountingReporter> ReportPlan(bool quiet);
+// Books that are only planned: a line for each, and the contents of one that is not of a batch.
+std::unique_ptr<CountingReporter> ReportPlan(bool quiet, bool isBatch);
 
 // One JSON object a line for each book.
 std::unique_ptr<CountingReporter> ReportInJson();

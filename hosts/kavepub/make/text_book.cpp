@@ -226,15 +226,6 @@ class ParagraphWriter {
 
 }  // namespace
 
-bool HoldsText(const std::filesystem::path& text) {
-  NoProgress nobody;
-  LineReader lines(text, nobody);
-  for (std::string line; lines.Next(line, kLongestLine);) {
-    if (!IsBlank(line)) return true;
-  }
-  return false;
-}
-
 void AddWrappedText(const Service& service, const std::filesystem::path& text, Progress& progress) {
   LineReader lines(text, progress);
   PageFiller pages(service, text, lines);

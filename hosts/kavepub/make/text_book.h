@@ -7,9 +7,6 @@
 #include "hosts/kavepub/make/progress.h"
 #include "hosts/kavepub/make/service.h"
 
-// Whether there is anything in a text in UTF-8 but blanks.
-bool HoldsText(const std::filesystem::path& text);
-
 // Add all pages of a text in UTF-8 to the book that `service` has begun. A wrapped text gets the
 // lines, pages and paragraphs of the engine's own text conversion; otherwise each line that is not
 // blank becomes a paragraph. They throw a Failure, or Interrupted.

@@ -3,12 +3,10 @@
 #define KAVEPUB_BOOK_ORDER_H
 
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "hosts/kavepub/source/paragraph_mode.h"
-#include "hosts/kavepub/source/text_source.h"
+#include "hosts/kavepub/source/edition_job.h"
 
 inline constexpr char kBookExtension[] = ".epub";
 
@@ -33,13 +31,21 @@ struct BookOrder {
   std::string refusal;  // why it cannot be made, known beforehand; empty when it can
 };
 
+// A text without a name is called like its book, if that has a name.
+inline std::string TitleOf(const BookOrder& order) {
+  if (order.inputs.front() != kStandardStream) return order.inputs.front().stem().string();
+  return order.output == kStandardStream ? "Untitled" : order.output.stem().string();
+}
+
+// Books that read like bought ones, where the library makes them of such an input yet; or books of
+// a fixed form.
+enum class Edition { kReader, kPlain };
+
 // What holds for all books of a call.
 struct BookOptions {
-  std::optional<std::string> title;   // none: the document's own, or the name of the input
-  std::optional<std::string> author;  // none: the document's own, or none
-  std::filesystem::path cover;        // empty: none
-  DecodingOptions decoding;
-  ParagraphMode paragraphs = ParagraphMode::kAuto;
+  Edition edition = Edition::kReader;
+  EditionOptions chosen;
+  bool isAlone = true;            // the only book in the making, which may use all processors
   std::filesystem::path workDir;  // where working directories are made; empty: the system's place
   bool force = false;             // replace books that exist
   bool dryRun = false;            // make nothing

@@ -33,8 +33,10 @@ constexpr Signature kForeignPictures[] = {
     {"....ftypmsf1"sv, "a HEIC"}, {"....ftypavif"sv, "an AVIF"}, {"....ftypavis"sv, "an AVIF"},
 };
 
+constexpr std::string_view kZip = "PK\x03\x04";
+
 constexpr Signature kForeign[] = {
-    {"PK\x03\x04"sv, "a ZIP, EPUB or office file"},
+    {kZip, "a ZIP, EPUB or office file"},
     {"%PDF-"sv, "a PDF file"},
     {"{\\rtf"sv, "an RTF file"},
     {"\xD0\xCF\x11\xE0"sv, "an old office file"},
@@ -156,7 +158,11 @@ std::string ReasonAgainst(std::string_view beginning, std::string_view element) 
 
 BookKind KindOf(const std::filesystem::path& file) {
   RequireReadable(file);
-  const std::string beginning = Peek(file);
+  return KindOfBytes(file, Peek(file));
+}
+
+BookKind KindOfBytes(const std::filesystem::path& file, std::string_view beginning) {
+  beginning = beginning.substr(0, kPeekSize);
   if (FindSignature(kPictures, beginning) != nullptr) return BookKind::kPictures;
   if (BeginsLikeMobi(beginning)) return BookKind::kMobi;
   const std::string element = FirstElement(beginning);
@@ -182,6 +188,10 @@ std::optional<BookKind> KindByName(const std::filesystem::path& file) {
 bool IsCalledLikePicture(const std::filesystem::path& file) {
   return KindByName(file) == BookKind::kPictures ||
          IsOneOf(kForeignPictureExtensions, ExtensionOf(file));
+}
+
+bool IsZip(const std::filesystem::path& file) {
+  return Peek(file).starts_with(kZip);
 }
 
 std::string ExtensionOf(const std::filesystem::path& file) {

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "hosts/kavepub/plan/book_order.h"
 
@@ -12,11 +13,17 @@
 // cannot be read or no book can be made of it.
 BookKind KindOf(const std::filesystem::path& file);
 
+// The same of bytes that came by that name.
+BookKind KindOfBytes(const std::filesystem::path& name, std::string_view bytes);
+
 // The kind that a file's extension promises, in letters of either size; none for other extensions.
 std::optional<BookKind> KindByName(const std::filesystem::path& file);
 
 // Whether a file is called like a picture, of a kind that a book can show or not.
 bool IsCalledLikePicture(const std::filesystem::path& file);
+
+// Whether a file is a container, as EPUB books are.
+bool IsZip(const std::filesystem::path& file);
 
 // The extension of a file in lower case: ".txt".
 std::string ExtensionOf(const std::filesystem::path& file);

@@ -4,11 +4,11 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
-#include <fstream>
+#include <memory>
 #include <system_error>
-#include <vector>
 
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/console/interruption.h"
@@ -32,17 +32,15 @@ void WaitForInput() {
 
 }  // namespace
 
-void SaveStandardInput(const std::filesystem::path& target) {
-  std::ofstream file(target, std::ios::binary);
-  std::vector<char> chunk(kChunkSize);
+std::string ReadStandardInput() {
+  std::string content;
+  const auto chunk = std::make_unique<std::array<char, kChunkSize>>();
   for (;;) {
     WaitForInput();
-    const ssize_t count = read(STDIN_FILENO, chunk.data(), chunk.size());
+    const ssize_t count = read(STDIN_FILENO, chunk->data(), chunk->size());
     if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throw Failure("standard input", std::generic_category().message(errno));
-    if (count == 0) break;
-    file.write(chunk.data(), count);
+    if (count < 0) throw Failure(kStandardInput, std::generic_category().message(errno));
+    if (count == 0) return content;
+    content.append(chunk->data(), static_cast<size_t>(count));
   }
-  file.close();
-  if (file.fail()) throw Failure(target, "cannot be written; check the room on its disk");
 }

@@ -1,10 +1,10 @@
-// The standard input as a file.
+// The standard input as an input.
 #ifndef KAVEPUB_STANDARD_INPUT_H
 #define KAVEPUB_STANDARD_INPUT_H
 
-#include <filesystem>
+#include <string>
 
-// Copies all of it to a new file. Throws a Failure, or Interrupted while nothing comes.
-void SaveStandardInput(const std::filesystem::path& target);
+// Reads all of it. Throws a Failure, or Interrupted while nothing comes.
+std::string ReadStandardInput();
 
 #endif

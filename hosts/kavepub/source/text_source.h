@@ -1,34 +1,25 @@
-// The text of a file, made ready for the engine: UTF-8, with line feeds as line ends.
+// The text of an input, made ready for the engine: UTF-8, with line feeds as line ends.
 #ifndef KAVEPUB_TEXT_SOURCE_H
 #define KAVEPUB_TEXT_SOURCE_H
 
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
-// What becomes of a text with bytes that are no character: a Failure, or U+FFFD in their place.
-// With kAuto so when few are damaged, a Failure otherwise.
-enum class EncodingErrors { kAuto, kStrict, kReplace };
-
-inline constexpr char kAutoEncoding[] = "auto";
-
-struct DecodingOptions {
-  std::string encoding = kAutoEncoding;  // or a name that iconv knows
-  EncodingErrors errors = EncodingErrors::kAuto;
-};
+#include "hosts/kavepub/source/edition_job.h"
 
 struct TextSource {
-  std::filesystem::path file;  // the input itself, when there was nothing to change
-  std::string encoding;        // of the input, as found or declared
-  std::string warning;         // what could not be decoded; empty when all could
+  std::string encoding;             // of the input, as found or declared
+  bool linesAreParagraphs = false;  // as it looks
+  std::vector<BookWarning> warnings = {};
 };
 
-// Throws a Failure when there is no such encoding.
-void RequireEncoding(const std::string& encoding);
-
-// Decodes a text into workDir: byte order mark and DOS end-of-file byte dropped, CR LF and CR made
-// LF. Throws a Failure that names the first byte that cannot be decoded, or an encoding that does
-// not exist.
-TextSource PrepareText(const std::filesystem::path& text, const DecodingOptions& options,
-                       const std::filesystem::path& workDir);
+// Writes the characters of a text, or of what was piped, to a new file. `encoding` and `errors` are
+// values of the library's options of these names. Throws a Failure, or Interrupted.
+TextSource DecodeText(const std::filesystem::path& text, std::optional<std::string_view> piped,
+                      const std::string& encoding, const std::string& errors,
+                      const std::filesystem::path& target);
 
 #endif

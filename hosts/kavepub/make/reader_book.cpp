@@ -1,0 +1,60 @@
+// Hands orders to jobs of the library.
+#include "hosts/kavepub/make/reader_book.h"
+
+#include "hosts/kavepub/source/standard_input.h"
+
+namespace {
+
+constexpr char kUndetermined[] = "und";  // the language of what has too few words
+
+EditionJob NewJob(const BookOrder& order, const BookOptions& options, const std::string& piped) {
+  EditionOptions chosen = options.chosen;
+  if (!options.isAlone) chosen.emplace_back("threads", "1");
+  EditionJob job(chosen);
+  if (order.inputs.front() == kStandardStream) {
+    job.AddStandardInput(TitleOf(order), piped);
+  } else {
+    for (const std::filesystem::path& input : order.inputs) job.Add(input);
+  }
+  return job;
+}
+
+EditionJob::Listener ShowIn(Progress& progress) {
+  return [&progress](double share) { progress.Show(share); };
+}
+
+}  // namespace
+
+bool IsForReaders(const BookOrder& order, const BookOptions& options) {
+  return options.edition == Edition::kReader && EditionReads(NameOf(order.kind));
+}
+
+BookReport MakeReadersBook(const BookOrder& order, const BookOptions& options,
+                           const std::string& piped, BookOutput& output, Progress& progress) {
+  bool isTaken = true;
+  const auto take = [&](std::string_view bytes) { return isTaken = output.Write(bytes); };
+  try {
+    return NewJob(order, options, piped).Run(take, ShowIn(progress));
+  } catch (const Failure&) {
+    if (!isTaken) output.Fail();
+    throw;
+  }
+}
+
+BookReport ExamineForReaders(const BookOrder& order, const BookOptions& options,
+                             Progress& progress) {
+  const bool isPiped = order.inputs.front() == kStandardStream;
+  const std::string piped = isPiped ? ReadStandardInput() : std::string();
+  return NewJob(order, options, piped).Examine(ShowIn(progress));
+}
+
+std::string RemarkOn(const BookReport& report) {
+  std::string remark;
+  for (const char* name : {"encoding", "language"}) {
+    const std::string fact = report.Fact(name);
+    if (!fact.empty() && fact != kUndetermined) remark += fact + ", ";
+  }
+  const size_t count = report.chapters.size();
+  if (count == 0) return remark + "no chapters";
+  return remark + std::to_string(count) + (count == 1 ? " chapter" : " chapters");
+}
