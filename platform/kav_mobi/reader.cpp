@@ -30,6 +30,8 @@ constexpr uint64_t kSmallText = uint64_t{1} << 20;
 constexpr uint64_t kMaxFragments = 32768;
 
 constexpr size_t kDatabaseHeaderSize = 78;
+constexpr size_t kRecordCountOffset = 76;
+constexpr size_t kRecordEntrySize = 8;  // begins with the place of the record
 constexpr Bytes kBookTypes[] = KAV_MOBI_TYPES;
 
 constexpr size_t kIndexCountOffset = 24;
@@ -98,6 +100,25 @@ bool IsBookType(int file) {
                      [types](Bytes type) { return types.starts_with(type); });
 }
 
+// libmobi takes memory for all that is between a record and the next one before it reads it.
+bool RecordsAreInOrder(int file, uint64_t fileSize) {
+  std::array<char, kDatabaseHeaderSize> header{};
+  if (pread(file, header.data(), header.size(), 0) != ssize_t{kDatabaseHeaderSize}) return false;
+  const uint64_t count = BigEndian16({header.data(), header.size()}, kRecordCountOffset);
+  std::string entries(count * kRecordEntrySize, '\0');
+  if (pread(file, entries.data(), entries.size(), kDatabaseHeaderSize) !=
+      static_cast<ssize_t>(entries.size())) {
+    return false;
+  }
+  uint64_t last = 0;
+  for (size_t at = 0; at < entries.size(); at += kRecordEntrySize) {
+    const uint64_t place = BigEndian32(entries, at);
+    if (place < last || place > fileSize) return false;
+    last = place;
+  }
+  return true;
+}
+
 bool LooksLikeHtml(Bytes text) {
   const Bytes start = text.substr(0, kHtmlMarkReach);
   return std::any_of(kHtmlMarks.begin(), kHtmlMarks.end(),
@@ -125,7 +146,7 @@ int Book::Load(UniqueFd descriptor) {
   if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return KAV_MOBI_E_OPEN;
   if (!IsBookType(file)) return KAV_MOBI_E_NOT_MOBI;
   const auto size = static_cast<uint64_t>(status.st_size);
-  if (size > kMaxFileSize) return KAV_MOBI_E_DAMAGED;
+  if (size > kMaxFileSize || !RecordsAreInOrder(file, size)) return KAV_MOBI_E_DAMAGED;
 
   data.reset(mobi_init());
   if (!data) return KAV_MOBI_E_MEMORY;
