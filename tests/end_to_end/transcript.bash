@@ -112,7 +112,8 @@ flip() {
 
 # What shells offer for words, and at the ends of lines.
 offered_by_bash() {
-  bash -uc 'source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kavepub; echo "${COMPREPLY[*]}"' \
+  bash -uc 'compopt() { :; }; source "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _kavepub
+    echo "${COMPREPLY[*]}"' \
     bash "$HERE/../../packaging/completions/kavepub.bash" "$@"
 }
 offered_by_zsh() {
