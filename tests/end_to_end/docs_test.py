@@ -5,15 +5,15 @@ import re
 import sys
 import unittest
 
-from book import BUILD, JPEG, PNG, SOURCE, WITHOUT_COVER, Book, ToolTest, run
+from book import BUILD, JPEG, PNG, SOURCE, WITHOUT_COVER, Book, ToolTest, leave_for_epubcheck, run
 from transcript import COMMAND, come_out, is_as_expected
 
 DOCS = SOURCE / "docs"
 PAGES = sorted(DOCS.glob("*.md")) + sorted(SOURCE.glob("*.md"))
 STRICT = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 # A host is checked for leaks: the examples show who releases what.
-BUILDING = [f"-I{SOURCE}", f"-I{SOURCE}/service", "-fsanitize=address,undefined",
-            f"-L{BUILD}/lib", "-lKav_Epub", f"-Wl,-rpath,{BUILD}/lib"]
+BUILDING = [f"-I{SOURCE}", f"-I{SOURCE}/service", f"-I{SOURCE}/edition", f"-L{BUILD}/lib",
+            "-fsanitize=address,undefined", "-lKav_Epub", "-lkavepub", f"-Wl,-rpath,{BUILD}/lib"]
 COMPILERS = {"c": ["cc", "-std=c99"], "cpp": ["c++", "-std=c++20"]}
 
 
@@ -59,8 +59,11 @@ class Examples(ToolTest):
                 done = self.run_program(language, code)
                 self.assertEqual((done.returncode, done.stderr, done.stdout), (0, "", output))
                 self.assertFalse((self.dir / "epub_temp").exists())
-        for book in self.dir.glob("*.epub"):
-            Book(book).check(self)
+        for book in map(Book, self.dir.glob("*.epub")):
+            if book.is_plain:
+                book.check(self)
+            else:
+                leave_for_epubcheck(book.path, set())
 
     def test_readme(self):
         readme = (SOURCE / "README.md").read_text()
