@@ -32,8 +32,12 @@ std::string Folded(std::string_view text) {
 
 // Without the signs around it: "*** Chapter 1 ***", "# Chapter 1", "_Chapter 1_"; brackets stay.
 std::string_view WithoutSigns(std::string_view text) {
-  constexpr std::u32string_view kSigns = U"*#=_~＊＃＝";
+  constexpr std::u32string_view kSigns = U"*#=_~＊＃＝-–—─━◆◇●○■□★☆※";
   const std::string_view whole = text;
+  // The end of a caption that the heading stands in.
+  if (text.ends_with(']') && text.find('[') == std::string_view::npos) {
+    return WithoutBlanksBehind(text.substr(0, text.size() - 1));
+  }
   while (!text.empty() &&
          (kSigns.find(FirstOf(text)) != std::u32string_view::npos || IsBlank(FirstOf(text)))) {
     text = WithoutFirst(text);

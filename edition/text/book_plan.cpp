@@ -17,28 +17,39 @@ std::uint32_t TitleLines(const Heading& heading, const Candidate& candidate) {
   }
 }
 
-// The list of contents: most links that are near each other, before the first heading.
+// The list of contents: most links that are near each other, with no heading between.
 struct List {
   LinePlace begin;
   LinePlace end;
   size_t links = 0;
 };
 
+// The first heading behind a line.
+size_t HeadingBehind(const Structure& structure, std::uint32_t line) {
+  const auto& headings = structure.headings;
+  const auto next =
+      std::upper_bound(headings.begin(), headings.end(), line,
+                       [](std::uint32_t at, const Heading& heading) { return at < heading.line; });
+  return static_cast<size_t>(next - headings.begin());
+}
+
 List FindList(const SurveyResult& survey, const Structure& structure) {
   constexpr std::uint32_t kNear = 25;
   List best;
   List current;
-  const std::uint32_t first = structure.headings.empty() ? 0 : structure.headings.front().line;
   for (const ListLink& link : structure.links) {
-    if (link.line >= first) break;
-    const bool goesOn = current.links > 0 && link.line - current.end.line <= kNear;
+    if (link.line >= structure.headings[link.heading].line) continue;
+    const bool goesOn =
+        current.links > 0 && link.line - current.end.line <= kNear &&
+        HeadingBehind(structure, link.line) == HeadingBehind(structure, current.begin.line);
     if (!goesOn) current = {{link.line, link.textLine}, {}, 0};
     current.end = {link.line, link.textLine};
     ++current.links;
     if (current.links > best.links) best = current;
   }
   for (const LinePlace& title : survey.listTitles) {
-    if (title.line < best.begin.line && best.begin.line - title.line <= kNear) {
+    if (title.line < best.begin.line && best.begin.line - title.line <= kNear &&
+        HeadingBehind(structure, title.line) == HeadingBehind(structure, best.begin.line)) {
       best.begin = title;
       break;
     }
@@ -46,42 +57,75 @@ List FindList(const SurveyResult& survey, const Structure& structure) {
   return best;
 }
 
+class Planner {
+ public:
+  Planner(const SurveyResult& surveyed, const Structure& chosen)
+      : survey(surveyed),
+        headings(chosen.headings),
+        list(FindList(surveyed, chosen)),
+        behindList(HeadingBehind(chosen, list.begin.line)),
+        line(surveyed.firstLine),
+        textLine(surveyed.firstTextLine) {}
+
+  BookPlan Plan() {
+    for (size_t i = 0; i < headings.size(); ++i) {
+      if (i == behindList) PlanList();
+      if (i == 0 || i == behindList) PlanText(PlaceOf(i).textLine);
+      PlanHeading(i);
+    }
+    if (headings.empty()) PlanText(survey.endTextLine);
+    if (survey.endLine != UINT32_MAX || survey.firstLine > 0) Add(survey.endLine, Kind::kLicence);
+    if (plan.documents.empty()) Add(survey.firstLine, Kind::kText);
+    return std::move(plan);
+  }
+
+ private:
+  using Kind = PlannedDocument::Kind;
+
+  const Candidate& PlaceOf(size_t heading) const {
+    return survey.candidates[headings[heading].candidate];
+  }
+
+  void Add(std::uint32_t begin, Kind kind) { plan.documents.push_back({begin, kind}); }
+
+  // What stands between the last document and a heading.
+  void PlanText(std::uint32_t end) {
+    if (end > textLine) Add(line, Kind::kText);
+  }
+
+  void PlanList() {
+    constexpr size_t kShortestList = 3;
+    if (list.links < kShortestList) return;
+    if (behindList == 0) PlanText(list.begin.textLine);
+    Add(list.begin.line, Kind::kList);
+    plan.listBegin = list.begin.line;
+    plan.listEnd = list.end.line;
+    line = list.end.line + 1;
+    textLine = list.end.textLine + 1;
+  }
+
+  void PlanHeading(size_t i) {
+    const bool isBelow = i > 0 && headings[i].level > headings[i - 1].level &&
+                         PlaceOf(i).textLine - PlaceOf(i - 1).textLine <=
+                             1 + TitleLines(headings[i - 1], PlaceOf(i - 1));
+    const bool isSection = !headings[i].isInContents && !plan.documents.empty();
+    if (!isBelow && !isSection) Add(headings[i].line, Kind::kText);
+    plan.ofHeading.push_back(static_cast<std::uint32_t>(plan.documents.size() - 1));
+    line = headings[i].line + 1;
+    textLine = UINT32_MAX;  // its own text belongs to it
+  }
+
+  const SurveyResult& survey;
+  const std::vector<Heading>& headings;
+  const List list;
+  const size_t behindList;  // the heading that follows the list
+  std::uint32_t line;  // where the text begins that is in no document, and among the text lines
+  std::uint32_t textLine;
+  BookPlan plan;
+};
+
 }  // namespace
 
 BookPlan PlanBook(const SurveyResult& survey, const Structure& structure) {
-  constexpr size_t kShortestList = 3;
-  using Kind = PlannedDocument::Kind;
-  BookPlan plan;
-  const List list = FindList(survey, structure);
-  std::uint32_t textLine = survey.firstTextLine;  // the first that is not in a document
-  std::uint32_t line = survey.firstLine;
-  const auto addUpTo = [&](std::uint32_t end) {
-    if (end > textLine) plan.documents.push_back({line, Kind::kText});
-  };
-  if (list.links >= kShortestList) {
-    addUpTo(list.begin.textLine);
-    plan.documents.push_back({list.begin.line, Kind::kList});
-    plan.listBegin = list.begin.line;
-    plan.listEnd = list.end.line;
-    textLine = list.end.textLine + 1;
-    line = list.end.line + 1;
-  }
-  const auto& headings = structure.headings;
-  const auto placeOf = [&](size_t i) -> const Candidate& {
-    return survey.candidates[headings[i].candidate];
-  };
-  addUpTo(headings.empty() ? survey.endTextLine : placeOf(0).textLine);
-  for (size_t i = 0; i < headings.size(); ++i) {
-    const bool isBelow = i > 0 && headings[i].level > headings[i - 1].level &&
-                         placeOf(i).textLine - placeOf(i - 1).textLine <=
-                             1 + TitleLines(headings[i - 1], placeOf(i - 1));
-    const bool isSection = !headings[i].isInContents && !plan.documents.empty();
-    if (!isBelow && !isSection) plan.documents.push_back({headings[i].line, Kind::kText});
-    plan.ofHeading.push_back(static_cast<std::uint32_t>(plan.documents.size() - 1));
-  }
-  if (survey.endLine != UINT32_MAX || survey.firstLine > 0) {
-    plan.documents.push_back({survey.endLine, Kind::kLicence});
-  }
-  if (plan.documents.empty()) plan.documents.push_back({survey.firstLine, Kind::kText});
-  return plan;
+  return Planner(survey, structure).Plan();
 }

@@ -43,6 +43,7 @@ class Chooser {
       if (all[i].form != HeadingLine::Form::kNamed) byKind[all[i].kind].push_back(i);
     }
     for (auto& [kind, members] : byKind) FindLists(members);
+    for (auto& [kind, members] : byKind) FindVolumesInLists(members);
     for (const auto& [kind, members] : byKind) TryStrong(kind, members);
     for (const auto& [kind, members] : byKind) TryWeak(kind, members);
     TryListed();
@@ -71,6 +72,7 @@ class Chooser {
   double Look(const Candidate& c) const;
   void FindLists(const Indices& members);
   void JudgeList(const Indices& members, size_t begin, size_t end);
+  void FindVolumesInLists(const Indices& members);
   double Link(Index from, Index to) const;
   void DropUnlikely(Indices& chain) const;
   Indices BestChain(const Indices& members) const;
@@ -174,6 +176,19 @@ void Chooser::JudgeList(const Indices& members, size_t begin, size_t end) {
   const size_t count = last - begin;
   if (found * 2 < count && empty * 2 < count) return;  // short chapters
   for (size_t i = begin; i < last; ++i) isInList[members[i]] = true;
+}
+
+// Volumes with nothing but entries of a list up to the next one, or around them, are entries, too.
+void Chooser::FindVolumesInLists(const Indices& members) {
+  for (size_t i = 0; i < members.size(); ++i) {
+    const Index volume = members[i];
+    if (RankOf(all[volume].UnitIn()) != Rank::kVolume || volume + 1 == all.size()) continue;
+    Index end = volume + 1;
+    while (end < all.size() && isInList[end] && all[end].kind != all[volume].kind) ++end;
+    if (end == volume + 1) continue;
+    const bool isBeforeNext = i + 1 < members.size() && members[i + 1] == end;
+    if (isBeforeNext || (volume > 0 && isInList[volume - 1])) isInList[volume] = true;
+  }
 }
 
 // How well one heading follows another by its number.
@@ -395,7 +410,7 @@ void Chooser::TrySetApart() {
 
 // Whether headings of one kind hold those of the other: each of them is followed by some.
 bool Chooser::IsAbove(const Group& upper, const Group& lower) const {
-  if (upper.members.size() >= lower.members.size()) return false;
+  if (upper.members.size() < 2 || upper.members.size() >= lower.members.size()) return false;
   size_t holding = 0;
   size_t beginning = 0;
   size_t at = 0;
@@ -460,7 +475,7 @@ void Chooser::AddNamed() {
 bool Chooser::HasTitleInNextLine(const Candidate& c) const {
   const size_t longest = isWide ? 42 : 60;
   return c.titleHash == 0 && c.blanksBehind <= 2 && c.nextLength > 0 && c.nextLength <= longest &&
-         !c.Is(Candidate::kNextEndsSentence) && !c.Is(Candidate::kNextIsSpeech) &&
+         !c.Is(Candidate::kNextEndsSentence) && !c.Is(Candidate::kNextIsNoTitle) &&
          (isWide || c.Is(Candidate::kNextStandsAlone));
 }
 

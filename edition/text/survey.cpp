@@ -241,8 +241,8 @@ void Survey::FillNext(const Line& line) {
     is |= Candidate::kNextEndsSentence;
   }
   if (IsSmall(first) ||
-      std::u32string_view(U"\"“‘「『„«'—").find(first) != std::u32string_view::npos) {
-    is |= Candidate::kNextIsSpeech;
+      std::u32string_view(U"\"“‘「『„«'—[").find(first) != std::u32string_view::npos) {
+    is |= Candidate::kNextIsNoTitle;
   }
   candidate.surrounding = static_cast<std::uint8_t>(candidate.surrounding | is);
   openSecond = openNext;

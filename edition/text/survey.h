@@ -19,7 +19,7 @@ struct Candidate {
     kIsListed = 2,          // a list of contents names it
     kNextIsCapitals = 4,    // of the next line that is not blank
     kNextEndsSentence = 8,  // or opens what follows, as with a colon
-    kNextIsSpeech = 16,     // or begins with a small letter
+    kNextIsNoTitle = 16,    // but speech, the caption of a picture, or a small letter begins it
     kInsideList = 32,       // of contents
     kNextStandsAlone = 64,  // a blank line follows it
   };
