@@ -13,7 +13,10 @@ p { margin: 0; text-align: justify; orphans: 2; widows: 2; }
 p.break { margin: 1.2em 0; text-align: center; text-indent: 0; page-break-inside: avoid; }
 p.gap { text-indent: 0; }
 p.center { margin: 1em 0; text-align: center; text-indent: 0; }
+p.title { margin: 3em 0 1.5em; font-size: 1.5em; font-weight: bold; line-height: 1.3;
+  text-align: center; text-indent: 0; }
 p.right { margin: 0.5em 0; text-align: right; text-indent: 0; }
+p.item { margin-left: 2em; text-indent: -1.5em; }
 p.indent, .indent p { margin-left: 2em; }
 blockquote { margin: 1em 2em; }
 hr { width: 20%; margin: 1.5em auto; border: 0; border-top: 1px solid; }
@@ -102,7 +105,7 @@ body { line-height: 1.6; }
 constexpr std::string_view kRightToLeft = R"(
 /* From right to left */
 p.right { text-align: left; }
-p.indent, .indent p { margin-left: 0; margin-right: 2em; }
+p.indent, .indent p, p.item { margin-left: 0; margin-right: 2em; }
 div.verse { margin: 1em 1.5em 1em 0; }
 div.verse p { padding-left: 0; padding-right: 2em; text-align: right; }
 th, td, td p, th p, p.entry { text-align: right; }

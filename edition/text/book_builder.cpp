@@ -67,10 +67,12 @@ bool EndsAsSentence(std::string_view text) {
 }  // namespace
 
 BookBuilder::BookBuilder(const SurveyResult& surveyed, const Structure& chosen,
-                         const Layout& textLayout, const WordSet& words, BookSink& target)
+                         const Layout& textLayout, const WordSet& words, const Metadata& named,
+                         BookSink& target)
     : survey(surveyed),
       structure(chosen),
       layout(textLayout),
+      facts(named),
       sink(target),
       plan(PlanBook(surveyed, chosen)),
       writer(target),
@@ -112,6 +114,10 @@ Status BookBuilder::BeginDocument(const PlannedDocument& planned) {
   if (isLicence) document.role = Document::Role::kBackMatter;
   writer.Begin(std::move(document));
   paragraphs.BeginSection();
+  const auto& headings = structure.headings;
+  if (nextDocument == 1 && (headings.empty() || planned.line < headings.front().line)) {
+    paragraphs.BeginTitlePage(facts, !headings.empty());
+  }
   if (!isLicence) return Done();
   // What stood before the book comes first.
   for (std::string_view rest = licence; !rest.empty();) {

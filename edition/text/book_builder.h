@@ -16,7 +16,7 @@ class BookBuilder {
  public:
   // All of these outlive the builder.
   BookBuilder(const SurveyResult& surveyed, const Structure& chosen, const Layout& textLayout,
-              const WordSet& words, BookSink& target);
+              const WordSet& words, const Metadata& named, BookSink& target);
 
   // Every line of the text, or a further piece of the last one.
   Status Take(std::string_view line, std::uint64_t number, bool isContinued);
@@ -36,6 +36,7 @@ class BookBuilder {
   const SurveyResult& survey;
   const Structure& structure;
   const Layout& layout;
+  const Metadata& facts;
   BookSink& sink;
   BookPlan plan;
   BodyWriter writer;

@@ -128,6 +128,7 @@ double Chooser::Look(const Candidate& c) const {
   if (c.Has(HeadingLine::kSmallLetter)) look -= 1.5;
   if (c.Has(HeadingLine::kEndsSentence))
     look -= c.length > 24 || c.Has(HeadingLine::kGlued) ? 1.5 : 0.4;
+  if (c.Has(HeadingLine::kEndsSentence) && c.form == HeadingLine::Form::kCounter) look -= 1.5;
   if (c.Has(HeadingLine::kCommas)) look -= 0.5;
   if (c.Has(HeadingLine::kEndMark)) look -= 4.0;
   if (c.Has(HeadingLine::kPageNumber)) look -= 1.0;

@@ -1,10 +1,11 @@
 // The markup that texts become, and the writing of it.
 //
 // Blocks: h1 to h6 for headings, with span.number around "CHAPTER I" where a title follows; p;
-// p.first behind a heading or a break; p.gap behind an empty line that means a pause; p.break for
-// "* * *"; p.center and p.right; div.verse with a p for each line, of class i1 to i9 where it is
-// indented; pre for code, records and tables; blockquote; p.entry for a line of a list of contents;
-// div.indent and em.dots as Aozora texts have them. Inline: em, strong, sub, sup, a, br.
+// p.item of a list; p.first behind a heading or a break; p.gap behind an empty line that means a
+// pause; p.break for
+// "* * *"; p.title, p.center and p.right; div.verse with a p for each line, of class i1 to i9 where
+// it is indented; pre for code, records and tables; blockquote; p.entry for a line of a list of
+// contents; div.indent and em.dots as Aozora texts have them. Inline: em, strong, sub, sup, a, br.
 #ifndef KAVEPUB_TEXT_MARKUP_H
 #define KAVEPUB_TEXT_MARKUP_H
 

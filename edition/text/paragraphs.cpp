@@ -2,10 +2,12 @@
 #include "edition/text/paragraphs.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "edition/text/aozora.h"
 #include "edition/text/characters.h"
 #include "edition/text/markup.h"
+#include "edition/text/numerals.h"
 
 namespace {
 
@@ -55,6 +57,35 @@ bool HasCells(std::string_view text) {
   return cells >= 2 || bars >= 2;
 }
 
+constexpr std::u32string_view kDashes = U"-–—";  // begin speech, too
+constexpr std::u32string_view kBullets = U"*+•‣◦▪-–—";
+
+// "1." of an item of a list, or a bullet; 0 where a line begins with neither.
+size_t ItemMarkLength(std::string_view text) {
+  constexpr size_t kMostDigits = 2;
+  const size_t digits = ReadDigits(text).length;
+  size_t length = digits;
+  if (digits > 0 && digits <= kMostDigits) {
+    if (length == text.size() || (text[length] != '.' && text[length] != ')')) return 0;
+    ++length;
+  } else if (digits == 0 && !text.empty() &&
+             kBullets.find(FirstOf(text)) != std::u32string_view::npos) {
+    length = CharacterAt(text, 0).length;
+  } else {
+    return 0;
+  }
+  if (length >= text.size() || text[length] != ' ') return 0;
+  const char32_t next = FirstOf(WithoutBlanksBefore(text.substr(length)));
+  return kBullets.find(next) == std::u32string_view::npos ? length : 0;
+}
+
+bool IsShouted(std::string_view text) {
+  for (size_t i = 0; i < text.size(); i += CharacterAt(text, i).length) {
+    if (IsSmall(CharacterAt(text, i).code)) return false;
+  }
+  return true;
+}
+
 std::string_view FirstWord(std::string_view text) {
   return text.substr(0, std::min(text.find(' '), text.size()));
 }
@@ -78,6 +109,7 @@ Status Paragraphs::AddLine(std::string_view line, bool isContinued) {
       if (Status status = Flush(); !status) return status;
       return AddLine(line.substr(feed + 1), false);
     }
+    blanks = 0;
     block.append(line) += '\n';
     const bool isFull = ++blockLines >= kMostBlockLines || block.size() > kMostBlockBytes;
     return isFull ? Flush() : Done();
@@ -185,6 +217,7 @@ bool Paragraphs::BreaksByHand(const std::vector<Line>& lines) const {
   if (lines.size() < 2) return false;
   size_t roomy = 0;
   size_t capitals = 0;
+  bool isShouted = true;
   for (size_t i = 0; i + 1 < lines.size(); ++i) {
     const Line& next = lines[i + 1];
     const size_t word = layout.isWide ? 1 : CountCharacters(FirstWord(next.text)) + 1;
@@ -193,10 +226,18 @@ bool Paragraphs::BreaksByHand(const std::vector<Line>& lines) const {
     roomy += used * 100 < layout.width * 86 ? 1 : 0;
     const char32_t first = FirstOf(next.text);
     capitals += IsSmall(first) ? 0 : 1;
+    isShouted = isShouted && IsShouted(next.text);
   }
   const size_t ends = lines.size() - 1;
   if (roomy * 10 >= ends * 8) return true;
-  return !layout.isWide && roomy * 2 >= ends && capitals * 10 >= ends * 8;
+  if (layout.isWide) return false;
+  if (roomy * 2 >= ends && capitals * 10 >= ends * 8) return true;
+  // Prose begins so many lines with capitals by chance only.
+  constexpr double kHardly = 0.003;
+  constexpr double kShareOfVerse = 0.75;
+  if (isShouted || capitals * 10 < ends * 9) return false;
+  if (layout.shareOfCapitals > kShareOfVerse) return true;
+  return roomy > 0 && std::pow(layout.shareOfCapitals, static_cast<double>(ends)) < kHardly;
 }
 
 bool Paragraphs::IsCentered(const Line& line) const {
@@ -240,11 +281,14 @@ Status Paragraphs::WriteLines(const std::vector<Line>& lines) {
       }
       return WriteParagraph("center");
     }
-    if (lines.size() == 1 && lines.front().indent * 2 > layout.width) {
+    if (lines.size() == 1 && lines.front().indent * 3 > layout.width) {
       paragraph = lines.front().text;
       return WriteParagraph("right");
     }
-    if (BreaksByHand(lines)) return WriteVerse(lines);
+    if (ItemMarkLength(lines.front().text) > 0) return WriteItems(lines);
+    const bool isQuoted = std::all_of(lines.begin(), lines.end(),
+                                      [](const Line& line) { return line.text.starts_with('>'); });
+    if (isQuoted || BreaksByHand(lines)) return WriteVerse(lines);
   }
   // Paragraphs of one block begin where a line is indented more than those around it.
   const size_t base =
@@ -282,6 +326,30 @@ Status Paragraphs::WriteVerse(const std::vector<Line>& lines) {
   markup += "</div>\n";
   isFirst = false;
   return writer.EndBlock();
+}
+
+// Each item is a paragraph, whose further lines may be indented.
+Status Paragraphs::WriteItems(const std::vector<Line>& lines) {
+  const Line* begin = lines.data();
+  const Line* const end = lines.data() + lines.size();
+  const bool isNumbered = ReadDigits(begin->text).length > 0;
+  const bool isSpeech = kDashes.find(FirstOf(begin->text)) != std::u32string_view::npos;
+  int number = ReadDigits(begin->text).value;
+  while (begin != end) {
+    const Line* next = begin + 1;
+    const auto isItem = [&](const Line& line) {
+      if (ItemMarkLength(line.text) == 0) return false;
+      const Numeral itsNumber = ReadDigits(line.text);
+      return isNumbered ? itsNumber && itsNumber.value == number + 1 : !itsNumber;
+    };
+    while (next != end && !isItem(*next)) ++next;
+    paragraph = begin->text;
+    for (const Line* line = begin + 1; line != next; ++line) JoinLine(line->text);
+    if (Status status = WriteParagraph(isSpeech ? "" : "item"); !status) return status;
+    ++number;
+    begin = next;
+  }
+  return Done();
 }
 
 Status Paragraphs::WritePre(std::string_view type, std::string_view text) {
@@ -342,7 +410,28 @@ void Paragraphs::JoinLine(std::string_view next) {
   paragraph.append(next);
 }
 
+// How the paragraph is set where it belongs to a title page; empty from the first one on that does
+// not.
+std::string_view Paragraphs::TypeOnTitlePage() {
+  constexpr size_t kLongest = 60;
+  constexpr std::u32string_view kEnds = U".。！？；;…”」』";
+  const std::string_view text = Trimmed(paragraph);
+  const std::uint64_t letters = LettersHash(text);
+  if (letters != 0 && letters == LettersHash(facts->title)) return "title";
+  const bool isShort = CountCharacters(text) <= (layout.isWide ? kLongest / 2 : kLongest);
+  const bool namesAuthor =
+      std::any_of(facts->contributors.begin(), facts->contributors.end(),
+                  [text](const Contributor& contributor) {
+                    return FoldedText(text).find(FoldedText(contributor.name)) != std::string::npos;
+                  });
+  const bool isPlain = kEnds.find(LastOf(text)) == std::u32string_view::npos;
+  if (isShort && (namesAuthor || (isAnyOnTitlePage && isPlain))) return "center";
+  isTitlePage = false;
+  return "";
+}
+
 Status Paragraphs::WriteParagraph(std::string_view type) {
+  if (isTitlePage && type.empty()) type = TypeOnTitlePage();
   std::string& markup = writer.Markup();
   if (!layout.isAozora) {
     if (type != "center") DropControls(paragraph);
@@ -361,6 +450,6 @@ Status Paragraphs::WriteParagraph(std::string_view type) {
   AppendMarkup(paragraph, markup);
   markup += isQuoted ? "</p></blockquote>\n" : "</p>\n";
   paragraph.clear();
-  if (type != "right" && type != "center") isFirst = false;
+  if (type != "right" && type != "center" && type != "title") isFirst = false;
   return writer.EndBlock();
 }

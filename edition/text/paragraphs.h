@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "edition/book/metadata.h"
 #include "edition/text/body_writer.h"
 #include "edition/text/layout.h"
 #include "edition/text/word_set.h"
@@ -19,8 +20,16 @@ class Paragraphs {
   Status AddBlank();
   // Ends the paragraph that is open.
   Status Flush();
+  // What follows, up to the first prose, is a title page; of a text without chapters it is only
+  // what names the book and its author.
+  void BeginTitlePage(const Metadata& named, bool hasChapters) {
+    facts = &named;
+    isTitlePage = true;
+    isAnyOnTitlePage = hasChapters;
+  }
   // The next paragraph stands behind a heading.
   void BeginSection() {
+    isTitlePage = false;
     isFirst = true;
     blanks = 0;
   }
@@ -37,6 +46,7 @@ class Paragraphs {
   bool GoesOn(std::string_view next) const;
   Status FlushWrapped();
   Status WriteLines(const std::vector<Line>& lines);
+  Status WriteItems(const std::vector<Line>& lines);
   Status WriteVerse(const std::vector<Line>& lines);
   Status WritePre(std::string_view type, std::string_view text);
   Status WriteProse(const Line* begin, const Line* end, bool isQuotation);
@@ -45,6 +55,7 @@ class Paragraphs {
   std::vector<Line> LinesOfBlock() const;
   bool BreaksByHand(const std::vector<Line>& lines) const;
   bool IsCentered(const Line& line) const;
+  std::string_view TypeOnTitlePage();
 
   const Layout& layout;
   const WordSet& words;
@@ -57,6 +68,9 @@ class Paragraphs {
   bool isOpen = false;     // the paragraph may go on in the next line
   bool isFirst = true;
   bool isBehindPause = false;
+  const Metadata* facts = nullptr;
+  bool isTitlePage = false;
+  bool isAnyOnTitlePage = false;
 };
 
 #endif

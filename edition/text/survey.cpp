@@ -3,6 +3,7 @@
 #include "edition/text/survey.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "edition/text/aozora.h"
@@ -47,8 +48,11 @@ bool HasCapitalsOnly(std::string_view text) {
 bool LooksLikeCode(std::string_view head, std::string_view tail) {
   if (tail.empty()) return false;
   const char last = tail.back();
-  if (last == '{' || last == '}' || last == ';' || last == '\\' || tail.ends_with("*/"))
+  if (last == '{' || last == '}' || last == '\\' || tail.ends_with("*/")) return true;
+  if (last == ';' && (head.find_first_of("()=[]<>_") != std::string_view::npos ||
+                      std::count(head.begin(), head.end(), ' ') < 2)) {
     return true;
+  }
   static constexpr std::string_view kBeginnings[] = {
       "#include", "import ", "def ",  "return ",   "if (",    "for (",    "//",
       "/*",       "* ",      "self.", "class ",    "public ", "private ", "static ",
@@ -74,6 +78,31 @@ bool HasReading(std::string_view line) {
   return false;
 }
 
+// Digits and signs that prose has few of.
+bool LooksTechnical(std::string_view head) {
+  constexpr size_t kOneIn = 6;  // letters
+  static constexpr auto kIsSign = [] {
+    std::array<bool, 256> signs = {};
+    for (const char c : std::string_view("0123456789{}[]()<>=|\\/_$#@&+^~%`\t")) {
+      signs[static_cast<unsigned char>(c)] = true;
+    }
+    return signs;
+  }();
+  size_t signs = 0;
+  size_t letters = 0;
+  for (size_t i = 0; i < head.size(); ++i) {
+    const auto c = static_cast<unsigned char>(head[i]);
+    const bool isTight = (c == ',' || c == ';' || c == ':') && i + 1 < head.size() &&
+                         static_cast<unsigned char>(head[i + 1]) - 0x21U < 0x5FU;
+    if (kIsSign[c] || isTight) {
+      ++signs;
+    } else if (c != ' ' && (c & 0xC0U) != 0x80U) {
+      ++letters;
+    }
+  }
+  return signs * kOneIn > letters;
+}
+
 // Fields of a table, or the time at the beginning of a line of a log.
 bool LooksLikeRecord(std::string_view head) {
   const auto count = [head](char c) { return std::count(head.begin(), head.end(), c); };
@@ -94,6 +123,20 @@ bool LineStatistics::IsWrapped() const {
   const std::uint64_t longOnes = widths[kWidest];
   if (longOnes * 12 > textLines) return false;
   return followers * 3 > textLines && unfinished * 4 > textLines && ShareOfFullLines() > 0.3;
+}
+
+bool LineStatistics::HasShortBlocks() const {
+  constexpr size_t kShort = 100;
+  std::uint64_t longOnes = 0;
+  for (size_t width = kShort; width <= kWidest; ++width) longOnes += widths[width];
+  return longOnes * 30 < textLines && followers * 4 > textLines && textLines > followers + 1 &&
+         unfinished * 5 > followers;
+}
+
+double LineStatistics::ShareOfCapitals() const {
+  return unfinished == 0
+             ? 0
+             : static_cast<double>(unfinishedCapitals) / static_cast<double>(unfinished);
 }
 
 bool LineStatistics::IsSpaced() const {
@@ -208,7 +251,10 @@ void Survey::Measure(const Line& line) {
   if (follows) ++lines.followers;
   if (line.indent > 0) ++lines.indented;
   if (follows && line.indent > 0) ++lines.followersIndented;
-  if (follows && !previousEndsSentence && previousLength > kShortLine / 3) ++lines.unfinished;
+  if (follows && !previousEndsSentence && previousLength > kShortLine / 3) {
+    ++lines.unfinished;
+    if (IsCapital(FirstOf(line.head))) ++lines.unfinishedCapitals;
+  }
   if (blanks == 1 && !previousEndsSentence && previousLength > kShortLine / 2)
     ++lines.unfinishedBehindBlank;
   if (line.tail.ends_with('-') && !line.tail.ends_with("--")) ++lines.hyphens;
@@ -219,6 +265,7 @@ void Survey::Measure(const Line& line) {
   }
   if (!isWide && LooksLikeCode(line.head, line.tail)) ++lines.code;
   if (!isWide && LooksLikeRecord(line.head)) ++lines.records;
+  if (LooksTechnical(line.head)) ++lines.technical;
 }
 
 void Survey::FillNext(const Line& line) {

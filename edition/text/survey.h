@@ -69,16 +69,22 @@ struct LineStatistics {
   std::uint64_t followersIndented = 0;
   std::uint64_t unfinishedBehindBlank = 0;  // the same across one blank line, of nearly full lines
   std::uint64_t unfinished = 0;             // end within a sentence, another line follows at once
+  std::uint64_t unfinishedCapitals = 0;     // and that begins with a capital, as verse does
   std::uint64_t hyphens = 0;                // end with a hyphen
   std::uint64_t wide = 0;                   // lines of wide characters
   std::uint64_t aozora = 0;                 // lines with notes or readings of the Aozora kind
   std::uint64_t code = 0;                   // end or begin as source code does
   std::uint64_t records = 0;                // lines of fields: CSV, logs
+  std::uint64_t technical = 0;              // full of digits and of signs that prose lacks
   std::array<std::uint64_t, kWidest + 1> widths = {};  // lines by characters; the last: all longer
 
   // Most lines are pieces of paragraphs.
   bool IsWrapped() const;
-  // The same, with a blank line behind each.
+  // Blocks of short lines, as of verse, where sentences go on in the next line.
+  bool HasShortBlocks() const;
+  // The share of lines that begin with a capital though they go on with a sentence.
+  double ShareOfCapitals() const;
+  // As IsWrapped, with a blank line behind each line.
   bool IsSpaced() const;
   // Of the lines, those nearly as wide as the widest.
   double ShareOfFullLines() const;

@@ -44,7 +44,8 @@ class Maker {
     if (Status status = ReadSurvey(); !status) return status;
     const Layout layout = LayoutOf(survey.lines, StyleOf(options.paragraphs));
     run.Tell("paragraphs", NameOf(layout.style));
-    if (Status status = sink.Begin(Facts()); !status) return status;
+    const Metadata facts = Facts(layout);
+    if (Status status = sink.Begin(facts); !status) return status;
     const bool hasChapters =
         options.chapters != kNoChapters &&
         (layout.style != ParagraphStyle::kVerbatim || !options.chapters.empty());
@@ -54,7 +55,7 @@ class Maker {
     if (layout.style == ParagraphStyle::kWrapped && !layout.isWide && survey.lines.hyphens > 0) {
       if (Status status = ReadWords(words); !status) return status;
     }
-    return Write(structure, layout, words);
+    return Write(structure, layout, words, facts);
   }
 
  private:
@@ -76,8 +77,10 @@ class Maker {
     return input.Tell(run);
   }
 
-  Metadata Facts() const {
-    Metadata facts = ReadTextFacts(survey.beginning, input.Name());
+  // What is no prose names neither title nor author.
+  Metadata Facts(const Layout& layout) const {
+    const bool isProse = layout.style != ParagraphStyle::kVerbatim;
+    Metadata facts = ReadTextFacts(isProse ? survey.beginning : std::string_view(), input.Name());
     if (facts.language.empty()) {
       const std::string& sample = survey.sample.empty() ? survey.beginning : survey.sample;
       facts.language = LanguageOfText(sample);
@@ -100,10 +103,11 @@ class Maker {
     return Done();
   }
 
-  Status Write(const Structure& structure, const Layout& layout, const WordSet& words) {
+  Status Write(const Structure& structure, const Layout& layout, const WordSet& words,
+               const Metadata& facts) {
     constexpr std::uint64_t kStep = std::uint64_t{1} << 19;
     if (Status status = input.Restart(); !status) return status;
-    BookBuilder builder(survey, structure, layout, words, sink);
+    BookBuilder builder(survey, structure, layout, words, facts, sink);
     Lines lines(input);
     std::uint64_t next = kStep;
     for (;;) {

@@ -308,7 +308,11 @@ void ReadWideTitle(const std::vector<TextLine>& lines, Metadata& facts) {
 void ReadAozoraTitle(const std::vector<TextLine>& lines, Metadata& facts) {
   size_t count = 1;
   while (count < std::min<size_t>(lines.size(), 6) && !lines[count].isBehindBlank) ++count;
-  if (count < 2) return;
+  HeadingLine heading;
+  if (count < 2 || ReadHeadingLine(lines.front().text, heading)) return;
+  for (size_t i = 0; i < count; ++i) {
+    if (lines[i].text.ends_with("。") || CountCharacters(lines[i].text) > kLongestTitle) return;
+  }
   if (facts.title.empty()) facts.title = lines.front().text;
   for (size_t i = 1; i < count; ++i) {
     std::string_view name = lines[i].text;
