@@ -21,6 +21,16 @@ constexpr size_t kShortTitle = 20;
 constexpr std::u32string_view kClosingMarks = U"\"”’」』»）)]】";
 constexpr std::u32string_view kTitleSeparators =
     U".．。:：、,，-—–―‒－─·•|｜/／)）】］]〕〗》>】~～";
+constexpr std::string_view kCountedNames[] = {"番外篇", "番外編", "番外", "外傳", "外传",
+                                              "特別篇", "幕間",   "幕间", "間章", "间章"};
+// Names that titles follow; behind others, such as "說明", stands what they announce.
+constexpr std::string_view kTitledNames =
+    "|楔子|序章|序幕|序曲|引子|引言|尾聲|尾声|終章|终章|最終章|最终章|後記|后记|大結局|大结局|番外|"
+    "番外篇|番外編|外傳|外传|間章|间章|幕間|幕间|プロローグ|エピローグ|프롤로그|에필로그|외전|"
+    "prologue|"
+    "epilogue|prelude|interlude|introduction|afterword|coda|epilog|prolog|vorspiel|nachspiel|"
+    "prólogo|"
+    "epílogo|prologo|epilogo|épilogue|пролог|эпилог|";
 constexpr std::u32string_view kSets = U"上中下前後后續续外";
 
 bool IsIn(char32_t c, std::u32string_view set) {
@@ -182,7 +192,8 @@ std::optional<PartRead> ReadWordAndNumber(std::string_view text) {
   }
   behind = WithoutJoiners(behind);
   if (behind.empty()) return std::nullopt;
-  const Numeral numeral = ReadNumeral(behind);
+  Numeral numeral = ReadNumeral(behind);
+  if (!numeral && unit != kNoUnit) numeral = ReadHebrewNumeral(behind);
   if (!numeral || !EndsWord(behind.substr(numeral.length))) return std::nullopt;
   PartRead read;
   if (unit == kNoUnit) {
@@ -368,6 +379,48 @@ void JudgeTitle(std::string_view line, std::string_view rest, HeadingLine& headi
   set(HeadingLine::kFunctionWord, !isSeparated && IsFunctionWord(next));
 }
 
+// "番外一", "番外之三": a name that is counted; the length of both.
+size_t CountedNameLength(std::string_view text) {
+  for (const std::string_view name : kCountedNames) {
+    if (!text.starts_with(name)) continue;
+    std::string_view rest = WithoutBlanksBefore(text.substr(name.size()));
+    if (rest.starts_with("之")) rest = rest.substr(FirstLength(rest));
+    const Numeral numeral = ReadHanOrDigits(rest);
+    if (!numeral) continue;
+    rest = rest.substr(numeral.length);
+    const bool isWhole =
+        rest.empty() || IsBlank(FirstOf(rest)) || IsIn(FirstOf(rest), kTitleSeparators);
+    if (isWhole) return text.size() - rest.size();
+  }
+  return 0;
+}
+
+// "楔子 風雪夜", "Prologue: The Storm": the length of the name before a title; 0 where a title is
+// none, or the name stands before what is none.
+size_t TitledNameLength(std::string_view text) {
+  if (const size_t counted = CountedNameLength(text)) return counted;
+  constexpr size_t kLongestWide = 24;  // characters of a title
+  constexpr size_t kLongest = 60;
+  size_t length = 0;
+  while (length < text.size() && !IsIn(CharacterAt(text, length).code, U"：:—–") &&
+         !(IsWide(FirstOf(text)) && IsBlank(CharacterAt(text, length).code)) &&
+         text.substr(length, 2) != ". ") {
+    length += CharacterAt(text, length).length;
+  }
+  const std::string name = FoldedText(WithoutBlanksBehind(text.substr(0, length)));
+  if (length == text.size() || kTitledNames.find("|" + name + "|") == std::string_view::npos) {
+    return 0;
+  }
+  std::string_view title = text.substr(length);
+  while (!title.empty() && (IsBlank(FirstOf(title)) || IsIn(FirstOf(title), U"：:—–."))) {
+    title = WithoutFirst(title);
+  }
+  const bool isWide = IsWide(FirstOf(title));
+  const bool begins = isWide || IsCapital(FirstOf(title)) || IsDigit(FirstOf(title));
+  const bool isShort = CountCharacters(title) <= (isWide ? kLongestWide : kLongest);
+  return begins && isShort && !IsIn(LastOf(title), U"。，；…,;") ? length : 0;
+}
+
 bool ReadName(std::string_view line, std::string_view text, HeadingLine& heading) {
   constexpr size_t kLongestName = 90;
   std::string_view name = WithoutClosers(text);
@@ -387,7 +440,13 @@ bool ReadName(std::string_view line, std::string_view text, HeadingLine& heading
     }
     place = PlaceOfName(closed);
   }
-  if (place == NamedPlace::kNone) return false;
+  if (place == NamedPlace::kNone) {
+    const size_t titled = TitledNameLength(text);
+    if (titled == 0) return false;
+    const std::string bare = FoldedText(WithoutBlanksBehind(text.substr(0, titled)));
+    place = PlaceOfName(bare);
+    if (place == NamedPlace::kNone) place = NamedPlace::kBetween;
+  }
   heading.form = Form::kNamed;
   heading.place = place;
   heading.title = static_cast<size_t>(text.data() - line.data());

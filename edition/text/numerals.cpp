@@ -235,6 +235,10 @@ constexpr NumberWords kNumberWords[] = {
      "один два три четыре пять шесть семь восемь девять десять одиннадцать двенадцать "
      "тринадцать четырнадцать пятнадцать шестнадцать семнадцать восемнадцать "
      "девятнадцать двадцать"},
+    {1, 1, true, "الأول الثاني الثالث الرابع الخامس السادس السابع الثامن التاسع العاشر الحادي"},
+    {1, 1, true, "الأولى الثانية الثالثة الرابعة الخامسة السادسة السابعة الثامنة التاسعة العاشرة"},
+    {1, 1, true, "ראשון שני שלישי רביעי חמישי שישי שביעי שמיני תשיעי עשירי"},
+    {1, 1, false, "nhất hai ba bốn năm sáu bảy tám chín mười"},
     {30, 10, false, "тридцать сорок пятьдесят шестьдесят семьдесят восемьдесят девяносто сто"},
 };
 
@@ -372,6 +376,10 @@ size_t JoinerLength(std::string_view text) {
   return found == std::end(kJoiners) ? 0 : found->size();
 }
 
+// "الحادي عشر" is eleventh.
+constexpr std::string_view kArabicTeen = " عشر";
+constexpr int kArabicEleventh = 11;  // of its first word alone
+
 // What a number may have added to it: 20 and "one", 60 and "seize", 100 and "twenty".
 int RoomAbove(int value, NumeralWriting writing) {
   if (value >= 100) return value % 100 == 0 ? 100 : 0;
@@ -422,6 +430,31 @@ Numeral ReadRomanNumeral(std::string_view text) {
   return {value, letters.size(), isSmall ? NumeralWriting::kSmallRoman : NumeralWriting::kRoman};
 }
 
+Numeral ReadHebrewNumeral(std::string_view text) {
+  constexpr std::u32string_view kLetters = U"אבגדהוזחטיכלמנסעפצקרשת";
+  constexpr size_t kMostLetters = 4;
+  Numeral numeral;
+  size_t letters = 0;
+  int last = kLargest;
+  while (numeral.length < text.size()) {
+    const Character c = CharacterAt(text, numeral.length);
+    const size_t place = kLetters.find(c.code);
+    if (place != std::u32string_view::npos) {
+      const int values[] = {1, 10, 100};
+      const int value = static_cast<int>(place % 9 + 1) * values[place / 9];
+      if (value > last || ++letters > kMostLetters) return {};
+      last = value;
+      numeral.value += value;
+    } else if (c.code != 0x5F3 && c.code != 0x5F4 && c.code != '\'' && c.code != '"') {
+      if (IsLetter(c.code)) return {};
+      break;
+    }
+    numeral.length += c.length;
+  }
+  numeral.writing = NumeralWriting::kOrdinal;
+  return letters == 0 ? Numeral{} : numeral;
+}
+
 Numeral ReadNumberWords(std::string_view text) {
   Numeral sum = ReadWord(text);
   if (sum && sum.value < 10) {  // "two hundred"
@@ -430,6 +463,10 @@ Numeral ReadNumberWords(std::string_view text) {
     if (next && next.value == 100) {
       sum = {sum.value * 100, sum.length + JoinerLength(rest) + next.length, next.writing};
     }
+  }
+  if (sum && text.substr(sum.length).starts_with(kArabicTeen)) {
+    const int unit = sum.value == kArabicEleventh ? 1 : sum.value;
+    return {unit + 10, sum.length + kArabicTeen.size(), sum.writing};
   }
   while (sum) {
     const int room = RoomAbove(sum.value, sum.writing);

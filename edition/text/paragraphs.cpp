@@ -414,7 +414,7 @@ void Paragraphs::JoinLine(std::string_view next) {
 // not.
 std::string_view Paragraphs::TypeOnTitlePage() {
   constexpr size_t kLongest = 60;
-  constexpr std::u32string_view kEnds = U".。！？；;…”」』";
+  constexpr std::u32string_view kEnds = U".。！？…”」』";
   const std::string_view text = Trimmed(paragraph);
   const std::uint64_t letters = LettersHash(text);
   if (letters != 0 && letters == LettersHash(facts->title)) return "title";
@@ -424,7 +424,8 @@ std::string_view Paragraphs::TypeOnTitlePage() {
                   [text](const Contributor& contributor) {
                     return FoldedText(text).find(FoldedText(contributor.name)) != std::string::npos;
                   });
-  const bool isPlain = kEnds.find(LastOf(text)) == std::u32string_view::npos;
+  const bool isPlain =
+      kEnds.find(LastOf(text)) == std::u32string_view::npos || (!layout.isWide && IsShouted(text));
   if (isShort && (namesAuthor || (isAnyOnTitlePage && isPlain))) return "center";
   isTitlePage = false;
   return "";
