@@ -47,6 +47,7 @@ class Chooser {
     for (const auto& [kind, members] : byKind) TryStrong(kind, members);
     for (const auto& [kind, members] : byKind) TryWeak(kind, members);
     TryListed();
+    if (groups.empty()) TryDated(byKind[KindOf(kDate, 0)]);
     if (groups.empty()) TrySetApart();
     SetLevels();
     AddNamed();
@@ -84,6 +85,7 @@ class Chooser {
   bool IsConvincing(const Indices& chain, size_t least) const;
   bool HasVolumeBetween(Index from, Index to) const;
   void TryListed();
+  void TryDated(const Indices& members);
   void TrySetApart();
   void SetLevels();
   bool IsAbove(const Group& upper, const Group& lower) const;
@@ -358,7 +360,7 @@ bool Chooser::BeginsAnewTooOften(const Indices& chain) const {
 }
 
 void Chooser::TryWeak(std::uint32_t kind, const Indices& members) {
-  if (IsStrongKind(kind)) return;
+  if (IsStrongKind(kind) || kind == KindOf(kDate, 0)) return;
   Indices outside;
   for (const Index i : members) {
     const Candidate& c = all[i];
@@ -392,6 +394,28 @@ void Chooser::TryListed() {
   if (members.empty() || (strong == 0 && !IsConvincing(members, 3))) return;
   for (const Index i : members) isTaken[i] = true;
   groups.push_back({KindOf(kListedUnit, 0), std::move(members), true, 0});
+}
+
+// The entries of a diary: dates that stand alone, each hardly before the last one, all over the
+// text.
+void Chooser::TryDated(const Indices& members) {
+  constexpr size_t kFewest = 4;
+  constexpr std::uint64_t kSmallestEntry = 300;
+  Indices dates;
+  size_t later = 0;
+  for (const Index i : members) {
+    const Candidate& c = all[i];
+    if (isInList[i] || (isWrapped && c.blanksBefore == 0)) continue;
+    const int step = dates.empty() ? 0 : c.number - all[dates.back()].number;
+    constexpr int kToNextYear = -200;
+    later += step >= 0 || step < kToNextYear ? 1 : 0;
+    dates.push_back(i);
+  }
+  if (dates.size() < kFewest || later * 5 < dates.size() * 4) return;
+  const std::uint64_t covered = BytesBehind(dates.front());
+  if (covered * 2 < survey.lines.bytes || covered / dates.size() < kSmallestEntry) return;
+  for (const Index i : dates) isTaken[i] = true;
+  groups.push_back({KindOf(kDate, 0), std::move(dates), true, 0});
 }
 
 void Chooser::TrySetApart() {

@@ -10,11 +10,12 @@ enum class Rank : std::uint8_t { kVolume, kChapter, kSection };
 
 using Unit = std::uint16_t;
 
-// Units of numbered headings that the table has no words for.
+// Units of headings that the table has no words for.
 inline constexpr Unit kNoUnit = 0;
 inline constexpr Unit kUnknownWord = 1;  // "ADVENTURE I", "第三夜"
 inline constexpr Unit kBareNumber = 2;
-inline constexpr Unit kFirstNamedUnit = 3;
+inline constexpr Unit kDate = 3;
+inline constexpr Unit kFirstNamedUnit = 4;
 
 // A heading without a number.
 enum class NamedPlace : std::uint8_t {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "edition/text/characters.h"
+#include "edition/text/dates.h"
 
 namespace {
 
@@ -475,6 +476,12 @@ bool ReadHeadingLine(std::string_view line, HeadingLine& heading) {
   if (IsIn(FirstOf(text), kSpeechMarks)) return false;
   heading.body = static_cast<size_t>(text.data() - line.data());
 
+  if (const int date = ReadDateLine(text)) {
+    heading.form = Form::kBare;
+    heading.part = {kDate, date};
+    heading.title = line.size();
+    return true;
+  }
   std::optional<PartRead> read = ReadPart(text);
   if (read) {
     std::string_view behind = read->rest;

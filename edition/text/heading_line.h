@@ -19,7 +19,7 @@ struct HeadingLine {
   enum class Form : std::uint8_t {
     kMarked,   // a word and its number: "CHAPTER I", "第一回", "First Part"
     kCounter,  // a number and its counter, without what marks it as a heading: "一回", "12章"
-    kBare,     // a number only, or with a title: "12", "I. The Beginning"
+    kBare,     // a number only, or with a title: "12", "I. The Beginning"; a date
     kNamed     // "PREFACE"
   };
   enum Flag : std::uint16_t {

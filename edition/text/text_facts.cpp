@@ -411,6 +411,17 @@ void ReadTitlePage(const std::vector<TextLine>& lines, Metadata& facts) {
   }
 }
 
+// A line of its own before the first heading.
+void ReadLoneTitle(const std::vector<TextLine>& lines, Metadata& facts) {
+  HeadingLine heading;
+  if (lines.size() < 2 || !lines[1].isBehindBlank || !ReadHeadingLine(lines[1].text, heading))
+    return;
+  const std::string_view title = lines[0].text;
+  if (IsTitleLine(title) && !title.ends_with('.')) {
+    facts.title = WithoutShouting(WithoutUnderscores(title));
+  }
+}
+
 // "The Project Gutenberg eBook of Alice, by Lewis Carroll".
 void ReadGutenbergLine(std::string_view line, Metadata& facts) {
   const size_t mark = line.find("Project Gutenberg");
@@ -487,6 +498,7 @@ Metadata ReadTextFacts(std::string_view beginning, std::string_view fileName) {
     if (facts.title.empty()) {
       if (!isWide) {
         ReadTitlePage(lines, facts);
+        if (facts.title.empty()) ReadLoneTitle(lines, facts);
       } else if (LanguageOfText(beginning) == "ja") {
         ReadAozoraTitle(lines, facts);
       } else {
