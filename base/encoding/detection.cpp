@@ -139,7 +139,11 @@ void TextDetector::Feed(std::string_view piece) {
   }
   size += piece.size();
   nulBytes += static_cast<size_t>(std::count(piece.begin(), piece.end(), '\0'));
-  needsCleaning = needsCleaning || piece.find_first_of(kDropped) != std::string_view::npos;
+  // One search for each is many times as fast as one for all.
+  needsCleaning =
+      needsCleaning || std::any_of(kDropped.begin(), kDropped.end(), [piece](char dropped) {
+        return piece.find(dropped) != std::string_view::npos;
+      });
   if (utf8.Damages().count == 0) {
     decoded.clear();
     utf8.Decode(piece, decoded);

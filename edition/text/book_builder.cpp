@@ -125,7 +125,7 @@ Status BookBuilder::BeginDocument(const PlannedDocument& planned) {
     const std::string_view line = rest.substr(0, end);
     rest.remove_prefix(end + 1);
     const bool isBlank = WithoutBlanksBefore(line).empty();
-    const Status status = isBlank ? paragraphs.AddBlank() : paragraphs.AddLine(line, false);
+    Status status = isBlank ? paragraphs.AddBlank() : paragraphs.AddLine(line, false);
     if (!status) return status;
   }
   return paragraphs.Flush();

@@ -49,7 +49,9 @@ void AppendSpecial(char c, std::string& markup) {
       markup += c;
       break;
     default:
-      if (static_cast<size_t>(c) < kTags.size()) markup += kTags[static_cast<size_t>(c)];
+      if (const auto mark = static_cast<unsigned char>(c); mark < kTags.size()) {
+        markup += kTags[mark];
+      }
   }
 }
 
@@ -57,7 +59,12 @@ void AppendSpecial(char c, std::string& markup) {
 
 void DropControls(std::string& text) {
   const auto isDropped = [](char c) { return c >= 0 && c < ' ' && c != '\t'; };
-  if (std::any_of(text.begin(), text.end(), isDropped)) std::erase_if(text, isDropped);
+  unsigned char controls = 0;  // counted without a branch for each character
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    controls |= static_cast<unsigned char>((byte < ' ' ? 1U : 0U) & (byte != '\t' ? 1U : 0U));
+  }
+  if (controls != 0) std::erase_if(text, isDropped);
   for (size_t at = 0; (at = text.find("\xEF\xBF", at)) != std::string::npos;) {
     if (IsNoCharacter(std::string_view(text).substr(at))) {
       text.erase(at, 3);

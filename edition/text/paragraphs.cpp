@@ -39,8 +39,21 @@ bool IsBreak(std::string_view text) {
   return signs >= (isPlain ? 3U : 1U);
 }
 
+// Three blanks in a row: one of them is at every third place.
+bool HasGap(std::string_view text) {
+  for (size_t i = 2; i < text.size(); i += 3) {
+    if (text[i] != ' ') continue;
+    const size_t begin = i - 2;
+    if (text.substr(begin, 5).find("   ") != std::string_view::npos) return true;
+  }
+  return false;
+}
+
 // Columns of a table: cells with three blanks and more between them, or bars.
 bool HasCells(std::string_view text) {
+  const bool hasSigns =
+      text.find('|') != std::string_view::npos || text.find('\t') != std::string_view::npos;
+  if (!hasSigns && !HasGap(text)) return false;  // as most lines
   size_t cells = 1;
   size_t run = 0;
   size_t bars = 0;
@@ -143,9 +156,9 @@ Status Paragraphs::Flush() {
     return WriteParagraph("");
   }
   if (blockLines == 0) return Done();
-  const Status status = layout.style == ParagraphStyle::kVerbatim
-                            ? WritePre("code", std::string_view(block).substr(0, block.size() - 1))
-                            : WriteLines(LinesOfBlock());
+  Status status = layout.style == ParagraphStyle::kVerbatim
+                      ? WritePre("code", std::string_view(block).substr(0, block.size() - 1))
+                      : WriteLines(LinesOfBlock());
   block.clear();
   blockLines = 0;
   blanks = 0;
@@ -167,12 +180,7 @@ Status Paragraphs::AddParagraphLine(std::string_view line) {
   const size_t blanksBefore = blanks;
   if (Status status = Flush(); !status) return status;
   blanks = 0;
-  if (IsBreak(line)) {
-    paragraph = line;
-    const Status status = WriteParagraph("break");
-    isFirst = true;
-    return status;
-  }
+  if (IsBreak(line)) return WriteBreak(line);
   if (layout.isAozora) return AddAozoraLine(line);
   if (blanksBefore > 0 && layout.hasPauses && !isFirst) {
     isBehindPause = true;
@@ -248,49 +256,76 @@ bool Paragraphs::IsCentered(const Line& line) const {
   return difference <= 10;
 }
 
+// What a block of lines is, of scripts that have blanks between words.
+Paragraphs::Shape Paragraphs::ShapeOf(const std::vector<Line>& lines) const {
+  const auto cells = std::count_if(lines.begin(), lines.end(),
+                                   [](const Line& line) { return HasCells(line.text); });
+  if (lines.size() > 1 && cells * 5 >= static_cast<std::ptrdiff_t>(lines.size()) * 3) {
+    return Shape::kTable;
+  }
+  if (std::all_of(lines.begin(), lines.end(),
+                  [this](const Line& line) { return IsCentered(line); })) {
+    return Shape::kCentered;
+  }
+  if (lines.size() == 1 && lines.front().indent * 3 > layout.width) return Shape::kRight;
+  if (ItemMarkLength(lines.front().text) > 0) return Shape::kItems;
+  const bool isQuoted = std::all_of(lines.begin(), lines.end(),
+                                    [](const Line& line) { return line.text.starts_with('>'); });
+  return isQuoted || BreaksByHand(lines) ? Shape::kVerse : Shape::kProse;
+}
+
 Status Paragraphs::WriteLines(const std::vector<Line>& lines) {
   if (lines.empty()) return Done();
-  if (lines.size() == 1 && IsBreak(lines.front().text)) {
-    paragraph = lines.front().text;
-    const Status status = WriteParagraph("break");
-    isFirst = true;
-    return status;
-  }
+  if (lines.size() == 1 && IsBreak(lines.front().text)) return WriteBreak(lines.front().text);
   if (layout.isWide) {
-    if (!layout.isSpaced && BreaksByHand(lines)) {
-      for (const Line& line : lines) {
-        paragraph = line.text;
-        if (Status status = WriteParagraph(""); !status) return status;
-      }
-      return Done();
-    }
-  } else {
-    const auto cells = std::count_if(lines.begin(), lines.end(),
-                                     [](const Line& line) { return HasCells(line.text); });
-    if (lines.size() > 1 && cells * 5 >= static_cast<std::ptrdiff_t>(lines.size()) * 3) {
+    const bool isByLines = !layout.isSpaced && BreaksByHand(lines);
+    return isByLines ? WriteEach(lines) : WriteParagraphs(lines);
+  }
+  switch (ShapeOf(lines)) {
+    case Shape::kTable:
       return WritePre("table", std::string_view(block).substr(0, block.size() - 1));
-    }
-    if (std::all_of(lines.begin(), lines.end(),
-                    [this](const Line& line) { return IsCentered(line); })) {
-      paragraph.clear();
-      for (const Line& line : lines) {
-        if (!paragraph.empty()) paragraph += static_cast<char>(Mark::kLineBreak);
-        std::string text(line.text);
-        DropControls(text);
-        paragraph += text;
-      }
-      return WriteParagraph("center");
-    }
-    if (lines.size() == 1 && lines.front().indent * 3 > layout.width) {
+    case Shape::kCentered:
+      return WriteCentered(lines);
+    case Shape::kRight:
       paragraph = lines.front().text;
       return WriteParagraph("right");
-    }
-    if (ItemMarkLength(lines.front().text) > 0) return WriteItems(lines);
-    const bool isQuoted = std::all_of(lines.begin(), lines.end(),
-                                      [](const Line& line) { return line.text.starts_with('>'); });
-    if (isQuoted || BreaksByHand(lines)) return WriteVerse(lines);
+    case Shape::kItems:
+      return WriteItems(lines);
+    case Shape::kVerse:
+      return WriteVerse(lines);
+    default:
+      return WriteParagraphs(lines);
   }
-  // Paragraphs of one block begin where a line is indented more than those around it.
+}
+
+Status Paragraphs::WriteBreak(std::string_view signs) {
+  paragraph = signs;
+  Status status = WriteParagraph("break");
+  isFirst = true;
+  return status;
+}
+
+Status Paragraphs::WriteEach(const std::vector<Line>& lines) {
+  for (const Line& line : lines) {
+    paragraph = line.text;
+    if (Status status = WriteParagraph(""); !status) return status;
+  }
+  return Done();
+}
+
+Status Paragraphs::WriteCentered(const std::vector<Line>& lines) {
+  paragraph.clear();
+  for (const Line& line : lines) {
+    if (!paragraph.empty()) paragraph += static_cast<char>(Mark::kLineBreak);
+    std::string text(line.text);
+    DropControls(text);
+    paragraph += text;
+  }
+  return WriteParagraph("center");
+}
+
+// Paragraphs of one block begin where a line is indented more than those around it.
+Status Paragraphs::WriteParagraphs(const std::vector<Line>& lines) {
   const size_t base =
       std::min_element(lines.begin(), lines.end(), [](const Line& a, const Line& b) {
         return a.indent < b.indent;

@@ -45,7 +45,13 @@ class Paragraphs {
   Status AddParagraphLine(std::string_view line);
   bool GoesOn(std::string_view next) const;
   Status FlushWrapped();
+  enum class Shape : std::uint8_t { kProse, kTable, kCentered, kRight, kItems, kVerse };
+  Shape ShapeOf(const std::vector<Line>& lines) const;
   Status WriteLines(const std::vector<Line>& lines);
+  Status WriteBreak(std::string_view signs);
+  Status WriteEach(const std::vector<Line>& lines);
+  Status WriteCentered(const std::vector<Line>& lines);
+  Status WriteParagraphs(const std::vector<Line>& lines);
   Status WriteItems(const std::vector<Line>& lines);
   Status WriteVerse(const std::vector<Line>& lines);
   Status WritePre(std::string_view type, std::string_view text);
