@@ -37,6 +37,9 @@ function(kav_room folder)
   endif()
   target_include_directories(${target} PUBLIC ${view})
   target_link_libraries(${target} PUBLIC ${room_USES} ${room_LINKS} PRIVATE kav_build_rules)
+  if(NOT folder MATCHES "^hosts/" AND NOT KAV_SANITIZE) # libraries keep to a small stack
+    target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Wframe-larger-than=8192>)
+  endif()
 endfunction()
 
 # kav_shared_library(NAME [ABI NUMBER] ROOMS ROOM... PUBLIC_HEADERS HEADER... [LINKS LIBRARY...]) makes
