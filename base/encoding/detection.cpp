@@ -12,6 +12,7 @@
 #include "base/encoding/line_ends.h"
 #include "base/encoding/plausibility.h"
 #include "base/encoding/text_decoder.h"
+#include "base/utf8.h"
 
 namespace {
 
@@ -69,6 +70,13 @@ bool HasControls(std::string_view text) {
 
 bool IsAscii(char c) {
   return static_cast<unsigned char>(c) < 0x80;
+}
+
+// UTF-16 and UTF-32 are full of NUL bytes, if only for line ends, or of what is no UTF-8.
+bool IsOfBytes(std::string_view text) {
+  constexpr size_t kFewBroken = 20;  // one byte in so many
+  return text.find('\0') == std::string_view::npos &&
+         CountUtf8(text).broken * kFewBroken < text.size();
 }
 
 // Up to the first byte that tells something of the encoding.
@@ -160,7 +168,7 @@ void TextDetector::JudgeBeginning() {
     certain = mark.encoding;
     return;
   }
-  if (HasControls(beginning)) certain = GuessWideEncoding(beginning);
+  if (HasControls(beginning) && !IsOfBytes(beginning)) certain = GuessWideEncoding(beginning);
 }
 
 Detection TextDetector::Finish() {

@@ -467,10 +467,11 @@ std::string_view Paragraphs::TypeOnTitlePage() {
 }
 
 Status Paragraphs::WriteParagraph(std::string_view type) {
+  // Centred lines, and those of Aozora texts, have their marks by now.
+  if (!layout.isAozora && type != "center") DropControls(paragraph);
   if (isTitlePage && type.empty()) type = TypeOnTitlePage();
   std::string& markup = writer.Markup();
   if (!layout.isAozora) {
-    if (type != "center") DropControls(paragraph);
     if (!layout.isWide && type != "break") MarkEmphasis(paragraph);
   }
   const bool isQuoted = type == "quoted";

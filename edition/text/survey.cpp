@@ -255,10 +255,12 @@ void Survey::Measure(const Line& line) {
     ++lines.unfinished;
     if (IsCapital(FirstOf(line.head))) ++lines.unfinishedCapitals;
   }
-  if (blanks == 1 && !previousEndsSentence && previousLength > kShortLine / 2)
-    ++lines.unfinishedBehindBlank;
-  if (line.tail.ends_with('-') && !line.tail.ends_with("--")) ++lines.hyphens;
   const bool isWide = line.characters * 2 < line.head.size();
+  const size_t halfLine = isWide ? kShortLine / 4 : kShortLine / 2;
+  if (blanks == 1 && !previousEndsSentence && previousLength > halfLine) {
+    ++lines.unfinishedBehindBlank;
+  }
+  if (line.tail.ends_with('-') && !line.tail.ends_with("--")) ++lines.hyphens;
   if (isWide) {
     ++lines.wide;
     if (HasAozoraNote(line.head) || HasReading(line.head)) ++lines.aozora;

@@ -1,6 +1,7 @@
 """Books of the reader's edition, made through its C interface: covers, metadata, style sheets."""
 
 import ctypes
+import io
 import re
 import shutil
 import struct
@@ -32,6 +33,13 @@ TITLES = {
 
 class Warning(ctypes.Structure):
     _fields_ = [("message", ctypes.c_char_p), ("place", ctypes.c_char_p)]
+
+
+class Chapter(ctypes.Structure):
+    _fields_ = [("title", ctypes.c_char_p), ("level", ctypes.c_uint32), ("line", ctypes.c_uint64)]
+
+
+WRITE = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p, ctypes.c_size_t)
 
 
 class Editions(unittest.TestCase):
@@ -270,6 +278,51 @@ class Texts(unittest.TestCase):
             with self.subTest(name):
                 code, found, report, _ = self.read(text.encode())
                 self.assertEqual((code, found, report("paragraphs")), (0, text, mode))
+
+    def book_of(self, text, *options, name="in.txt"):
+        """The pages of its book, one after the other, and its report."""
+        library = self.library
+        job = ctypes.c_void_p(library.kavepub_job_new())
+        self.addCleanup(library.kavepub_job_free, job)
+        data = as_bytes(text)
+        pieces = []
+        take = WRITE(lambda _, piece, size: pieces.append(ctypes.string_at(piece, size)) or 0)
+        library.kavepub_job_add_memory(job, name.encode(), data, ctypes.c_size_t(len(data)))
+        library.kavepub_job_set_output_callback(job, take, None)
+        for option, value in (("cover", "none"), *options):
+            self.assertEqual(library.kavepub_job_set_option(job, option.encode(), value.encode()), 0)
+        self.assertEqual(library.kavepub_job_run(job), 0, library.kavepub_job_error(job))
+        archive = zipfile.ZipFile(io.BytesIO(b"".join(pieces)))
+        names = [f"OEBPS/page-{number}.xhtml" for number in range(1, len(archive.namelist()))]
+        pages = [archive.read(name).decode() for name in names if name in archive.namelist()]
+        bodies = [re.search("<body[^>]*>(.*)</body>", page, re.DOTALL)[1] for page in pages]
+        library.kavepub_job_report.restype = ctypes.c_char_p
+        facts = [(library.kavepub_job_report(job, key) or b"").decode()
+                 for key in (b"title", b"authors", b"language")]
+        chapter, chapters = Chapter(), []
+        while library.kavepub_job_chapter(job, ctypes.c_size_t(len(chapters)), ctypes.byref(chapter),
+                                          ctypes.c_size_t(ctypes.sizeof(chapter))):
+            chapters.append((chapter.level, chapter.line, chapter.title.decode()))
+        return "".join(bodies), facts, chapters
+
+    def test_markup(self):
+        for name, text, markup in data_rows("text_markup.txt"):
+            with self.subTest(name):
+                self.assertIn(markup, self.book_of(text)[0])
+
+    def test_facts(self):
+        for name, text, *facts in data_rows("text_facts.txt"):
+            with self.subTest(name, facts=facts):
+                self.assertEqual(self.book_of(text, name=name)[1], facts)
+
+    def test_chosen_chapters(self):
+        text = "Opening 1\n\nText.\n\nCHAPTER I\n\nText.\n\nCHAPTER II\n\nText.\n\n§ 3\n\nText.\n"
+        for chosen, lines in (("auto", {5, 9}), ("none", set()), ("^(Opening|§) [0-9]", {1, 13}),
+                              ("(?i)^chapter", {5, 9}), ("never", set())):
+            with self.subTest(chosen):
+                chapters = self.book_of(text, ("chapters", chosen))[2]
+                self.assertEqual(chapters, [(1, line, text.splitlines()[line - 1])
+                                            for line in sorted(lines)])
 
     def test_refusals(self):
         for data, words in ((b"", "no text"), (b" \r\n\t\xe3\x80\x80\x0c\n\x1a", "no text"),
