@@ -24,7 +24,6 @@ Examples:
 constexpr char kFooter[] =
     "Exit codes: 0 all done, 1 a book failed, 2 wrong usage, 130 interrupted.";
 
-constexpr char kText[] = "TEXT";
 constexpr char kNumber[] = "N";
 
 const std::map<std::string, Edition> kEditions = {{"plain", Edition::kPlain},

@@ -20,6 +20,15 @@ namespace {
 constexpr size_t kChunkSize = size_t{1} << 18;
 constexpr size_t kEndOfContainer = 2;  // bytes of the packed book that the mark replaces
 
+bool WriteAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+    if (written < 0 && errno != EINTR) return false;
+    if (written > 0) bytes.remove_prefix(static_cast<size_t>(written));
+  }
+  return true;
+}
+
 }  // namespace
 
 BookOutput::BookOutput(const std::filesystem::path& place) : path(place) {
@@ -48,16 +57,9 @@ void BookOutput::Take(const std::filesystem::path& packed, const Provenance& pro
 }
 
 bool BookOutput::Write(std::string_view bytes) {
-  const int descriptor = IsStandardOutput() ? STDOUT_FILENO : output.Fd();
-  while (!bytes.empty()) {
-    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) {
-      error = errno;
-      return false;
-    }
-    if (written > 0) bytes.remove_prefix(static_cast<size_t>(written));
-  }
-  return true;
+  if (WriteAll(IsStandardOutput() ? STDOUT_FILENO : output.Fd(), bytes)) return true;
+  error = errno;
+  return false;
 }
 
 void BookOutput::Finish(const Provenance& provenance) {

@@ -41,8 +41,9 @@ constexpr struct {
 PlainOptions PlainOptionsOf(const EditionOptions& chosen) {
   PlainOptions options;
   for (const auto& [name, value] : chosen) {
-    const auto* row = std::find_if(std::begin(kTaken), std::end(kTaken),
-                                   [&](const auto& known) { return known.name == name; });
+    const auto* row =
+        std::find_if(std::begin(kTaken), std::end(kTaken),
+                     [&given = name](const auto& known) { return known.name == given; });
     if (row != std::end(kTaken)) {
       row->take(options, value);
     } else {
