@@ -105,6 +105,7 @@ body { line-height: 1.6; }
 constexpr std::string_view kRightToLeft = R"(
 /* From right to left */
 p.right { text-align: left; }
+ol.contents { text-align: right; }
 p.indent, .indent p, p.item { margin-left: 0; margin-right: 2em; }
 div.verse { margin: 1em 1.5em 1em 0; }
 div.verse p { padding-left: 0; padding-right: 2em; text-align: right; }

@@ -459,8 +459,10 @@ std::string_view Paragraphs::TypeOnTitlePage() {
                   [text](const Contributor& contributor) {
                     return FoldedText(text).find(FoldedText(contributor.name)) != std::string::npos;
                   });
-  const bool isPlain =
-      kEnds.find(LastOf(text)) == std::u32string_view::npos || (!layout.isWide && IsShouted(text));
+  constexpr std::ptrdiff_t kMostBlanks = 5;
+  const bool isFew = std::count(text.begin(), text.end(), ' ') <= kMostBlanks;
+  const bool isPlain = kEnds.find(LastOf(text)) == std::u32string_view::npos ||
+                       (!layout.isWide && (isFew || IsShouted(text)));
   if (isShort && (namesAuthor || (isAnyOnTitlePage && isPlain))) return "center";
   isTitlePage = false;
   return "";

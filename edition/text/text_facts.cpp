@@ -411,13 +411,31 @@ void ReadTitlePage(const std::vector<TextLine>& lines, Metadata& facts) {
   }
 }
 
-// A line of its own before the first heading.
+// In capitals, or all long words with one, and nothing but words.
+bool IsWrittenAsTitle(std::string_view text) {
+  constexpr size_t kLongWord = 4;
+  size_t words = 0;
+  bool isShouted = true;
+  while (!text.empty()) {
+    const size_t end = std::min(text.find(' '), text.size());
+    const std::string_view word = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    if (word.empty()) continue;
+    if (word.find_first_of(".,:;!?0123456789/@_<>=") != std::string_view::npos) return false;
+    if (IsSmall(FirstOf(word)) && CountCharacters(word) >= kLongWord) return false;
+    isShouted = isShouted && !IsSmall(LastOf(word));
+    ++words;
+  }
+  return isShouted || words > 1;
+}
+
+// A line of its own before the first heading, or one that is written as titles are.
 void ReadLoneTitle(const std::vector<TextLine>& lines, Metadata& facts) {
   HeadingLine heading;
-  if (lines.size() < 2 || !lines[1].isBehindBlank || !ReadHeadingLine(lines[1].text, heading))
-    return;
+  if (lines.size() < 2 || !lines[1].isBehindBlank) return;
   const std::string_view title = lines[0].text;
-  if (IsTitleLine(title) && !title.ends_with('.')) {
+  const bool isBeforeHeading = ReadHeadingLine(lines[1].text, heading) && !title.ends_with('.');
+  if (IsTitleLine(title) && (isBeforeHeading || IsWrittenAsTitle(title))) {
     facts.title = WithoutShouting(WithoutUnderscores(title));
   }
 }
