@@ -211,7 +211,7 @@ class LittleMemory {
  public:
   explicit LittleMemory(rlim_t most) {
     getrlimit(RLIMIT_AS, &before);
-#ifndef __SANITIZE_ADDRESS__
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     rlim_t pages = 0;
     std::ifstream("/proc/self/statm") >> pages;
     const rlimit limit = {pages * static_cast<rlim_t>(getpagesize()) + most, before.rlim_max};

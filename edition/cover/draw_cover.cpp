@@ -85,16 +85,16 @@ std::string Shortened(const char* text) {
 }
 
 void DrawArcs(cairo_t* drawing, double side) {
-  for (double radius = 80; radius < kHeight * 0.4; radius += 34) {
+  for (int radius = 80; radius < kHeight * 0.4; radius += 34) {
     cairo_arc(drawing, side, kHeight, radius, 0, 2 * std::numbers::pi);
     cairo_stroke(drawing);
   }
 }
 
 void DrawWaves(cairo_t* drawing, double side) {
-  constexpr double kStep = 25;
-  for (double top = kHeight * 0.72; top < kHeight + 30; top += 26) {
-    for (double x = 0; x <= kWidth; x += kStep) {
+  constexpr int kStep = 25;
+  for (int top = kHeight * 72 / 100; top < kHeight + 30; top += 26) {
+    for (int x = 0; x <= kWidth; x += kStep) {
       cairo_line_to(drawing, x, top + 16 * std::sin((x + side + top * 1.7) / 70));
     }
     cairo_stroke(drawing);

@@ -70,7 +70,7 @@ std::string CharacterOfJis(int plane, int row, int cell) {
   if (plane == 2) bytes += '\x8F';
   bytes += static_cast<char>(row + 0xA0);
   bytes += static_cast<char>(cell + 0xA0);
-  const iconv_t converter = iconv_open("UTF-8", "EUC-JISX0213");
+  iconv_t converter = iconv_open("UTF-8", "EUC-JISX0213");
   if (converter == reinterpret_cast<iconv_t>(-1)) return {};  // NOLINT(performance-no-int-to-ptr)
   std::array<char, 16> out = {};
   char* from = bytes.data();

@@ -93,7 +93,7 @@ std::string LanguageOfText(std::string_view sample) {
       CLD2::DetectLanguageSummary(sample.data(), static_cast<int>(sample.size()), true, languages,
                                   percents, &bytes, &isReliable);
   if (!isReliable || best == CLD2::UNKNOWN_LANGUAGE) return LanguageOfScript(sample);
-  const std::string code = CLD2::LanguageCode(best);
+  std::string code = CLD2::LanguageCode(best);
   if (code == "zh-Hant") return "zh";  // readers look for fonts by what the characters are
   if (code == "iw") return "he";
   if (code == "xx" || code == "un") return LanguageOfScript(sample);

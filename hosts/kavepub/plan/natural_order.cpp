@@ -37,7 +37,7 @@ bool ComesBefore(std::string_view first, std::string_view second) {
       left.remove_prefix(1);
       right.remove_prefix(1);
     }
-    if (order != 0) return order < 0;
+    if (std::is_neq(order)) return std::is_lt(order);
   }
   if (left.empty() != right.empty()) return left.empty();
   return first < second;
