@@ -74,7 +74,8 @@ void CheckLinks(const std::map<std::string, std::string>& entries, const std::st
   const XmlDoc document = RequiredXml(entries.at(name), name);
   for (const std::string& link : XPathTexts(document, "//@href | //@src | //@full-path")) {
     const size_t end = std::min(link.find('#'), link.size());
-    const std::string target = (link.starts_with(kRoot) ? "" : kRoot) + link.substr(0, end);
+    std::string target = link.starts_with(kRoot) ? "" : kRoot;
+    target.append(link, 0, end);
     Require(entries.count(target) == 1, name + ": " + link + " leads somewhere");
     if (end == link.size()) continue;
     const auto ids = XPathTexts(ParseXml(entries.at(target)), "//@id");
