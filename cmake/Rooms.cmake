@@ -40,6 +40,7 @@ function(kav_room folder)
   if(NOT folder MATCHES "^hosts/" AND NOT KAV_SANITIZE) # libraries keep to a small stack
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Wframe-larger-than=8192>)
   endif()
+  kav_precompile(${target})
 endfunction()
 
 # kav_shared_library(NAME [ABI NUMBER] ROOMS ROOM... PUBLIC_HEADERS HEADER... [LINKS LIBRARY...]) makes

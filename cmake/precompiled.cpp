@@ -1,0 +1,2 @@
+// Is compiled for its precompiled headers only.
+int main() {}
