@@ -209,7 +209,7 @@ std::string DamagedBook(const std::string& fixture, const std::string& damage) {
 // While it lives, the process gets no more than so much memory, unless a sanitizer takes it.
 class LittleMemory {
  public:
-  explicit LittleMemory(rlim_t most) {
+  explicit LittleMemory([[maybe_unused]] rlim_t most) {
     getrlimit(RLIMIT_AS, &before);
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     rlim_t pages = 0;
