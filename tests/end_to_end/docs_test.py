@@ -31,7 +31,7 @@ class Examples(ToolTest):
             (self.dir / name).symlink_to(SOURCE / name)
         self.environment |= {"LD_LIBRARY_PATH": str(BUILD / "lib"), "LC_ALL": "C.UTF-8",
                              "PATH": f"{BUILD / 'bin'}:{os.environ['PATH']}",
-                             "PYTHONPATH": str(DOCS / "examples")}
+                             "PYTHONPATH": f"{DOCS / 'examples'}:{SOURCE / 'hosts/python'}"}
 
     def run_program(self, language, code):
         if language == "python":
