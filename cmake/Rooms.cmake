@@ -45,9 +45,9 @@ endfunction()
 
 # kav_shared_library(NAME [ABI NUMBER] ROOMS ROOM... PUBLIC_HEADERS HEADER... [LINKS LIBRARY...]) makes
 # lib/libNAME.so of the rooms; its exports are those of the linker map NAME.map beside the caller. Its own
-# calls stay inside, whatever functions a host has by the same names. It is installed with its public headers, which are all that its users in this tree see, and finds its
-# companions beside itself. With ABI it stands alone: programs look for NAME.so.NUMBER, and the caller
-# installs it.
+# calls stay inside, whatever functions a host has by the same names. It is installed with its public
+# headers, which are all that its users in this tree see, and finds its companions beside itself. With
+# ABI it stands alone: programs look for NAME.so.NUMBER, and the caller installs it.
 function(kav_shared_library name)
   cmake_parse_arguments(PARSE_ARGV 1 library "" "ABI" "ROOMS;PUBLIC_HEADERS;LINKS")
   set(view ${CMAKE_BINARY_DIR}/include/${name})

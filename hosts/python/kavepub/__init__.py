@@ -18,7 +18,7 @@ import os
 import threading
 from collections.abc import Callable, Iterable, Iterator
 from dataclasses import dataclass
-from typing import BinaryIO, Union, overload
+from typing import BinaryIO, TypeVar, Union, overload
 
 from . import _library
 from ._library import check, library, text_of
@@ -91,7 +91,29 @@ def options() -> Iterator[Option]:
                      bool(each.repeats), bool(each.takes_file))
 
 
-class Job:
+_Handle = TypeVar("_Handle", bound="_Closable")
+
+
+class _Closable:
+    """What holds a handle of the library until it is closed, or thrown away."""
+
+    _handle: int | None = None
+
+    def __enter__(self: _Handle) -> _Handle:
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        self.close()
+
+    def __del__(self) -> None:
+        if self._handle:
+            self.close()
+
+    def close(self) -> None:
+        raise NotImplementedError
+
+
+class Job(_Closable):
     """One book to make: inputs and options, then once `run` or `examine`.
 
     Used by one thread at a time, but for `cancel`."""
@@ -111,16 +133,6 @@ class Job:
         except BaseException:
             self.close()
             raise
-
-    def __enter__(self) -> Job:
-        return self
-
-    def __exit__(self, *_: object) -> None:
-        self.close()
-
-    def __del__(self) -> None:
-        if getattr(self, "_handle", None):
-            self.close()
 
     def close(self) -> None:
         """Frees what the job holds; it cannot be used any more."""
@@ -240,7 +252,7 @@ def examine(source: Source | list[Source], **values: Value) -> Report:
         return job.examine()
 
 
-class Text:
+class Text(_Closable):
     """A text file of any encoding, read as UTF-8 with LF line ends.
 
         with kavepub.Text("novel.txt") as text:
@@ -265,16 +277,6 @@ class Text:
         except BaseException:
             self.close()
             raise
-
-    def __enter__(self) -> Text:
-        return self
-
-    def __exit__(self, *_: object) -> None:
-        self.close()
-
-    def __del__(self) -> None:
-        if getattr(self, "_handle", None):
-            self.close()
 
     def close(self) -> None:
         """Frees what the text holds; it cannot be used any more."""
