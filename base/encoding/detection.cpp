@@ -146,7 +146,9 @@ void TextDetector::Feed(std::string_view piece) {
     if (beginning.size() == kBeginning) JudgeBeginning();
   }
   size += piece.size();
-  nulBytes += static_cast<size_t>(std::count(piece.begin(), piece.end(), '\0'));
+  if (piece.find('\0') != std::string_view::npos) {
+    nulBytes += static_cast<size_t>(std::count(piece.begin(), piece.end(), '\0'));
+  }
   // One search for each is many times as fast as one for all.
   needsCleaning =
       needsCleaning || std::any_of(kDropped.begin(), kDropped.end(), [piece](char dropped) {

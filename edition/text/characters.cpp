@@ -130,21 +130,28 @@ std::string_view Trimmed(std::string_view text) {
 }
 
 size_t CountCharacters(std::string_view text) {
+  constexpr size_t kMost = 255;  // that a small number counts, which is what processors do at once
   size_t count = 0;
-  for (const char c : text) count += (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
+  for (size_t begin = 0; begin < text.size(); begin += kMost) {
+    std::uint8_t some = 0;
+    for (const char c : text.substr(begin, kMost)) {
+      some = static_cast<std::uint8_t>(some + ((static_cast<unsigned char>(c) & 0xC0U) != 0x80U));
+    }
+    count += some;
+  }
   return count;
 }
 
 std::string FoldedText(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  for (size_t i = 0; i < text.size();) {
+  std::string out(text);
+  size_t plain = 0;
+  for (; plain < out.size() && static_cast<unsigned char>(out[plain]) < 0x80; ++plain) {
+    if (out[plain] >= 'A' && out[plain] <= 'Z') out[plain] = static_cast<char>(out[plain] + 0x20);
+  }
+  out.resize(plain);
+  for (size_t i = plain; i < text.size();) {
     const Character c = CharacterAt(text, i);
-    if (c.code < 0x80) {
-      out += static_cast<char>(Folded(c.code));
-    } else {
-      Append(Folded(c.code), out);
-    }
+    Append(Folded(c.code), out);
     i += c.length;
   }
   return out;

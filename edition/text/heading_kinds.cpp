@@ -193,6 +193,18 @@ NamedPlace PlaceOfName(std::string_view folded) {
   return found == places.end() ? NamedPlace::kNone : found->second;
 }
 
+size_t LongestName() {
+  static const size_t longest = [] {
+    size_t most = 0;
+    for (const Name& row : kNames) {
+      ForEachPart(row.names, '|',
+                  [&](std::string_view name) { most = std::max(most, name.size()); });
+    }
+    return most;
+  }();
+  return longest;
+}
+
 bool IsNoHeadingWord(std::string_view folded) {
   static const auto words = [] {
     std::unordered_set<std::string_view> set;

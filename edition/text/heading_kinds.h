@@ -47,6 +47,9 @@ Rank RankOf(Unit unit);
 // punctuation at its end.
 NamedPlace PlaceOfName(std::string_view folded);
 
+// The length in bytes of the longest name that PlaceOfName knows.
+size_t LongestName();
+
 // Words before a number that make it no heading: "figure", "page", "january".
 bool IsNoHeadingWord(std::string_view folded);
 

@@ -402,14 +402,17 @@ size_t TitledNameLength(std::string_view text) {
   if (const size_t counted = CountedNameLength(text)) return counted;
   constexpr size_t kLongestWide = 24;  // characters of a title
   constexpr size_t kLongest = 60;
+  constexpr size_t kLongestName = 24;  // bytes
   size_t length = 0;
-  while (length < text.size() && !IsIn(CharacterAt(text, length).code, U"：:—–") &&
+  while (length < text.size() && length <= kLongestName &&
+         !IsIn(CharacterAt(text, length).code, U"：:—–") &&
          !(IsWide(FirstOf(text)) && IsBlank(CharacterAt(text, length).code)) &&
          text.substr(length, 2) != ". ") {
     length += CharacterAt(text, length).length;
   }
+  if (length == text.size() || length > kLongestName) return 0;
   const std::string name = FoldedText(WithoutBlanksBehind(text.substr(0, length)));
-  if (length == text.size() || kTitledNames.find("|" + name + "|") == std::string_view::npos) {
+  if (kTitledNames.find("|" + name + "|") == std::string_view::npos) {
     return 0;
   }
   std::string_view title = text.substr(length);
@@ -429,10 +432,15 @@ bool ReadName(std::string_view line, std::string_view text, HeadingLine& heading
     name = WithoutLast(name);
   }
   if (name.empty() || name.size() > kLongestName) return false;
-  std::string folded = FoldedText(name);
-  // Letters of a name may be spaced: "目　錄", "C O N T E N T S".
-  NamedPlace place = PlaceOfName(folded);
-  if (place == NamedPlace::kNone && IsWide(FirstOf(name))) {
+  const bool isWide = IsWide(FirstOf(name));
+  NamedPlace place = NamedPlace::kNone;
+  std::string folded;
+  if (isWide || name.size() <= LongestName()) {
+    folded = FoldedText(name);
+    place = PlaceOfName(folded);
+  }
+  // Letters of a name may be spaced: "目　錄".
+  if (place == NamedPlace::kNone && isWide) {
     std::string closed;
     for (size_t i = 0; i < folded.size();) {
       const Character c = CharacterAt(folded, i);

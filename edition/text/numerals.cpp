@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -352,9 +353,37 @@ size_t WordLength(std::string_view text) {
   return length;
 }
 
+// How words can begin, by their first two letters: most words of a text begin otherwise.
+class Beginnings {
+ public:
+  explicit Beginnings(const Words& words) {
+    for (const auto& [word, value] : words) known.set(PlaceOf(word));
+  }
+
+  bool Has(std::string_view text) const { return known.test(PlaceOf(text)); }
+
+ private:
+  static size_t PlaceOf(std::string_view text) {
+    const size_t first = Letter(text, 0);
+    return first == kForeign ? kOther : first << 6 | Letter(text, 1);
+  }
+
+  static size_t Letter(std::string_view text, size_t place) {
+    const auto c = place < text.size() ? static_cast<unsigned char>(text[place]) : 0U;
+    if (c >= 0x80) return kForeign;
+    return IsLetter(c) ? c & 0x1FU : 0;  // of either case
+  }
+
+  static constexpr size_t kForeign = 0x20;
+  static constexpr size_t kOther = 0;
+  std::bitset<size_t{1} << 11> known;
+};
+
 // The longest number word at the beginning, with as many hyphens as the table has in it.
 Numeral ReadWord(std::string_view text) {
   static const Words words = MakeWords();
+  static const Beginnings beginnings(words);
+  if (!beginnings.Has(text)) return {};
   std::string word = FoldedText(text.substr(0, WordLength(text)));
   while (!word.empty() && word.size() <= kLongestWord) {
     if (const auto found = words.find(word); found != words.end()) {
