@@ -3,7 +3,7 @@
 
     make_inputs.py DIRECTORY INPUT...
 
-An input is KIND-SIZE: english, chinese, html, mobi (in MB), or pages (in pages).
+An input is KIND-SIZE: english, chinese, html, mobi (in MB), pages or chapters (how many).
 Words follow Zipf's law, as they do in any language.
 """
 import itertools
@@ -88,6 +88,14 @@ def write_pages(path, size):
     path.write_text("x\n" * 60 * size, encoding="ascii")
 
 
+def write_chapters(path, size):
+    rng = random.Random(5)
+    pool = [textwrap.fill(text, 70) for text in english(rng)]
+    with path.open("w", encoding="utf-8") as file:
+        for number in range(1, size + 1):
+            file.write(f"CHAPTER {number}\n\n{rng.choice(pool)}\n\n\n")
+
+
 def png(rng, side):
     """A picture that does not compress."""
     rows = b"".join(b"\0" + rng.randbytes(3 * side) for _ in range(side))
@@ -152,7 +160,8 @@ def write_mobi(path, size):
 
 
 WRITERS = {"english": (write_english, ".txt"), "chinese": (write_chinese, ".txt"),
-           "html": (write_html, ""), "mobi": (write_mobi, ".mobi"), "pages": (write_pages, ".txt")}
+           "html": (write_html, ""), "mobi": (write_mobi, ".mobi"), "pages": (write_pages, ".txt"),
+           "chapters": (write_chapters, ".txt")}
 
 
 def main():

@@ -9,7 +9,7 @@ import subprocess
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PAGE = ROOT / "docs/performance.md"
-OURS = ("engine", "floor", "kavepub")
+OURS = ("engine", "floor", "kavepub", "reader")
 MB = 1e6
 KIB = 1024
 
@@ -17,7 +17,7 @@ Result = collections.namedtuple(
     "Result", "kind size pages program rounds wall_s cpu_s peak_kib book_bytes")
 
 NAMES = {"english": "English text", "chinese": "Chinese text", "html": "site of HTML pages",
-         "mobi": "MOBI book", "pages": "short pages of text"}
+         "mobi": "MOBI book", "pages": "short pages of text", "chapters": "chapters of a paragraph"}
 HEAD = ["| Input | Program | Rounds | Wall s | CPU s | Peak MB | Book MB "
         "| Wall ÷ floor | CPU ÷ floor | Peak ÷ floor | Wall ÷ engine |",
         "|---|---|--:|--:|--:|--:|--:|--:|--:|--:|--:|"]
@@ -31,7 +31,7 @@ def find(results, kind, size, program):
 def input_name(result):
     if result.size == 0:
         return result.kind
-    unit = f"{result.size:,}" if result.kind == "pages" else f"{result.size} MB"
+    unit = f"{result.size:,}" if result.kind in ("pages", "chapters") else f"{result.size} MB"
     return f"{NAMES.get(result.kind, result.kind)}, {unit}"
 
 
@@ -71,12 +71,21 @@ def targets(results):
             add(f"{input_name(result)}: peak memory", 12 + 0.002 * result.pages,
                 result.peak_kib * KIB / MB, " MB")
 
-    base, small, large = (result for result in results
-                          if (result.kind, result.program) == ("pages", "engine"))
-    add(f"{large.size:,} pages: wall time, in {small.size:,} pages", 10.5,
-        large.wall_s / small.wall_s)
-    add(f"{large.size:,} pages: memory above that of one page, in {small.size:,} pages", 10.5,
-        (large.peak_kib - base.peak_kib) / (small.peak_kib - base.peak_kib))
+    for kind, program in (("pages", "engine"), ("chapters", "reader")):
+        base, small, large = (result for result in results
+                              if (result.kind, result.program) == (kind, program))
+        add(f"{large.size:,} {kind}: wall time, in {small.size:,} {kind}", 10.5,
+            large.wall_s / small.wall_s)
+        add(f"{large.size:,} {kind}: memory above that of one, in {small.size:,} {kind}", 10.5,
+            (large.peak_kib - base.peak_kib) / (small.peak_kib - base.peak_kib))
+    for result in results:
+        if result.program != "reader" or result.kind not in bounds:
+            continue
+        plain = find(results, result.kind, result.size, "kavepub")
+        name = f"{input_name(result)}, reader's edition"
+        add(f"{name}: wall time, in those of the plain one", 0.6, result.wall_s / plain.wall_s)
+        add(f"{name}: CPU time, in those of the plain one", 1, result.cpu_s / plain.cpu_s)
+        add(f"{name}: peak memory", 48, result.peak_kib * KIB / MB, " MB")
     start = next(result for result in results if result.kind == "start-up")
     add("`kavepub --version`: CPU time", 5, start.cpu_s * 1000, " ms")
     packing = {result.program: result for result in results if result.kind == "packing"}
