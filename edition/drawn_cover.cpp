@@ -2,8 +2,8 @@
 #include "edition/drawn_cover.h"
 
 #include <dlfcn.h>
+#include <sys/mman.h>
 
-#include <new>
 #include <string>
 
 #include "base/large_stack.h"
@@ -35,6 +35,15 @@ std::string AuthorsOf(const Metadata& metadata) {
   return authors;
 }
 
+// GLib ends the process when it gets no memory, so there has to be plenty. Most of what drawing
+// asks for is address space: fonts, and what each thread sets apart.
+bool HasRoomToDraw() {
+  constexpr size_t kPlenty = size_t{1} << 29;
+  void* room =
+      mmap(nullptr, kPlenty, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  return room != MAP_FAILED && munmap(room, kPlenty) == 0;
+}
+
 // The library that calls has no exceptions to let through.
 void Keep(void* user, const void* bytes, size_t size) noexcept {
   auto& picture = *static_cast<std::string*>(user);
@@ -53,10 +62,13 @@ std::optional<Resource> DrawnCover(const Metadata& metadata) {
   const kavepub_cover_texts texts = {metadata.title.c_str(), authors.c_str(),
                                      metadata.language.c_str()};
   Resource picture;
-  if (draw == nullptr) return std::nullopt;
+  if (draw == nullptr || !HasRoomToDraw()) return std::nullopt;
   int code = 0;
-  // Outlines of letters are interpreted with large tables on the stack.
-  if (!DoOnLargeStack([&] { code = draw(&texts, Keep, &picture.bytes); })) throw std::bad_alloc();
-  if (code != 0 || picture.bytes.empty()) return std::nullopt;
+  // Outlines of letters are interpreted with large tables on the stack. Pango ends the process when
+  // it cannot start a thread beside this one, so that is tried first.
+  const bool isTried = DoOnLargeStack([&] {
+    if (DoOnLargeStack([] {})) code = draw(&texts, Keep, &picture.bytes);
+  });
+  if (!isTried || code != 0 || picture.bytes.empty()) return std::nullopt;
   return picture;
 }

@@ -24,7 +24,8 @@ constexpr struct {
 };
 
 constexpr char kNoCover[] =
-    "The book has no cover: one can only be drawn with libkavepub-cover and with fonts installed.";
+    "The book has no cover: one can only be drawn with libkavepub-cover, with fonts installed and "
+    "with enough memory.";
 
 constexpr unsigned kMostAutomaticThreads = 16;
 

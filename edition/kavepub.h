@@ -16,11 +16,14 @@
  *
  * Guaranteed: nothing is printed, the process is never ended, no signal handler is set, no
  * exception leaves a function, and nothing outside the output is written: there are no working
- * files. Equal input and options give equal bytes, whatever the clock, the time zone, the directory
- * and the number of threads, as long as it is the same build of this library and of those it stands
- * on. A book appears at its path whole or not at all. Not guaranteed: equal bytes across versions;
- * equal covers on machines with other fonts; that a handle can be used by two threads at once, but
- * for kavepub_job_cancel.
+ * files. One thing is beyond this: covers are drawn with Pango and Cairo, and GLib below them ends
+ * the process when memory runs out in their midst. So a cover is only drawn when half a gibibyte of
+ * address space can be had before; else the book has none, and a warning. A host that must outlive
+ * any want of memory sets the option "cover" to "none" or to a picture. Equal input and options
+ * give equal bytes, whatever the clock, the time zone, the directory and the number of threads, as
+ * long as it is the same build of this library and of those it stands on. A book appears at its
+ * path whole or not at all. Not guaranteed: equal bytes across versions; equal covers on machines
+ * with other fonts; that a handle can be used by two threads at once, but for kavepub_job_cancel.
  *
  * Versions: functions, options and report keys are added, never taken away, as long as the number
  * in the library's name (libkavepub.so.0) stays. */

@@ -26,6 +26,7 @@ struct Metadata {
   std::string title;
   std::vector<Contributor> contributors;  // authors first
   std::string language;                   // BCP 47: "en", "zh-Hant"
+  std::string script;  // ISO 15924: that of a text whose language can be written in several
   std::string publisher;
   std::string date;  // "1813" or "1813-01-28"
   std::string description;

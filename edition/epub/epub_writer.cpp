@@ -48,6 +48,13 @@ const char* ClassOf(Document::Role role) {
   }
 }
 
+// The language, with its script where the tag leaves that open.
+std::string TagOf(const Metadata& metadata) {
+  const bool isOpen = metadata.language.find('-') == std::string::npos;
+  return isOpen && !metadata.script.empty() ? metadata.language + "-" + metadata.script
+                                            : metadata.language;
+}
+
 void Clean(std::vector<ContentsEntry>& entries, const std::string& substitute) {
   for (ContentsEntry& entry : entries) {
     entry.title = OneLine(entry.title);
@@ -170,7 +177,7 @@ Status EpubWriter::AddCover(Resource picture) {
   parts.coverFile = parts.files.size();
   const Result<std::string> name = AddFile(std::move(picture));
   if (!name) return name.Why();
-  const char* word = WordsOf(metadata.language).cover;
+  const char* word = WordsOf(TagOf(metadata)).cover;
   ++pages;
   return PackPage(kCoverPageName, metadata.title, metadata.language, "cover",
                   CoverBody(*facts, *name, word));
@@ -255,7 +262,7 @@ Status EpubWriter::AddContents(const std::vector<ContentsEntry>& contents) {
       parts.documents.begin(), parts.documents.end(),
       [](const DocumentRecord& record) { return record.role == Document::Role::kContents; });
   if (!isWorthIt || hasOwn) return Done();
-  const char* word = WordsOf(metadata.language).contents;
+  const char* word = WordsOf(TagOf(metadata)).contents;
   for (const std::string& body : ContentsPages(word, contents, links, kMostBody)) {
     ++pages;
     if (Status status = PackPage(ContentsName(parts.contentsPages++), word, metadata.language,

@@ -99,3 +99,23 @@ std::string LanguageOfText(std::string_view sample) {
   if (code == "xx" || code == "un") return LanguageOfScript(sample);
   return code;
 }
+
+std::string ScriptOfText(std::string_view sample) {
+  // Frequent ones, each at the place of its counterpart.
+  constexpr std::u32string_view kTraditional =
+      U"們這來時說國會為個對過沒還從開問發樣現經學長見頭動當話讓認實點種氣";
+  constexpr std::u32string_view kSimplified =
+      U"们这来时说国会为个对过没还从开问发样现经学长见头动当话让认实点种气";
+  static_assert(kTraditional.size() == kSimplified.size());
+  size_t traditional = 0;
+  size_t simplified = 0;
+  for (size_t i = 0; i < sample.size();) {
+    const Character c = CharacterAt(sample, i);
+    i += c.length;
+    if (!IsWide(c.code)) continue;
+    traditional += kTraditional.find(c.code) != std::u32string_view::npos ? 1 : 0;
+    simplified += kSimplified.find(c.code) != std::u32string_view::npos ? 1 : 0;
+  }
+  if (traditional == simplified) return {};
+  return traditional > simplified ? "Hant" : "Hans";
+}

@@ -11,4 +11,8 @@ std::string LanguageOfName(std::string_view name);
 // By a sample of the text; empty where it cannot be told.
 std::string LanguageOfText(std::string_view sample);
 
+// "Hant" or "Hans" by the characters that only one of both ways of writing Chinese has; empty for
+// texts without any.
+std::string ScriptOfText(std::string_view sample);
+
 #endif

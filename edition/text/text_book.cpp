@@ -81,10 +81,9 @@ class Maker {
   Metadata Facts(const Layout& layout) const {
     const bool isProse = layout.style != ParagraphStyle::kVerbatim;
     Metadata facts = ReadTextFacts(isProse ? survey.beginning : std::string_view(), input.Name());
-    if (facts.language.empty()) {
-      const std::string& sample = survey.sample.empty() ? survey.beginning : survey.sample;
-      facts.language = LanguageOfText(sample);
-    }
+    const std::string& sample = survey.sample.empty() ? survey.beginning : survey.sample;
+    if (facts.language.empty()) facts.language = LanguageOfText(sample);
+    facts.script = ScriptOfText(sample);
     return facts;
   }
 

@@ -3,6 +3,7 @@
 import ctypes
 import io
 import re
+import resource
 import shutil
 import struct
 import tempfile
@@ -159,6 +160,20 @@ class Editions(unittest.TestCase):
         self.assertIn("libkavepub-cover", warnings[0])
         self.assertFalse(any("cover" in name for name in self.book()[0].namelist()))
 
+    @unittest.skipUnless(COVER_LIBRARY.exists(), "built without Pango and Cairo")
+    def test_without_room_to_draw(self):
+        """What draws would end the process when it cannot have what it asks for."""
+        pages = int(Path("/proc/self/statm").read_text(encoding="ascii").split()[0])
+        usual = resource.getrlimit(resource.RLIMIT_AS)
+        room = pages * resource.getpagesize() + (300 << 20)
+        resource.setrlimit(resource.RLIMIT_AS, (room, usual[1]))
+        try:
+            code, warnings = self.make()
+        finally:
+            resource.setrlimit(resource.RLIMIT_AS, usual)
+        self.assertEqual((code, len(warnings)), (0, 1))
+        self.assertIn("memory", warnings[0])
+
     def test_metadata(self):
         self.make(("title", "T <& \"T\""), ("author", "A"), ("author", "B"), ("translator", "C"),
                   ("language", "en-GB"), ("publisher", "P"), ("date", "1813-01-28"),
@@ -293,7 +308,8 @@ class Texts(unittest.TestCase):
             self.assertEqual(library.kavepub_job_set_option(job, option.encode(), value.encode()), 0)
         self.assertEqual(library.kavepub_job_run(job), 0, library.kavepub_job_error(job))
         archive = zipfile.ZipFile(io.BytesIO(b"".join(pieces)))
-        names = [f"OEBPS/page-{number}.xhtml" for number in range(1, len(archive.namelist()))]
+        names = ["OEBPS/contents.xhtml"]
+        names += [f"OEBPS/page-{number}.xhtml" for number in range(1, len(archive.namelist()))]
         pages = [archive.read(name).decode() for name in names if name in archive.namelist()]
         bodies = [re.search("<body[^>]*>(.*)</body>", page, re.DOTALL)[1] for page in pages]
         library.kavepub_job_report.restype = ctypes.c_char_p

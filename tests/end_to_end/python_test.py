@@ -83,6 +83,7 @@ class PythonModule(unittest.TestCase):
     def test_what_the_library_offers(self):
         names = [option.name for option in kavepub.options()]
         self.assertLessEqual({"title", "author", "language", "chapters", "cover"}, set(names))
+        self.assertIn("text", list(kavepub.kinds()))
         self.assertRegex(kavepub.version(), r"^\d+\.\d+\.\d+$")
 
 

@@ -39,8 +39,8 @@ BookOutput::BookOutput(const std::filesystem::path& place) : path(place) {
 }
 
 void BookOutput::Take(const std::filesystem::path& packed, const Provenance& provenance) {
-  const std::optional<std::string> end =
-      MarkedEnd(OpenRegularFile(packed.c_str()).Get(), provenance);
+  std::optional<std::string> end;
+  if (!IsStandardOutput()) end = MarkedEnd(OpenRegularFile(packed.c_str()).Get(), provenance);
   std::uintmax_t left = std::filesystem::file_size(packed) - (end ? kEndOfContainer : 0);
   std::ifstream book(packed, std::ios::binary);
   std::string chunk;

@@ -15,14 +15,13 @@ class BookOutput {
   explicit BookOutput(const std::filesystem::path& place);
 
   // Copies a packed book there, and adds the mark of what it was made of. Throws a Failure, or
-  // Interrupted.
+  // Interrupted. A book on the standard output has no mark: nobody knows to which place it goes.
   void Take(const std::filesystem::path& packed, const Provenance& provenance);
 
   // Writes the next bytes of a book; false when they cannot be written.
   bool Write(std::string_view bytes);
 
-  // Marks a book that was written, and lets it appear; what went to the standard output stays
-  // without a mark, as that needs the whole. Throws a Failure.
+  // Marks a book that was written, and lets it appear. Throws a Failure.
   void Finish(const Provenance& provenance);
 
   // Throws the Failure for what could not be written.

@@ -150,10 +150,14 @@ class Build {
 
 // What was chosen in vain, as the reader's edition is not made of such inputs.
 std::vector<BookWarning> WarningsOf(const BookOrder& order, const BookOptions& options) {
+  const std::string name = OneLine(order.inputs.front().string());
+  const PlainOptions plain = PlainOptionsOf(options.chosen);
   std::vector<BookWarning> warnings;
-  for (const std::string& name : PlainOptionsOf(options.chosen).ignored) {
-    warnings.push_back({OneLine(order.inputs.front().string()),
-                        "is made in the plain edition, which knows no --" + name});
+  for (const std::string& ignored : plain.ignored) {
+    warnings.push_back({name, "is made in the plain edition, which knows no --" + ignored});
+  }
+  if (plain.wantsNoCover && order.kind == BookKind::kMobi) {
+    warnings.push_back({name, "is a MOBI book, whose own cover is kept in spite of --cover none"});
   }
   return warnings;
 }

@@ -5,6 +5,7 @@
 
 namespace {
 
+constexpr char kNone[] = "none";
 constexpr char kAnd[] = " & ";  // between authors
 
 void TakeTitle(PlainOptions& options, const std::string& value) {
@@ -17,6 +18,7 @@ void TakeAuthor(PlainOptions& options, const std::string& value) {
 
 void TakeCover(PlainOptions& options, const std::string& value) {
   options.cover = FileOf("cover", value);
+  options.wantsNoCover = value == kNone;
 }
 
 template <std::string PlainOptions::*text>

@@ -15,6 +15,7 @@ struct PlainOptions {
   std::optional<std::string> title;   // none: the document's own, or the name of the input
   std::optional<std::string> author;  // none: the document's own, or none
   std::filesystem::path cover;        // empty: none
+  bool wantsNoCover = false;          // was said expressly
   // As the library has them: by name, or "auto"; "strict", "replace"; "line", "wrapped".
   std::string encoding = kAuto;
   std::string encodingErrors = kAuto;

@@ -16,6 +16,8 @@
 namespace {
 
 constexpr size_t kChunkSize = size_t{1} << 16;
+constexpr size_t kMost = size_t{256} << 20;  // far more than any text, far less than the memory
+constexpr size_t kLarge = size_t{8} << 20;
 
 // A read that waits goes on after a signal; this one does not. A signal that comes between the look
 // at the flag and the waiting must end that, too, so it comes through while we wait and not before.
@@ -41,6 +43,13 @@ std::string ReadStandardInput() {
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) throw Failure(kStandardInput, std::generic_category().message(errno));
     if (count == 0) return content;
+    // A large text is not copied as it grows; what it does not fill costs nothing.
+    if (content.size() > kLarge) content.reserve(kMost + kChunkSize);
     content.append(chunk->data(), static_cast<size_t>(count));
+    if (content.size() > kMost) {
+      throw Failure(kStandardInput,
+                    "holds more than 256 MiB, the most that is kept in memory; save it to a file "
+                    "and convert that");
+    }
   }
 }

@@ -14,6 +14,7 @@ can make different books at the same time: the interpreter is not locked while t
 from __future__ import annotations
 
 import ctypes
+import itertools
 import os
 import threading
 from collections.abc import Callable, Iterable, Iterator
@@ -25,7 +26,7 @@ from ._library import check, library, text_of
 
 __all__ = [
     "Cancelled", "Chapter", "Error", "Job", "Option", "Report", "Source", "Text", "Warning",
-    "convert", "examine", "options", "version",
+    "convert", "examine", "kinds", "options", "version",
 ]
 
 #: A path, or a name ("novel.txt") and the bytes of a file that would have it.
@@ -89,6 +90,15 @@ def options() -> Iterator[Option]:
     for each in _library.items(_library.Option, library().kavepub_option_at):
         yield Option(text_of(each.name), text_of(each.values), text_of(each.description),
                      bool(each.repeats), bool(each.takes_file))
+
+
+def kinds() -> Iterator[str]:
+    """The kinds of inputs that books are made of, by the names that `Report.kind` has."""
+    for index in itertools.count():
+        kind = library().kavepub_kind_at(index)
+        if kind is None:
+            return
+        yield text_of(kind)
 
 
 _Handle = TypeVar("_Handle", bound="_Closable")

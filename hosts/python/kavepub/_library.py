@@ -48,6 +48,7 @@ _HANDLE, _TEXT, _SIZE, _CODE = ctypes.c_void_p, ctypes.c_char_p, ctypes.c_size_t
 _FUNCTIONS: dict[str, tuple[object, list[object]]] = {
     "kavepub_version": (_TEXT, []),
     "kavepub_option_at": (_CODE, [_SIZE, ctypes.POINTER(Option), _SIZE]),
+    "kavepub_kind_at": (_TEXT, [_SIZE]),
     "kavepub_job_new": (_HANDLE, []),
     "kavepub_job_free": (None, [_HANDLE]),
     "kavepub_job_add_path": (_CODE, [_HANDLE, _TEXT]),
