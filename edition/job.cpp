@@ -11,6 +11,7 @@
 #include "edition/book_output.h"
 #include "edition/drawn_cover.h"
 #include "edition/epub/epub_writer.h"
+#include "edition/html/html_book.h"
 #include "edition/input_kind.h"
 #include "edition/text/text_book.h"
 
@@ -21,6 +22,7 @@ constexpr struct {
   Source source;
 } kSources[] = {
     {InputKind::kText, MakeTextBook},
+    {InputKind::kHtml, MakeHtmlBook},
 };
 
 constexpr char kNoCover[] =

@@ -131,6 +131,16 @@ bool TakeParagraphs(JobOptions& options, std::string_view value) {
   return value == kAuto || value == "line" || value == "wrapped";
 }
 
+bool TakeImportRoot(JobOptions& options, std::string_view value) {
+  options.source.importRoot = value;
+  return !value.empty();
+}
+
+bool TakeKeepNavigation(JobOptions& options, std::string_view value) {
+  options.source.keepsNavigation = value == "yes";
+  return value == "yes" || value == "no";
+}
+
 bool TakeThreads(JobOptions& options, std::string_view value) {
   options.threads = 0;
   if (value == kAuto) return true;
@@ -173,6 +183,13 @@ constexpr Row kOptions[] = {
     {{"paragraphs", "auto|line|wrapped", "What a line of a text is: a paragraph, or a part of one.",
       0, 0},
      TakeParagraphs},
+    {{"import-root", "DIRECTORY",
+      "A directory that holds the pages, and files that they show; else only their own is read.", 0,
+      0},
+     TakeImportRoot},
+    {{"keep-navigation", "yes|no",
+      "Whether bars of links stay that all pages of a site have; no where nothing is said.", 0, 0},
+     TakeKeepNavigation},
     {{"threads", "auto|NUMBER", "How many threads make the book; it is the same with any.", 0, 0},
      TakeThreads},
 };

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,15 @@ struct Document : BlockRun {
   std::string title;     // plain text, for the head of its pages; empty for that of the book
   std::string language;  // where it differs from that of the book
   Role role = Role::kText;
+
+  // How its source shows it, in the place of the book's own style.
+  struct Look {
+    std::vector<std::string> sheets;  // references to them, in order
+    std::string id;                   // of the body, and likewise its class and its style
+    std::string styleClass;
+    std::string style;
+  };
+  std::optional<Look> look;
 };
 
 // An entry of the contents and those below it.

@@ -21,6 +21,8 @@ struct SourceOptions {
   std::string encoding;    // by name
   std::string paragraphs;  // "line" or "wrapped"
   EncodingErrors encodingErrors = EncodingErrors::kFew;
+  std::string importRoot;  // a directory that holds the inputs, and what pages may show
+  bool keepsNavigation = false;
 };
 
 // Reads the inputs, of which there is at least one, and gives the book to the sink, from Begin to

@@ -17,6 +17,7 @@ namespace {
 
 constexpr char kFolder[] = "OEBPS/";
 constexpr char kPackageName[] = "package.opf";
+constexpr char kCssType[] = "text/css";
 constexpr char kMimetype[] = "application/epub+zip";
 constexpr char kContainer[] =
     "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
@@ -119,7 +120,10 @@ EpubWriter::EpubWriter(EpubOptions wanted, Output& output)
         return static_cast<bool>(status);
       }),
       packer(zip, options.threads),
-      names{{kStyleSheetName, 1}, {kNavigationName, 1}, {kPackageName, 1}} {}
+      names{{kStyleSheetName, 1},
+            {kFurtherSheetName, 1},
+            {kNavigationName, 1},
+            {kPackageName, 1}} {}
 
 Status EpubWriter::Begin(const Metadata& found) {
   metadata = Cleaned(found);
@@ -150,6 +154,9 @@ Status EpubWriter::Add(Document document) {
   if (current.language.empty()) current.language = metadata.language;
   parts.documents.push_back({0, current.role});
   isInDocument = true;
+  if (current.look) {
+    if (Status status = AddFurtherSheet(); !status) return status;
+  }
   return AddPages(false);
 }
 
@@ -179,8 +186,8 @@ Status EpubWriter::AddCover(Resource picture) {
   if (!name) return name.Why();
   const char* word = WordsOf(TagOf(metadata)).cover;
   ++pages;
-  return PackPage(kCoverPageName, metadata.title, metadata.language, "cover",
-                  CoverBody(*facts, *name, word));
+  const std::string body = CoverBody(*facts, *name, word);
+  return PackPage(kCoverPageName, {metadata.title, metadata.language, "cover", body});
 }
 
 Status EpubWriter::Finish(std::vector<ContentsEntry> contents) {
@@ -227,19 +234,22 @@ Status EpubWriter::AddPage(std::string body, bool isLast) {
   if (!isOnly) links.NoteIds(document, page, body);
   const size_t unfinished = isLast ? document + 1 : document;
   if (!links.Resolve(document, page, unfinished, body)) {
-    waiting.push_back({document, page, current.title, current.language, std::move(body)});
+    waiting.push_back(
+        {document, page, current.title, current.language, current.look, std::move(body)});
     return Done();
   }
-  return PackPage(PageName(document, page), current.title, current.language, ClassOf(current.role),
-                  body);
+  return PackPage(PageName(document, page),
+                  {current.title, current.language, ClassOf(current.role), body,
+                   current.look ? &*current.look : nullptr, hasFurtherSheet});
 }
 
 Status EpubWriter::AddWaitingPages() {
   for (WaitingPage& page : waiting) {
     links.Resolve(page.document, page.page, parts.documents.size(), page.body);
     const char* bodyClass = ClassOf(parts.documents[page.document].role);
-    if (Status status = PackPage(PageName(page.document, page.page), page.title, page.language,
-                                 bodyClass, page.body);
+    if (Status status = PackPage(PageName(page.document, page.page),
+                                 {page.title, page.language, bodyClass, page.body,
+                                  page.look ? &*page.look : nullptr, hasFurtherSheet});
         !status) {
       return status;
     }
@@ -265,8 +275,9 @@ Status EpubWriter::AddContents(const std::vector<ContentsEntry>& contents) {
   const char* word = WordsOf(TagOf(metadata)).contents;
   for (const std::string& body : ContentsPages(word, contents, links, kMostBody)) {
     ++pages;
-    if (Status status = PackPage(ContentsName(parts.contentsPages++), word, metadata.language,
-                                 ClassOf(Document::Role::kContents), body);
+    if (Status status =
+            PackPage(ContentsName(parts.contentsPages++),
+                     {word, metadata.language, ClassOf(Document::Role::kContents), body});
         !status) {
       return status;
     }
@@ -321,10 +332,16 @@ std::string EpubWriter::FreeName(const std::string& wanted) {
   return name;
 }
 
-Status EpubWriter::PackPage(const std::string& name, std::string_view title,
-                            std::string_view language, std::string_view bodyClass,
-                            std::string_view body) {
-  return Pack(name, PageFile({title, language, bodyClass, body}), Packing::kDeflated);
+Status EpubWriter::PackPage(const std::string& name, const Page& page) {
+  return Pack(name, PageFile(page), Packing::kDeflated);
+}
+
+// The sheet of the host once more, alone, for documents that have sheets of their own.
+Status EpubWriter::AddFurtherSheet() {
+  if (hasFurtherSheet || options.styleSheet.empty()) return Done();
+  hasFurtherSheet = true;
+  parts.files.push_back({kFurtherSheetName, kCssType});
+  return Pack(kFurtherSheetName, options.styleSheet, Packing::kDeflated);
 }
 
 Status EpubWriter::Pack(std::string name, std::string content, Packing packing) {

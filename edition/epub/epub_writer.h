@@ -13,6 +13,7 @@
 #include "edition/book/sink.h"
 #include "edition/epub/package_document.h"
 #include "edition/epub/packer.h"
+#include "edition/epub/page.h"
 #include "edition/epub/page_links.h"
 
 struct EpubOptions {
@@ -48,6 +49,7 @@ class EpubWriter : public BookSink {
     size_t page;
     std::string title;
     std::string language;
+    std::optional<Document::Look> look;
     std::string body;
   };
 
@@ -61,8 +63,8 @@ class EpubWriter : public BookSink {
   Result<std::string> AddFile(Resource resource);
   std::string FreeName(const std::string& wanted);
   Status Pack(std::string name, std::string content, Packing packing);
-  Status PackPage(const std::string& name, std::string_view title, std::string_view language,
-                  std::string_view bodyClass, std::string_view body);
+  Status PackPage(const std::string& name, const Page& page);
+  Status AddFurtherSheet();
   Status Taken(bool isTaken) const;
 
   EpubOptions options;
@@ -78,6 +80,7 @@ class EpubWriter : public BookSink {
   size_t pages = 0;
 
   bool isInDocument = false;
+  bool hasFurtherSheet = false;
   Document current;  // with what of it is in no page yet
   std::vector<WaitingPage> waiting;
 };

@@ -13,14 +13,37 @@ constexpr std::string_view kBegin =
     "<html xmlns=\"http://www.w3.org/1999/xhtml\" xml:lang=\"";
 constexpr std::string_view kRightToLeft = "\" dir=\"rtl";
 constexpr std::string_view kHead = "\">\n<head>\n<title>";
-constexpr std::string_view kStyleSheet =
-    "</title>\n<link rel=\"stylesheet\" type=\"text/css\" href=\"style.css\"/>\n</head>\n"
-    "<body class=\"";
-constexpr std::string_view kBody = "\">\n";
+constexpr std::string_view kTitleEnd = "</title>\n";
+constexpr std::string_view kSheet = "<link rel=\"stylesheet\" type=\"text/css\" href=\"";
+constexpr std::string_view kSheetEnd = "\"/>\n";
+constexpr std::string_view kBody = "</head>\n<body class=\"";
+constexpr std::string_view kBodyEnd = "\">\n";
 constexpr std::string_view kNothing = "<div></div>";  // a body has to have a block
 constexpr std::string_view kEnd = "\n</body>\n</html>\n";
 
 constexpr size_t kRoomForFrame = 1024;
+
+void PutSheet(std::string_view name, std::string& file) {
+  file.append(kSheet);
+  AppendEscaped(name, file);
+  file.append(kSheetEnd);
+}
+
+void PutAttribute(std::string_view name, std::string_view value, std::string& file) {
+  if (value.empty()) return;
+  file.append("\" ").append(name).append("=\"");
+  AppendEscaped(value, file);
+}
+
+void PutLook(const Page& page, std::string& file) {
+  for (const std::string& sheet : page.look->sheets) PutSheet(sheet, file);
+  if (page.hasFurtherSheet) PutSheet(kFurtherSheetName, file);
+  file.append(kBody).append(page.bodyClass);
+  if (!page.look->styleClass.empty()) file += ' ';
+  AppendEscaped(page.look->styleClass, file);
+  PutAttribute("id", page.look->id, file);
+  PutAttribute("style", page.look->style, file);
+}
 
 }  // namespace
 
@@ -38,9 +61,14 @@ std::string PageFile(const Page& page) {
   if (IsRightToLeft(page.language)) file += kRightToLeft;
   file += kHead;
   AppendEscaped(page.title, file);
-  file += kStyleSheet;
-  file += page.bodyClass;
-  file += kBody;
+  file += kTitleEnd;
+  if (page.look != nullptr) {
+    PutLook(page, file);
+  } else {
+    PutSheet(kStyleSheetName, file);
+    file.append(kBody).append(page.bodyClass);
+  }
+  file += kBodyEnd;
   file += page.body.empty() ? kNothing : page.body;
   file += kEnd;
   return file;

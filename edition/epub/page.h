@@ -5,9 +5,13 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "edition/book/document.h"
 
 inline constexpr char kXhtmlType[] = "application/xhtml+xml";
 inline constexpr char kStyleSheetName[] = "style.css";
+inline constexpr char kFurtherSheetName[] = "further.css";
 inline constexpr char kPagePrefix[] = "page-";
 inline constexpr char kPageSuffix[] = ".xhtml";
 
@@ -19,6 +23,8 @@ struct Page {
   std::string_view language;  // a tag of BCP 47
   std::string_view bodyClass;
   std::string_view body;
+  const Document::Look* look = nullptr;  // else the book's
+  bool hasFurtherSheet = false;          // of the host, behind those of the look
 };
 
 // The whole file.

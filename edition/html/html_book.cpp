@@ -1,0 +1,173 @@
+// The steps: read the pages, find their order, and write them.
+#include "edition/html/html_book.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "edition/book/markup.h"
+#include "edition/html/attributes.h"
+#include "edition/html/book_files.h"
+#include "edition/html/page_assembly.h"
+#include "edition/html/repeated_parts.h"
+#include "edition/html/site.h"
+#include "edition/html/site_contents.h"
+#include "edition/html/site_order.h"
+#include "edition/text/language.h"
+
+namespace {
+
+constexpr double kShareOfReading = 0.6;
+constexpr size_t kEnoughForLanguage = size_t{1} << 16;
+
+// The letters of a body, roughly.
+std::string SampleOf(std::string_view markup) {
+  std::string sample;
+  bool isInTag = false;
+  for (const char c : markup.substr(0, kEnoughForLanguage * 4)) {
+    if (c == '<' || c == '>') isInTag = c == '<';
+    if (!isInTag && static_cast<unsigned char>(c) >= ' ') sample += c == '>' ? ' ' : c;
+    if (sample.size() == kEnoughForLanguage) break;
+  }
+  return sample;
+}
+
+class Maker {
+ public:
+  Maker(Site& read, const SourceOptions& chosen, BookSink& target, Run& shared)
+      : site(read), options(chosen), sink(target), run(shared), files(read, target, shared) {}
+
+  Status Make() {
+    if (Status status = sink.Begin(Facts()); !status) return status;
+    order = OrderOf(site);
+    if (!options.keepsNavigation) dropped = RepeatedParts(site.Pages());
+    dropped.resize(site.Pages().size());
+    numbers.resize(site.Pages().size());
+    for (size_t i = 0; i < order.size(); ++i) {
+      numbers[order[i].page] = i;
+      dropped[order[i].page].resize(site.Pages()[order[i].page].content.parts.size());
+    }
+    for (size_t i = 0; i < order.size(); ++i) {
+      if (Status status = AddPage(order[i].page); !status) return status;
+      const double share = static_cast<double>(i + 1) / static_cast<double>(order.size());
+      const double done = kShareOfReading + (1 - kShareOfReading) * share;
+      if (Status status = run.Advance(done); !status) return status;
+    }
+    return sink.Finish(ContentsOf(site, order, dropped));
+  }
+
+ private:
+  Metadata Facts() const {
+    Metadata facts = site.Pages().front().content.facts;
+    if (facts.language.empty()) {
+      facts.language = LanguageOfText(SampleOf(site.Pages().front().content.markup.body));
+    }
+    return facts;
+  }
+
+  Status AddPage(size_t number) {
+    const SitePage& page = site.Pages()[number];
+    const HtmlPage& content = page.content;
+    const ResolveMark resolve = [&](size_t reference) {
+      return Becomes(page, content.references[reference]);
+    };
+    Document document;
+    document.title = TitleOf(content, dropped[number]);
+    document.language = content.facts.language;
+    Result<std::vector<std::string>> sheets = files.Sheets(page);
+    if (!sheets) return sheets.Why();
+    Document::Look look{std::move(*sheets), content.bodyId, content.bodyClass, {}};
+    if (content.ids.count(look.id) != 0) look.id.clear();
+    Result<BlockRun> body = Assemble(content.markup, dropped[number], resolve);
+    if (!body) return body.Why();
+    static_cast<BlockRun&>(document) = std::move(*body);
+    Result<std::string> style = Resolved(page, content.bodyStyle);
+    if (!style) return style.Why();
+    look.style = std::move(*style);
+    document.look = std::move(look);
+    return sink.Add(std::move(document));
+  }
+
+  // Attributes may show files as well.
+  Result<std::string> Resolved(const SitePage& page, const std::string& attributes) {
+    Result<BlockRun> whole = Assemble({attributes, {}}, {}, [&](size_t reference) {
+      return Becomes(page, page.content.references[reference]);
+    });
+    if (!whole) return whole.Why();
+    return std::move(whole->body);
+  }
+
+  Result<std::string> Becomes(const SitePage& page, const PageReference& reference) {
+    switch (reference.kind) {
+      case PageReference::Kind::kLink:
+        return Link(page, reference.targets.front());
+      case PageReference::Kind::kStyleFile: {
+        Result<std::string> name = files.FileOfStyle(page, reference.targets.front());
+        if (!name) return name;
+        return name->empty() ? std::string("none") : "url(" + *name + ")";
+      }
+      case PageReference::Kind::kPicture:
+        return Picture(page, reference, files.Picture(page, reference.targets));
+      default:
+        return Picture(page, reference, files.Drawing(reference.targets.front()));
+    }
+  }
+
+  Result<std::string> Picture(const SitePage& page, const PageReference& reference,
+                              Result<std::string> name) {
+    if (!name) return name;
+    std::string markup;
+    if (!name->empty()) {
+      markup.append("<img src=\"").append(*name).append("\" alt=\"");
+      AppendSafe(OneLine(reference.alternative), markup);
+      Result<std::string> attributes = Resolved(page, reference.attributes);
+      if (!attributes) return attributes;
+      return markup.append("\"").append(*attributes).append("/>");
+    }
+    markup.append("<span class=\"missing\">");
+    AppendSafe(OneLine(reference.alternative), markup);
+    return markup.append("</span>");
+  }
+
+  std::string Link(const SitePage& page, const std::string& written) const {
+    const Reference reference = Resolve(written, page.base);
+    std::string target;
+    if (reference.kind == Reference::Kind::kNet) {
+      target = reference.target;
+    } else if (const size_t there = site.PageOf(page, reference); there != kNoPage) {
+      if (written == "#") return {};
+      target = sink.ReferenceTo(numbers[there]);
+      const std::string id = IdIn(there, reference.fragment);
+      if (!id.empty()) target.append("#").append(id);
+    }
+    return target.empty() ? target : " href=\"" + Escaped(target) + "\"";
+  }
+
+  // Only ids that are in the book.
+  std::string IdIn(size_t number, const std::string& fragment) const {
+    const HtmlPage& content = site.Pages()[number].content;
+    for (const std::string& id : {XmlIdOf(fragment), XmlIdOf(Unescaped(fragment))}) {
+      const auto known = content.ids.find(id);
+      if (known == content.ids.end()) continue;
+      if (known->second == kNoPart || !dropped[number][known->second]) return id;
+    }
+    return {};
+  }
+
+  Site& site;
+  const SourceOptions& options;
+  BookSink& sink;
+  Run& run;
+  BookFiles files;
+  std::vector<OrderedPage> order;
+  std::vector<size_t> numbers;  // of the documents, by page
+  std::vector<std::vector<bool>> dropped;
+};
+
+}  // namespace
+
+Status MakeHtmlBook(const std::vector<Input>& inputs, const SourceOptions& options, BookSink& sink,
+                    Run& run) {
+  Site site(inputs, options, run);
+  if (Status status = site.Read(); !status) return status;
+  return Maker(site, options, sink, run).Make();
+}

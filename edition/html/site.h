@@ -1,0 +1,72 @@
+// The pages of a site, and what leads from one to another.
+#ifndef KAVEPUB_HTML_SITE_H
+#define KAVEPUB_HTML_SITE_H
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/directory_root.h"
+#include "edition/book/input.h"
+#include "edition/book/run.h"
+#include "edition/book/source.h"
+#include "edition/html/page.h"
+#include "edition/html/reference.h"
+
+inline constexpr size_t kNoPage = SIZE_MAX;
+
+struct SitePage {
+  size_t root;       // the number of the directory that it is below
+  std::string path;  // from there
+  std::string base;  // what its references are relative to
+  HtmlPage content;
+  std::vector<size_t> links;  // for each link of the content, the page it leads to, or kNoPage
+  size_t next = kNoPage;
+  size_t up = kNoPage;
+  size_t from = kNoPage;  // the page that led here first
+};
+
+class Site {
+ public:
+  Site(const std::vector<Input>& given, const SourceOptions& chosen, Run& shared)
+      : inputs(given), options(chosen), run(shared) {}
+
+  // Reads the inputs, and all pages that they lead to, below their directories.
+  Status Read();
+
+  // The page and the id that a reference on a page leads to; kNoPage where it is none.
+  size_t PageOf(const SitePage& from, const Reference& reference) const;
+
+  // The content of a file that a page shows; nothing where it cannot be had.
+  std::optional<std::string> Load(size_t root, const std::string& path) const;
+
+  std::vector<SitePage>& Pages() { return pages; }
+  const std::vector<SitePage>& Pages() const { return pages; }
+  size_t Inputs() const { return inputs.size(); }  // which are the first pages
+
+ private:
+  struct Root {
+    DirectoryRoot directory;
+    std::string pages;  // the way from it to the pages, with a "/" at the end, or empty
+  };
+
+  Status AddInput(const Input& input);
+  void AddLinked(size_t from);
+  void Add(size_t root, std::string path, std::string_view bytes, size_t from);
+  void Connect(SitePage& page) const;
+  std::optional<std::string> LoadPage(size_t root, const std::string& path) const;
+  size_t Find(size_t root, const std::string& path) const;
+
+  const std::vector<Input>& inputs;
+  const SourceOptions& options;
+  Run& run;
+  std::vector<std::unique_ptr<Root>> roots;
+  std::map<std::string, size_t> rootNumbers;  // by directory
+  std::vector<SitePage> pages;
+  std::map<std::pair<size_t, std::string>, size_t> numbers;
+};
+
+#endif

@@ -1,0 +1,146 @@
+// Takes the order of pages from links to the next one, or from lists of contents.
+#include "edition/html/site_order.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace {
+
+class Order {
+ public:
+  explicit Order(const Site& read)
+      : site(read), pages(read.Pages()), parents(pages.size(), kNoPage) {}
+
+  std::vector<OrderedPage> Find() {
+    const std::vector<size_t> chain = Chain();
+    const bool isWhole = site.Inputs() == 1 && chain.size() > 2 && chain.size() * 2 > pages.size();
+    isWhole ? FollowChain(chain) : FollowLists();
+    AddRest();
+    return Flattened();
+  }
+
+ private:
+  std::vector<size_t> Chain() const {
+    std::vector<size_t> chain;
+    std::vector<bool> isIn(pages.size(), false);
+    for (size_t page = 0; page != kNoPage && !isIn[page]; page = pages[page].next) {
+      isIn[page] = true;
+      chain.push_back(page);
+    }
+    return chain;
+  }
+
+  // A page belongs to the one that it names, or to the last one before it that lists it.
+  void FollowChain(const std::vector<size_t>& chain) {
+    std::vector<size_t> path;
+    std::vector<std::unordered_set<size_t>> lists;
+    taken.assign(pages.size(), false);
+    for (const size_t page : chain) {
+      taken[page] = true;
+      const size_t up = pages[page].up;
+      while (!path.empty() && path.back() != up && lists.back().count(page) == 0) {
+        path.pop_back();
+        lists.pop_back();
+      }
+      // The first page is the one before all others.
+      const bool isTop = path.empty() || path.back() == 0;
+      if (!isTop) parents[page] = path.back();
+      arrived.push_back(page);
+      path.push_back(page);
+      lists.push_back(ListOf(page));
+    }
+  }
+
+  std::unordered_set<size_t> ListOf(size_t page) const {
+    std::unordered_set<size_t> list;
+    const SitePage& from = pages[page];
+    for (size_t i = 0; i < from.links.size(); ++i) {
+      if (from.content.links[i].depth > 0) list.insert(from.links[i]);
+    }
+    return list;
+  }
+
+  // A page takes those that its lists have, so that those further down get the rest.
+  void FollowLists() {
+    taken.assign(pages.size(), false);
+    for (size_t page = 0; page < site.Inputs(); ++page) taken[page] = true;
+    for (size_t page = 0; page < site.Inputs(); ++page) FollowListsFrom(page);
+  }
+
+  void FollowListsFrom(size_t first) {
+    std::vector<size_t> waiting = {first};
+    while (!waiting.empty()) {
+      const size_t page = waiting.back();
+      waiting.pop_back();
+      arrived.push_back(page);
+      const std::vector<size_t> claimed = Claim(page);
+      waiting.insert(waiting.end(), claimed.rbegin(), claimed.rend());
+    }
+  }
+
+  // Deeper entries of a list belong to the entry above them.
+  std::vector<size_t> Claim(size_t page) {
+    std::vector<size_t> claimed;
+    std::vector<std::pair<unsigned, size_t>> path;
+    const SitePage& from = pages[page];
+    for (size_t i = 0; i < from.links.size(); ++i) {
+      const size_t listed = from.links[i];
+      const unsigned depth = from.content.links[i].depth;
+      if (depth == 0 || listed == kNoPage) continue;
+      while (!path.empty() && path.back().first >= depth) path.pop_back();
+      const size_t above = path.empty() ? page : path.back().second;
+      path.emplace_back(depth, listed);
+      if (taken[listed]) continue;
+      taken[listed] = true;
+      const bool isTop = above < site.Inputs();
+      if (!isTop && above != listed) parents[listed] = above;
+      claimed.push_back(listed);
+    }
+    return claimed;
+  }
+
+  // What no list has comes behind the page that led to it, and what belongs to that.
+  void AddRest() {
+    for (size_t page = 0; page < pages.size(); ++page) {
+      if (taken[page]) continue;
+      taken[page] = true;
+      const size_t from = pages[page].from;
+      if (from >= site.Inputs() && from != kNoPage) parents[page] = from;
+      arrived.push_back(page);
+    }
+  }
+
+  // Parents before what belongs to them, else as they came.
+  std::vector<OrderedPage> Flattened() const {
+    std::vector<std::vector<size_t>> below(pages.size());
+    std::vector<size_t> tops;
+    for (const size_t page : arrived) {
+      (parents[page] == kNoPage ? tops : below[parents[page]]).push_back(page);
+    }
+    std::vector<OrderedPage> order;
+    std::vector<OrderedPage> waiting;
+    for (auto top = tops.rbegin(); top != tops.rend(); ++top) waiting.push_back({*top, 0});
+    while (!waiting.empty()) {
+      const OrderedPage next = waiting.back();
+      waiting.pop_back();
+      order.push_back(next);
+      const std::vector<size_t>& inner = below[next.page];
+      for (auto page = inner.rbegin(); page != inner.rend(); ++page) {
+        waiting.push_back({*page, next.level + 1});
+      }
+    }
+    return order;
+  }
+
+  const Site& site;
+  const std::vector<SitePage>& pages;
+  std::vector<size_t> parents;
+  std::vector<bool> taken;
+  std::vector<size_t> arrived;  // all pages, as they came
+};
+
+}  // namespace
+
+std::vector<OrderedPage> OrderOf(const Site& site) {
+  return Order(site).Find();
+}
