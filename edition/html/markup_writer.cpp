@@ -91,9 +91,6 @@ void MarkupWriter::End() {
 }
 
 void MarkupWriter::BeginInline(const char* name, std::string attributes, std::string id) {
-  const bool isLink = std::string_view(name) == "a";
-  if (isLink && openLinks > 0) name = "span";
-  if (std::string_view(name) == "a") ++openLinks;
   Element element{name, Place::kInText, Model::kText, std::move(attributes), std::move(id), 0};
   element.isInline = true;
   order.push_back(true);
@@ -107,7 +104,6 @@ void MarkupWriter::EndInline() {
     openInlines.pop_back();
   }
   if (!element.id.empty()) pendingIds.push_back(std::move(element.id));
-  if (std::string_view(element.name) == "a") --openLinks;
   inlines.pop_back();
 }
 
@@ -164,6 +160,7 @@ bool MarkupWriter::IsPreformatted() const {
 
 bool MarkupWriter::BeginPart(size_t number) {
   if (!inlines.empty() || blocks.back().isTransparent) return false;
+  if (!pendingIds.empty()) PrepareText();
   OpenBlock(blocks.size() - 1);
   CloseInlines();
   while (open.back().block == kNone) CloseTag();

@@ -99,7 +99,6 @@ class MarkupWriter {
   std::vector<bool> order;  // of all elements that are open in the source, whether they are inline
   std::vector<Open> open;
   std::vector<size_t> openInlines;
-  size_t openLinks = 0;
   std::vector<std::string> pendingIds;
   std::vector<size_t> path;  // kept, as it is needed often
   size_t preformatted = 0;

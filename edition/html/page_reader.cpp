@@ -222,7 +222,7 @@ class Reader {
     std::string attributes =
         AttributesOf(node, name, added, StyleOf(node, name, rules, Refer()));
     std::string id = IdOf(node, name);
-    if (name == "a") BeginLink(node, attributes, begun);
+    const bool isLink = name == "a" && BeginLink(node, attributes, begun);
     if (name.size() == 2 && name[0] == 'h' && name[1] >= '1' && name[1] <= '6') {
       BeginHeading(static_cast<unsigned>(name[1] - '0'), id, begun);
     }
@@ -240,7 +240,8 @@ class Reader {
       return;
     }
     begun.isWritten = true;
-    writer.Begin(rule.name, rule.place, rule.model, std::move(attributes), std::move(id));
+    const char* own = name == "a" && !isLink ? "span" : rule.name;
+    writer.Begin(own, rule.place, rule.model, std::move(attributes), std::move(id));
   }
 
   static std::string IdOf(const GumboNode& node, const std::string& name) {
@@ -255,10 +256,12 @@ class Reader {
     return !id.empty() && page.ids.emplace(id, part).second;
   }
 
-  void BeginLink(const GumboNode& node, std::string& attributes, Begun& begun) {
+  // False for what is no link, and for one inside another, which XHTML has not.
+  bool BeginLink(const GumboNode& node, std::string& attributes, Begun& begun) {
     const char* href = FindAttribute(node, "href");
-    if (href == nullptr) return;
+    if (href == nullptr || openLinks > 0) return false;
     begun.isLink = true;
+    ++openLinks;
     if (heading) {
       const std::string text = TextOf(node);
       begun.isPermalink = *href == '#' && text.size() <= kShortMark;
@@ -267,8 +270,8 @@ class Reader {
     attributes += AddReference({PageReference::Kind::kLink, {href}, {}, {}});
     if (page.links.size() < kMostLinks) {
       page.links.push_back({href, {}, static_cast<unsigned>(lists)});
-      ++openLinks;
     }
+    return true;
   }
 
   void BeginHeading(unsigned level, std::string& id, Begun& begun) {
@@ -310,7 +313,7 @@ class Reader {
       heading.reset();
     }
     if (begun.isPermalink) --permalinks;
-    if (begun.isLink && openLinks > 0) --openLinks;
+    if (begun.isLink) --openLinks;
     if (begun.isList) --lists;
     if (begun.isWritten) writer.End();
     if (begun.part != kNone) {

@@ -47,6 +47,10 @@ constexpr std::string_view kAttributes[] = {
 
 constexpr std::string_view kWithText[] = {"a", "desc", "text", "textPath", "title", "tspan"};
 
+constexpr std::string_view kReferring[] = {"filter",  "image",          "linearGradient",
+                                           "pattern", "radialGradient", "textPath",
+                                           "use"};
+
 template <size_t count>
 bool IsOneOf(const std::string_view (&texts)[count], std::string_view text) {
   return std::find(std::begin(texts), std::end(texts), text) != std::end(texts);
@@ -60,9 +64,9 @@ std::string Nowhere(std::string_view reference) {
 
 class Writer {
  public:
-  // False for an element that is left out with all in it.
-  bool Begin(std::string_view name) {
-    if (!IsOneOf(kElements, name)) return false;
+  // False for an element that is left out with all in it; such is a path without a way.
+  bool Begin(std::string_view name, bool hasWay) {
+    if (!IsOneOf(kElements, name) || (name == "path" && !hasWay)) return false;
     path.emplace_back(name);
     file.append("<").append(name);
     names.clear();
@@ -91,7 +95,7 @@ class Writer {
 
   // References of a drawing lead to its own parts, or are pictures.
   void Link(std::string_view value) {
-    if (path.back() == "a") return;
+    if (!IsOneOf(kReferring, path.back())) return;
     if (value.starts_with('#')) {
       std::string own = "#";
       return Put("xlink:href", own.append(XmlIdOf(value.substr(1))));
@@ -141,6 +145,11 @@ std::string_view View(const xmlChar* text) {
   return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
 }
 
+bool HasWay(const xmlNode& element) {
+  const xmlAttr* way = xmlHasProp(&element, reinterpret_cast<const xmlChar*>("d"));
+  return way != nullptr && way->children != nullptr && !View(way->children->content).empty();
+}
+
 void WriteTag(const xmlNode& element, Writer& writer) {
   for (const xmlAttr* attribute = element.properties; attribute != nullptr;
        attribute = attribute->next) {
@@ -166,7 +175,8 @@ void WriteTree(const xmlNode* root, Writer& writer) {
   const xmlNode* node = root;
   for (;;) {
     bool entered = false;
-    if (node->type == XML_ELEMENT_NODE && IsSvg(*node) && writer.Begin(View(node->name))) {
+    if (node->type == XML_ELEMENT_NODE && IsSvg(*node) && 
+        writer.Begin(View(node->name), HasWay(*node))) {
       WriteTag(*node, writer);
       entered = true;
     } else if (node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE) {
@@ -211,7 +221,7 @@ std::string DrawingOf(const GumboNode& svg) {
     if (IsText(node)) writer.Text(node.v.text.text);
     if (!IsElement(node) || node.v.element.tag_namespace != GUMBO_NAMESPACE_SVG) return false;
     const std::string_view name = NameOf(node);
-    if ((isTop && name != "svg") || !writer.Begin(name)) return false;
+    if ((isTop && name != "svg") || !writer.Begin(name, !AttributeOf(node, "d").empty())) return false;
     isTop = false;
     const GumboVector& attributes = node.v.element.attributes;
     for (unsigned i = 0; i < attributes.length; ++i) {
