@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -68,6 +69,13 @@ UniqueFd DirectoryRoot::Open(const std::string& path) const {
   UniqueFd file = OpenBelow(directory.Get(), path, 0);
   if (!file && errno == EXDEV) file = OpenResolved(path);
   return IfRegular(std::move(file));
+}
+
+std::optional<std::string> DirectoryRoot::WayTo(const std::string& path) const {
+  std::string target = ResolvedPath(path);
+  if (!target.ends_with('/')) target += '/';
+  if (!directory || !target.starts_with(resolved)) return std::nullopt;
+  return target.substr(resolved.size());
 }
 
 // An absolute link may lead below the directory all the same.

@@ -2,6 +2,7 @@
 #ifndef KAV_BASE_DIRECTORY_ROOT_H
 #define KAV_BASE_DIRECTORY_ROOT_H
 
+#include <optional>
 #include <string>
 
 #include "base/unique_fd.h"
@@ -14,6 +15,10 @@ class DirectoryRoot {
   // Opens a regular file for reading, by its path from the directory on. Symbolic links are
   // followed where they stay below the directory; one that is put there meanwhile leads nowhere.
   UniqueFd Open(const std::string& path) const;
+
+  // The way from it to another directory, with a "/" at its end, or empty for itself; nothing for
+  // one that is not below it.
+  std::optional<std::string> WayTo(const std::string& directory) const;
 
  private:
   UniqueFd OpenResolved(const std::string& path) const;

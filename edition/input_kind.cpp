@@ -47,11 +47,10 @@ constexpr struct {
   const char* extension;
   InputKind kind;
 } kExtensions[] = {
-    {".html", InputKind::kHtml},     {".htm", InputKind::kHtml},     {".xhtml", InputKind::kHtml},
-    {".md", InputKind::kHtml},       {".mobi", InputKind::kMobi},    {".azw", InputKind::kMobi},
-    {".azw3", InputKind::kMobi},     {".prc", InputKind::kMobi},     {".jpg", InputKind::kPictures},
-    {".jpeg", InputKind::kPictures}, {".png", InputKind::kPictures}, {".gif", InputKind::kPictures},
-    {".svg", InputKind::kPictures},
+    {".html", InputKind::kHtml},    {".htm", InputKind::kHtml},     {".xhtml", InputKind::kHtml},
+    {".mobi", InputKind::kMobi},    {".azw", InputKind::kMobi},     {".azw3", InputKind::kMobi},
+    {".prc", InputKind::kMobi},     {".jpg", InputKind::kPictures}, {".jpeg", InputKind::kPictures},
+    {".png", InputKind::kPictures}, {".gif", InputKind::kPictures}, {".svg", InputKind::kPictures},
 };
 
 template <size_t count>

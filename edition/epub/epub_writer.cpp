@@ -120,10 +120,8 @@ EpubWriter::EpubWriter(EpubOptions wanted, Output& output)
         return static_cast<bool>(status);
       }),
       packer(zip, options.threads),
-      names{{kStyleSheetName, 1},
-            {kFurtherSheetName, 1},
-            {kNavigationName, 1},
-            {kPackageName, 1}} {}
+      names{{kStyleSheetName, 1}, {kFurtherSheetName, 1}, {kNavigationName, 1}, {kPackageName, 1}} {
+}
 
 Status EpubWriter::Begin(const Metadata& found) {
   metadata = Cleaned(found);

@@ -82,21 +82,22 @@ bool IsColor(std::string_view value) {
   const std::string_view digits = value.starts_with('#') ? value.substr(1) : value;
   const bool isHex = digits.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
   if (value.starts_with('#')) return isHex && (digits.size() == 3 || digits.size() == 6);
-  return !value.empty() && value.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRST"
-                                                   "UVWXYZ") == std::string_view::npos;
+  return !value.empty() && value.find_first_not_of(
+                               "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRST"
+                               "UVWXYZ") == std::string_view::npos;
 }
 
 // Colours of old pages may lack their mark.
 std::string Color(std::string_view value) {
-  const bool isBare = value.size() == 6 && value.find_first_not_of("0123456789abcdefABCDEF") ==
-                                               std::string_view::npos;
+  const bool isBare = value.size() == 6 &&
+                      value.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
   std::string color(isBare ? "#" : "");
   color += value;
   return IsColor(color) ? color : std::string();
 }
 
 std::string FontSize(std::string_view value) {
-  constexpr const char* kSizes[] = {"x-small", "small",   "medium",  "large",
+  constexpr const char* kSizes[] = {"x-small", "small",    "medium",  "large",
                                     "x-large", "xx-large", "xx-large"};
   if (value == "+1") return "larger";
   if (value.starts_with('+')) return "x-large";
@@ -107,8 +108,8 @@ std::string FontSize(std::string_view value) {
 
 std::string Faces(std::string_view value) {
   const bool isPlain = std::all_of(value.begin(), value.end(), [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           c == ' ' || c == ',' || c == '-';
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == ' ' ||
+           c == ',' || c == '-';
   });
   return isPlain && value.find_first_not_of(" ,") != value.npos && !value.ends_with(',')
              ? std::string(value)
@@ -135,7 +136,8 @@ std::string Vertical(std::string_view value) {
   constexpr std::string_view kPlaces[] = {"top", "middle", "bottom", "baseline"};
   const std::string place = Lowered(value);
   if (place == "center") return "middle";
-  const bool isPlace = std::find(std::begin(kPlaces), std::end(kPlaces), place) != std::end(kPlaces);
+  const bool isPlace =
+      std::find(std::begin(kPlaces), std::end(kPlaces), place) != std::end(kPlaces);
   return isPlace ? place : "";
 }
 

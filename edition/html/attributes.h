@@ -17,7 +17,7 @@ std::string StyleOf(const GumboNode& element, std::string_view name, StyleRules&
 
 // The attributes of an element for its tag, but for the id: ` class="note" title="..."`. A class
 // may be added.
-std::string AttributesOf(const GumboNode& element, std::string_view name, std::string_view addedClass,
-                         std::string_view style);
+std::string AttributesOf(const GumboNode& element, std::string_view name,
+                         std::string_view addedClass, std::string_view style);
 
 #endif

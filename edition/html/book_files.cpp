@@ -31,9 +31,8 @@ Result<std::string> BookFiles::Picture(const SitePage& page,
   if (!failure) return failure.Why();
   if (!name.empty()) return name;
   const bool isOfNet = Resolve(targets.back(), page.base).kind == Reference::Kind::kNet;
-  WarnOf(targets.back().substr(0, 200) +
-             (isOfNet ? " is on the net, so the picture is left out"
-                      : " cannot be had, so the picture is left out"),
+  WarnOf(targets.back().substr(0, 200) + (isOfNet ? " is on the net, so the picture is left out"
+                                                  : " cannot be had, so the picture is left out"),
          page.path);
   return name;
 }
@@ -111,7 +110,9 @@ std::string BookFiles::Sheet(size_t root, const std::string& path, int depth) {
 }
 
 std::string BookFiles::CleanSheet(std::string_view css, Base base, int depth) {
-  const auto refer = [&](std::string_view target) { return AsUrl(Find(base, target, Use::kStyle)); };
+  const auto refer = [&](std::string_view target) {
+    return AsUrl(Find(base, target, Use::kStyle));
+  };
   const auto import = [&](std::string_view target) {
     const Reference reference = Resolve(target, base.path);
     const bool isFile = reference.kind == Reference::Kind::kFile && depth < kDeepestImport;

@@ -30,7 +30,8 @@ constexpr Fit kInCell = In("td", kFlow);
 
 // A row for each model, a column for each place, in their orders.
 constexpr Fit kFits[][11] = {
-    // text, block, firm block, item, definition, caption, column group, column, row group, row, cell
+    // text, block, firm block, item, definition, caption, column group, column, row group, row,
+    // cell
     {kStays, kStays, kStays, kInList, kInDefinitions, kTransparent, kTransparent, kTransparent,
      kInTable, kInTable, kInTable},
     {kInRun, kStays, kStays, kInList, kInDefinitions, kTransparent, kTransparent, kTransparent,

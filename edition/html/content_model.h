@@ -23,8 +23,8 @@ enum class Model : std::uint8_t {
 // Where an element may stand.
 enum class Place : std::uint8_t {
   kInText,
-  kBlock,       // that can be a part of a line, if it must
-  kFirmBlock,   // that cannot
+  kBlock,      // that can be a part of a line, if it must
+  kFirmBlock,  // that cannot
   kItem,
   kDefinition,  // a term is one, too
   kCaption,
@@ -39,10 +39,10 @@ enum class Place : std::uint8_t {
 struct Fit {
   enum class Way : std::uint8_t {
     kStays,
-    kWrapped,      // in a further element
-    kMovedUp,      // behind the beginning of the outer one, which goes on after it
-    kPutInLine,    // becomes inline
-    kTransparent   // only what is in it stays
+    kWrapped,     // in a further element
+    kMovedUp,     // behind the beginning of the outer one, which goes on after it
+    kPutInLine,   // becomes inline
+    kTransparent  // only what is in it stays
   };
   Way way = Way::kStays;
   const char* wrapper = nullptr;

@@ -28,8 +28,8 @@ constexpr struct {
   const char* second;
   const char* third;
 } kParts[] = {
-    {"msub", "sub", ""},      {"msup", "sup", ""},    {"msubsup", "sub", "sup"},
-    {"munder", "sub", ""},    {"mover", "sup", ""},   {"munderover", "sub", "sup"},
+    {"msub", "sub", ""},   {"msup", "sup", ""},  {"msubsup", "sub", "sup"},
+    {"munder", "sub", ""}, {"mover", "sup", ""}, {"munderover", "sub", "sup"},
 };
 
 // The number of an element among those of its parent.

@@ -35,8 +35,8 @@ class MarkupWriter {
  public:
   MarkupWriter();
 
-  // An element, its attributes but for the id as they are written; no other one has the id. Inline ones and blocks end in
-  // the order in which they were begun.
+  // An element, its attributes but for the id as they are written; no other one has the id. Inline
+  // ones and blocks end in the order in which they were begun.
   void Begin(const char* name, Place place, Model model, std::string attributes, std::string id);
   void End();
 

@@ -15,10 +15,10 @@ inline constexpr size_t kNoPart = SIZE_MAX;
 // What takes the place of a reference mark in the body.
 struct PageReference {
   enum class Kind : std::uint8_t {
-    kLink,       // an attribute, or none
-    kPicture,    // an element, or its alternative text
-    kDrawing,    // the same of SVG that stands in the page
-    kStyleFile   // "url(...)" in an attribute
+    kLink,      // an attribute, or none
+    kPicture,   // an element, or its alternative text
+    kDrawing,   // the same of SVG that stands in the page
+    kStyleFile  // "url(...)" in an attribute
   };
   Kind kind;
   std::vector<std::string> targets;  // as written, the best one first; of a drawing its file

@@ -19,7 +19,7 @@ struct Spot {
 
 // Where to cut, of all places.
 std::vector<Spot> Choose(const std::vector<Spot>& places, const std::vector<PageBreak>& breaks,
-                          size_t size) {
+                         size_t size) {
   std::vector<Spot> chosen;
   size_t begin = 0;
   for (size_t i = 0; i < places.size() && size - begin > kLargest;) {
@@ -80,7 +80,8 @@ Result<BlockRun> Cut(std::string body, const std::vector<Spot>& places,
     run.body.append(body, taken, place.offset - taken).append(breaks[place.number].ending);
     run.breaks.push_back(run.body.size());
     // Attributes may show files.
-    if (Status status = AppendResolved(breaks[place.number].beginning, resolve, run.body); !status) {
+    if (Status status = AppendResolved(breaks[place.number].beginning, resolve, run.body);
+        !status) {
       return status.Why();
     }
     taken = place.offset;

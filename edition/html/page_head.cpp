@@ -24,7 +24,8 @@ void AddAuthor(Metadata& facts, std::string_view value) {
   const bool isKnown =
       std::any_of(facts.contributors.begin(), facts.contributors.end(),
                   [&](const Contributor& contributor) { return contributor.name == name; });
-  if (!name.empty() && !isAddress && !isKnown) facts.contributors.push_back({name, {}, kAuthorRole});
+  if (!name.empty() && !isAddress && !isKnown)
+    facts.contributors.push_back({name, {}, kAuthorRole});
 }
 
 void AddSubjects(Metadata& facts, std::string_view value) {
@@ -134,10 +135,10 @@ void TakeLink(const GumboNode& element, HtmlPage& page) {
 void TakeAnchor(const GumboNode& element, HtmlPage& page) {
   const char* rel = FindAttribute(element, "rel");
   const char* key = FindAttribute(element, "accesskey");
-  const bool isNext = (rel != nullptr && HasWord(rel, "next")) ||
-                      (key != nullptr && key == std::string_view("n"));
-  const bool isUp = (rel != nullptr && HasWord(rel, "up")) ||
-                    (key != nullptr && key == std::string_view("u"));
+  const bool isNext =
+      (rel != nullptr && HasWord(rel, "next")) || (key != nullptr && key == std::string_view("n"));
+  const bool isUp =
+      (rel != nullptr && HasWord(rel, "up")) || (key != nullptr && key == std::string_view("u"));
   if (isNext) SetOnce(page.next, AttributeOf(element, "href"));
   if (isUp) SetOnce(page.up, AttributeOf(element, "href"));
 }

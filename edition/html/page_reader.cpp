@@ -81,14 +81,14 @@ std::vector<Weight> WeighElements(const GumboNode& root) {
 
 // Words in names of classes and ids, and roles, by which pages mark what is around their contents.
 constexpr std::string_view kAroundWords[] = {
-    "banner",   "bottomnav", "breadcrumb", "breadcrumbs", "complementary", "contentinfo",
-    "copyright", "footer",   "header",     "headertitle", "menu",          "nav",
-    "navbar",   "navfooter", "navheader",  "navigation",  "navpath",       "navrow",
-    "pagefoot", "related",   "search",     "sidebar",     "sidetoc",       "skip",
-    "sphinxsidebar", "subnav", "toolbar",  "topnav",      "topbar",        "top"};
+    "banner",        "bottomnav", "breadcrumb", "breadcrumbs", "complementary", "contentinfo",
+    "copyright",     "footer",    "header",     "headertitle", "menu",          "nav",
+    "navbar",        "navfooter", "navheader",  "navigation",  "navpath",       "navrow",
+    "pagefoot",      "related",   "search",     "sidebar",     "sidetoc",       "skip",
+    "sphinxsidebar", "subnav",    "toolbar",    "topnav",      "topbar",        "top"};
 constexpr std::string_view kAroundElements[] = {"aside", "footer", "header", "nav"};
-constexpr std::string_view kPartElements[] = {"aside", "center", "div", "footer",  "header", "nav",
-                                              "ol",    "p",      "table", "section", "ul"};
+constexpr std::string_view kPartElements[] = {
+    "aside", "center", "div", "footer", "header", "nav", "ol", "p", "table", "section", "ul"};
 
 template <size_t count>
 bool IsOneOf(const std::string_view (&texts)[count], std::string_view text) {
@@ -112,8 +112,8 @@ bool HasAroundWord(std::string_view names) {
 bool IsAround(const GumboNode& element, std::string_view name) {
   if (IsOneOf(kAroundElements, name)) return true;
   if (!IsOneOf(kPartElements, name)) return false;
-  return HasAroundWord(AttributeOf(element, "role")) || HasAroundWord(AttributeOf(element, "class")) ||
-         HasAroundWord(AttributeOf(element, "id"));
+  return HasAroundWord(AttributeOf(element, "role")) ||
+         HasAroundWord(AttributeOf(element, "class")) || HasAroundWord(AttributeOf(element, "id"));
 }
 
 class Reader {
@@ -219,8 +219,7 @@ class Reader {
     const bool isFrame = whole > 0 && weight.text > kMostOfThePage * whole && name != "table" &&
                          rule.model == Model::kFlow;
     if (isFrame) added.append(added.empty() ? "" : " ").append(kPageClass);
-    std::string attributes =
-        AttributesOf(node, name, added, StyleOf(node, name, rules, Refer()));
+    std::string attributes = AttributesOf(node, name, added, StyleOf(node, name, rules, Refer()));
     std::string id = IdOf(node, name);
     const bool isLink = name == "a" && BeginLink(node, attributes, begun);
     if (name.size() == 2 && name[0] == 'h' && name[1] >= '1' && name[1] <= '6') {
@@ -278,7 +277,8 @@ class Reader {
     if (heading) return;
     begun.isHeading = true;
     // Of the ids that are taken, none begins so.
-    if (id.empty() || page.ids.count(id) != 0) id = "_h." + std::to_string(page.headings.size() + 1);
+    if (id.empty() || page.ids.count(id) != 0)
+      id = "_h." + std::to_string(page.headings.size() + 1);
     heading = PageHeading{level, {}, id};
     for (size_t open : openParts) page.parts[open].hasTitle = true;
   }
@@ -329,7 +329,8 @@ class Reader {
     std::string safe;
     if (!isPlain) text = safe = ToXmlCharacters(text);
     if (heading && permalinks == 0) heading->title += text;
-    if (openLinks > 0 && page.links.back().text.size() < kLongestLabel) page.links.back().text += text;
+    if (openLinks > 0 && page.links.back().text.size() < kLongestLabel)
+      page.links.back().text += text;
     writer.Text(text);
   }
 
@@ -353,8 +354,8 @@ class Reader {
     picture.alternative = AttributeOf(node, "alt");
     const std::string id = IdOf(node, name);
     if (Take(id)) picture.attributes.append(" id=\"").append(id).append("\"");
-    picture.attributes += AttributesOf(node, "img", name == "img" ? "" : name,
-                                       StyleOf(node, "img", rules, Refer()));
+    picture.attributes +=
+        AttributesOf(node, "img", name == "img" ? "" : name, StyleOf(node, "img", rules, Refer()));
     writer.Inline(AddReference(std::move(picture)));
     return true;
   }

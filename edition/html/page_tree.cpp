@@ -14,7 +14,9 @@ PageTree::PageTree(std::string html) : source(std::move(html)) {
   GumboOptions options = kGumboDefaultOptions;
   options.max_errors = 0;
   options.userdata = &arena;
-  options.allocator = [](void* taken, size_t size) { return static_cast<Arena*>(taken)->Take(size); };
+  options.allocator = [](void* taken, size_t size) {
+    return static_cast<Arena*>(taken)->Take(size);
+  };
   options.deallocator = [](void*, void*) {};
   root = gumbo_parse_with_options(&options, source.data(), source.size())->root;
 }

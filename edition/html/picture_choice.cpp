@@ -81,8 +81,9 @@ std::vector<std::string> PictureTargets(const GumboNode& element, std::string_vi
     }
   }
   if (isPicture) AddCandidates(AttributeOf(element, "srcset"), candidates);
-  std::stable_sort(candidates.begin(), candidates.end(),
-                   [](const Candidate& one, const Candidate& other) { return one.size > other.size; });
+  std::stable_sort(
+      candidates.begin(), candidates.end(),
+      [](const Candidate& one, const Candidate& other) { return one.size > other.size; });
   std::vector<std::string> targets;
   for (Candidate& candidate : candidates) targets.push_back(std::move(candidate.target));
   if (isPicture) {

@@ -5,14 +5,13 @@
 #include <iterator>
 #include <vector>
 
-
 namespace {
 
 constexpr std::string_view kBlanks = " \t\r\n\f";
 constexpr std::string_view kHex = "0123456789ABCDEF";
 
 // Those that people follow from a page, and that are registered.
-constexpr std::string_view kSchemes[] = {"ftp",  "geo", "http", "https", "irc",
+constexpr std::string_view kSchemes[] = {"ftp",    "geo",  "http", "https", "irc",
                                          "mailto", "news", "sip",  "sms",   "tel"};
 constexpr std::string_view kWithHost[] = {"ftp", "http", "https"};
 

@@ -21,13 +21,15 @@ constexpr double kShareOfReading = 0.6;  // of all work on a site
 constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 30;
 
 bool IsCalledPage(std::string_view path) {
-  return std::any_of(std::begin(kPageEndings), std::end(kPageEndings), [&](std::string_view ending) {
-    if (path.size() < ending.size()) return false;
-    return std::equal(ending.begin(), ending.end(), path.end() - static_cast<int>(ending.size()),
-                      [](char one, char other) {
-                        return one == (other >= 'A' && other <= 'Z' ? other - 'A' + 'a' : other);
-                      });
-  });
+  return std::any_of(
+      std::begin(kPageEndings), std::end(kPageEndings), [&](std::string_view ending) {
+        if (path.size() < ending.size()) return false;
+        return std::equal(ending.begin(), ending.end(),
+                          path.end() - static_cast<int>(ending.size()), [](char one, char other) {
+                            return one ==
+                                   (other >= 'A' && other <= 'Z' ? other - 'A' + 'a' : other);
+                          });
+      });
 }
 
 // The files that may be meant by what is written.
@@ -73,13 +75,20 @@ Status Site::Read() {
   }
   for (size_t page = 0; page < pages.size(); ++page) {
     AddLinked(page);
-    const double known = static_cast<double>(pages.size());
+    const auto known = static_cast<double>(pages.size());
     if (Status status = run.Advance(kShareOfReading * static_cast<double>(page + 1) / known);
         !status) {
       return status;
     }
   }
   for (SitePage& page : pages) Connect(page);
+  const bool showsSomething = std::any_of(pages.begin(), pages.end(), [](const SitePage& page) {
+    return !page.content.markup.body.empty();
+  });
+  if (!showsSomething) {
+    return Failure{KAVEPUB_E_FORMAT,
+                   inputs.front().Name() + ": holds nothing that a page could show."};
+  }
   return Done();
 }
 
@@ -93,14 +102,27 @@ Status Site::AddInput(const Input& input) {
   const std::string directory = input.Path().empty() ? "" : DirectoryOf(input.Path());
   const auto [known, isNew] = rootNumbers.try_emplace(directory, roots.size());
   if (isNew) {
-    auto root = std::make_unique<Root>();
-    if (!directory.empty()) root->directory = DirectoryRoot(directory);
-    roots.push_back(std::move(root));
+    Result<std::unique_ptr<Root>> root = RootOf(directory);
+    if (!root) return root.Why();
+    roots.push_back(std::move(*root));
   }
   const std::string& name = input.Name();
   const Root& root = *roots[known->second];
   Add(known->second, root.pages + name.substr(name.rfind('/') + 1), bytes, kNoPage);
   return Done();
+}
+
+Result<std::unique_ptr<Site::Root>> Site::RootOf(const std::string& directory) const {
+  auto root = std::make_unique<Root>();
+  if (directory.empty()) return root;
+  const std::string& wider = options.importRoot;
+  root->directory = DirectoryRoot(wider.empty() ? directory : wider);
+  const std::optional<std::string> way = root->directory.WayTo(directory);
+  if (way) {
+    root->pages = *way;
+    return root;
+  }
+  return Failure{KAVEPUB_E_ARGUMENT, wider + ": is no directory that holds " + directory};
 }
 
 // Pages in the order in which they are linked.

@@ -53,6 +53,7 @@ class Site {
     std::string pages;  // the way from it to the pages, with a "/" at the end, or empty
   };
 
+  Result<std::unique_ptr<Root>> RootOf(const std::string& directory) const;
   Status AddInput(const Input& input);
   void AddLinked(size_t from);
   void Add(size_t root, std::string path, std::string_view bytes, size_t from);

@@ -62,8 +62,8 @@ std::vector<ContentsEntry> ContentsOf(const Site& site, const std::vector<Ordere
     const HtmlPage& page = site.Pages()[number].content;
     const std::vector<const PageHeading*> headings = HeadingsOf(page, dropped[number]);
     const size_t begin = HasTitle(headings) ? 1 : 0;
-    ContentsEntry entry{TitleOf(page, dropped[number]), document, {}, 0,
-                        Nested(headings, begin, document)};
+    ContentsEntry entry{
+        TitleOf(page, dropped[number]), document, {}, 0, Nested(headings, begin, document)};
     if (entry.title.empty()) entry.title = site.Pages()[number].path;
     if (order.size() == 1 && !entry.children.empty()) return std::move(entry.children);
     std::vector<ContentsEntry>* place = &contents;

@@ -15,8 +15,8 @@ constexpr size_t kLongestValue = 4096;
 constexpr double kWidestBox = 400;  // in pixels
 
 constexpr std::string_view kDroppedProperties[] = {
-    "-moz-binding", "behavior",       "content-visibility", "contain", "filter",
-    "inset",        "overflow",       "overflow-wrap",      "overflow-x", "overflow-y",
+    "-moz-binding",   "behavior",        "content-visibility", "contain",    "filter",
+    "inset",          "overflow",        "overflow-wrap",      "overflow-x", "overflow-y",
     "pointer-events", "scroll-behavior", "will-change",
 };
 constexpr std::string_view kWidths[] = {"width", "min-width"};
@@ -158,8 +158,9 @@ bool IsSelector(std::string_view selector) {
 }
 
 bool IsPropertyName(std::string_view name) {
-  return !name.empty() && name.find_first_not_of("abcdefghijklmnopqrstuvwxyz-0123456789") ==
-                              std::string_view::npos &&
+  return !name.empty() &&
+         name.find_first_not_of("abcdefghijklmnopqrstuvwxyz-0123456789") ==
+             std::string_view::npos &&
          name.find_first_not_of('-') != std::string_view::npos;
 }
 
@@ -199,8 +200,8 @@ bool IsDropped(const std::string& name, const std::string& value, bool isOfRoot)
 
 bool IsForScreens(std::string_view media) {
   const std::string lowered = Lowered(media);
-  const bool namesScreen = lowered.find("screen") != std::string::npos ||
-                           lowered.find("all") != std::string::npos;
+  const bool namesScreen =
+      lowered.find("screen") != std::string::npos || lowered.find("all") != std::string::npos;
   for (const char* other : {"print", "speech", "aural", "braille", "not ", "prefers-", "hover"}) {
     if (lowered.find(other) != std::string::npos && !namesScreen) return false;
   }

@@ -18,38 +18,147 @@
 
 namespace {
 
-constexpr std::string_view kElements[] = {
-    "a",           "circle",         "clipPath",       "defs",           "desc",
-    "ellipse",     "feBlend",        "feColorMatrix",  "feComposite",    "feFlood",
-    "feGaussianBlur", "feMerge",     "feMergeNode",    "feOffset",       "filter",
-    "g",           "image",          "line",           "linearGradient", "marker",
-    "mask",        "path",           "pattern",        "polygon",        "polyline",
-    "radialGradient", "rect",        "stop",           "style",          "svg",
-    "switch",      "symbol",         "text",           "textPath",       "title",
-    "tspan",       "use"};
+constexpr std::string_view kElements[] = {"a",
+                                          "circle",
+                                          "clipPath",
+                                          "defs",
+                                          "desc",
+                                          "ellipse",
+                                          "feBlend",
+                                          "feColorMatrix",
+                                          "feComposite",
+                                          "feFlood",
+                                          "feGaussianBlur",
+                                          "feMerge",
+                                          "feMergeNode",
+                                          "feOffset",
+                                          "filter",
+                                          "g",
+                                          "image",
+                                          "line",
+                                          "linearGradient",
+                                          "marker",
+                                          "mask",
+                                          "path",
+                                          "pattern",
+                                          "polygon",
+                                          "polyline",
+                                          "radialGradient",
+                                          "rect",
+                                          "stop",
+                                          "style",
+                                          "svg",
+                                          "switch",
+                                          "symbol",
+                                          "text",
+                                          "textPath",
+                                          "title",
+                                          "tspan",
+                                          "use"};
 
-constexpr std::string_view kAttributes[] = {
-    "baseline-shift", "class", "clip-path", "clip-rule", "clipPathUnits", "color",
-    "cx", "cy", "d", "direction", "display", "dominant-baseline", "dx", "dy", "fill",
-    "fill-opacity", "fill-rule", "filter", "filterUnits", "flood-color", "flood-opacity",
-    "font-family", "font-size", "font-stretch", "font-style", "font-variant", "font-weight", "fx",
-    "fy", "gradientTransform", "gradientUnits", "height", "id", "in", "in2", "lengthAdjust",
-    "letter-spacing", "marker-end", "marker-mid", "marker-start", "markerHeight", "markerUnits",
-    "markerWidth", "mask", "maskContentUnits", "maskUnits", "mode", "offset", "opacity",
-    "operator", "orient", "overflow", "patternContentUnits", "patternTransform", "patternUnits",
-    "points", "preserveAspectRatio", "primitiveUnits", "r", "refX", "refY", "result", "rotate",
-    "rx", "ry", "shape-rendering", "spreadMethod", "startOffset", "stdDeviation", "stop-color",
-    "stop-opacity", "stroke", "stroke-dasharray", "stroke-dashoffset", "stroke-linecap",
-    "stroke-linejoin", "stroke-miterlimit", "stroke-opacity", "stroke-width", "style",
-    "text-anchor", "text-decoration", "text-rendering", "textLength", "transform", "type",
-    "values", "viewBox", "visibility", "width", "word-spacing", "writing-mode", "x", "x1", "x2",
-    "y", "y1", "y2"};
+constexpr std::string_view kAttributes[] = {"baseline-shift",
+                                            "class",
+                                            "clip-path",
+                                            "clip-rule",
+                                            "clipPathUnits",
+                                            "color",
+                                            "cx",
+                                            "cy",
+                                            "d",
+                                            "direction",
+                                            "display",
+                                            "dominant-baseline",
+                                            "dx",
+                                            "dy",
+                                            "fill",
+                                            "fill-opacity",
+                                            "fill-rule",
+                                            "filter",
+                                            "filterUnits",
+                                            "flood-color",
+                                            "flood-opacity",
+                                            "font-family",
+                                            "font-size",
+                                            "font-stretch",
+                                            "font-style",
+                                            "font-variant",
+                                            "font-weight",
+                                            "fx",
+                                            "fy",
+                                            "gradientTransform",
+                                            "gradientUnits",
+                                            "height",
+                                            "id",
+                                            "in",
+                                            "in2",
+                                            "lengthAdjust",
+                                            "letter-spacing",
+                                            "marker-end",
+                                            "marker-mid",
+                                            "marker-start",
+                                            "markerHeight",
+                                            "markerUnits",
+                                            "markerWidth",
+                                            "mask",
+                                            "maskContentUnits",
+                                            "maskUnits",
+                                            "mode",
+                                            "offset",
+                                            "opacity",
+                                            "operator",
+                                            "orient",
+                                            "overflow",
+                                            "patternContentUnits",
+                                            "patternTransform",
+                                            "patternUnits",
+                                            "points",
+                                            "preserveAspectRatio",
+                                            "primitiveUnits",
+                                            "r",
+                                            "refX",
+                                            "refY",
+                                            "result",
+                                            "rotate",
+                                            "rx",
+                                            "ry",
+                                            "shape-rendering",
+                                            "spreadMethod",
+                                            "startOffset",
+                                            "stdDeviation",
+                                            "stop-color",
+                                            "stop-opacity",
+                                            "stroke",
+                                            "stroke-dasharray",
+                                            "stroke-dashoffset",
+                                            "stroke-linecap",
+                                            "stroke-linejoin",
+                                            "stroke-miterlimit",
+                                            "stroke-opacity",
+                                            "stroke-width",
+                                            "style",
+                                            "text-anchor",
+                                            "text-decoration",
+                                            "text-rendering",
+                                            "textLength",
+                                            "transform",
+                                            "type",
+                                            "values",
+                                            "viewBox",
+                                            "visibility",
+                                            "width",
+                                            "word-spacing",
+                                            "writing-mode",
+                                            "x",
+                                            "x1",
+                                            "x2",
+                                            "y",
+                                            "y1",
+                                            "y2"};
 
 constexpr std::string_view kWithText[] = {"a", "desc", "text", "textPath", "title", "tspan"};
 
-constexpr std::string_view kReferring[] = {"filter",  "image",          "linearGradient",
-                                           "pattern", "radialGradient", "textPath",
-                                           "use"};
+constexpr std::string_view kReferring[] = {
+    "filter", "image", "linearGradient", "pattern", "radialGradient", "textPath", "use"};
 
 template <size_t count>
 bool IsOneOf(const std::string_view (&texts)[count], std::string_view text) {
@@ -71,8 +180,9 @@ class Writer {
     file.append("<").append(name);
     names.clear();
     if (path.size() == 1) {
-      file += " xmlns=\"http://www.w3.org/2000/svg\" "
-              "xmlns:xlink=\"http://www.w3.org/1999/xlink\" version=\"1.1\"";
+      file +=
+          " xmlns=\"http://www.w3.org/2000/svg\" "
+          "xmlns:xlink=\"http://www.w3.org/1999/xlink\" version=\"1.1\"";
     }
     return true;
   }
@@ -175,7 +285,7 @@ void WriteTree(const xmlNode* root, Writer& writer) {
   const xmlNode* node = root;
   for (;;) {
     bool entered = false;
-    if (node->type == XML_ELEMENT_NODE && IsSvg(*node) && 
+    if (node->type == XML_ELEMENT_NODE && IsSvg(*node) &&
         writer.Begin(View(node->name), HasWay(*node))) {
       WriteTag(*node, writer);
       entered = true;
@@ -221,7 +331,8 @@ std::string DrawingOf(const GumboNode& svg) {
     if (IsText(node)) writer.Text(node.v.text.text);
     if (!IsElement(node) || node.v.element.tag_namespace != GUMBO_NAMESPACE_SVG) return false;
     const std::string_view name = NameOf(node);
-    if ((isTop && name != "svg") || !writer.Begin(name, !AttributeOf(node, "d").empty())) return false;
+    if ((isTop && name != "svg") || !writer.Begin(name, !AttributeOf(node, "d").empty()))
+      return false;
     isTop = false;
     const GumboVector& attributes = node.v.element.attributes;
     for (unsigned i = 0; i < attributes.length; ++i) {

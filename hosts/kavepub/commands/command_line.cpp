@@ -85,7 +85,7 @@ void AddConvert(CLI::App& app, ConvertArguments& arguments) {
   option("-o,--output", selection.output, kAnyFile,
          "The book, a directory for the books, or - to pipe it (default: beside the input)");
   AddChoice(convert, "--edition", options.edition, kEditions,
-            "reader: books to read, of texts (the default); plain: sixty lines a page");
+            "reader: books to read, of texts and pages (the default); plain: sixty lines a page");
   convert.add_flag("--separate", selection.separate,
                    "A book of each HTML page or picture instead of one of all");
   option("--work-dir", options.workDir, kDirectory,
