@@ -2,12 +2,16 @@
 
 import ctypes
 import io
+import locale
+import os
 import re
 import resource
 import shutil
 import struct
 import tempfile
+import time
 import unittest
+import unittest.mock
 import xml.etree.ElementTree as ET
 import zipfile
 import zlib
@@ -211,6 +215,26 @@ class Editions(unittest.TestCase):
                 self.assertEqual(len(twice), 1)
                 seen |= twice
         self.assertEqual(len(seen), 2 * len(variants))
+
+    def test_equal_bytes(self):
+        """Whatever is around a run, the book is the same."""
+        text = "".join(f"CHAPTER {number}\n\n" + "The ships lay in the harbour.\n\n" * (number * 40)
+                       for number in range(1, 30)).encode()
+        self.addCleanup(os.chdir, os.getcwd())
+        self.addCleanup(time.tzset)
+        self.addCleanup(locale.setlocale, locale.LC_ALL, locale.setlocale(locale.LC_ALL))
+        books = set()
+        with unittest.mock.patch.dict(os.environ):
+            for threads, zone, place, language in (("1", "UTC", "/", "C"),
+                                                   ("2", "Asia/Tokyo", self.dir, "C.UTF-8"),
+                                                   ("8", "<-12>12", "/tmp", "C.UTF-8")):
+                os.environ["TZ"] = zone
+                time.tzset()
+                os.chdir(place)
+                locale.setlocale(locale.LC_ALL, language)
+                self.assertEqual(self.make(("threads", threads), content=text)[0], 0)
+                books.add(self.path.read_bytes())
+        self.assertEqual(len(books), 1)
 
     def test_style_sheets(self):
         self.make(("css", b"\xef\xbb\xbfp { color: navy; }"))
