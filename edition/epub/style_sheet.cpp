@@ -35,6 +35,7 @@ h3 { font-size: 1.15em; }
 h4, h5, h6 { font-size: 1em; }
 h1 + h2, h2 + h3, h3 + h4 { margin-top: 0; }
 span.number { display: block; margin-bottom: 0.6em; font-size: 0.8em; font-weight: normal; }
+span.number + br { display: none; }
 
 /* Verse: a line that is too long goes on further in */
 div.verse { margin: 1em 0 1em 1.5em; }
@@ -118,6 +119,13 @@ pre { direction: ltr; }
 constexpr std::string_view kTallScripts[] = {"ar", "bn", "fa", "he", "hi", "mr", "ne",
                                              "sa", "ta", "te", "th", "ur", "vi"};
 
+// Scripts without blanks between words: those between sentences would take all the room of a line.
+constexpr std::string_view kUnspaced = R"(
+p { text-align: left; }
+)";
+
+constexpr std::string_view kUnspacedScripts[] = {"km", "lo", "my", "th"};
+
 // Lines of verse that are indented by steps.
 std::string VerseSteps(std::string_view side) {
   constexpr int kSteps = 9;
@@ -146,6 +154,10 @@ std::string StyleSheet(std::string_view language, std::string_view further) {
       std::any_of(std::begin(kTallScripts), std::end(kTallScripts),
                   [&](std::string_view script) { return IsLanguage(language, script); });
   if (isTall) sheet += kTall;
+  const bool isUnspaced =
+      std::any_of(std::begin(kUnspacedScripts), std::end(kUnspacedScripts),
+                  [&](std::string_view script) { return IsLanguage(language, script); });
+  if (isUnspaced) sheet += kUnspaced;
   const bool isRightToLeft = IsRightToLeft(language);
   if (isRightToLeft) sheet += kRightToLeft;
   sheet += VerseSteps(isRightToLeft ? "right" : "left");

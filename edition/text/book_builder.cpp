@@ -155,11 +155,13 @@ Status BookBuilder::BeginHeading(std::string_view line) {
   openLines.assign(1, std::string(WithoutSigns(Trimmed(text))));
   openBlanks = 0;
   isOpen = true;
+  isRuleNext = structure.headings[nextHeading].isUnderlined;
   return Done();
 }
 
 // Whether a line behind a heading belongs to it.
 bool BookBuilder::TakeTitle(std::string_view line, bool isBlank) {
+  if (std::exchange(isRuleNext, false)) return true;
   const Heading& heading = structure.headings[nextHeading];
   constexpr size_t kMostBlanks = 2;
   constexpr size_t kMostTitleLines = 6;

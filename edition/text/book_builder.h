@@ -49,6 +49,7 @@ class BookBuilder {
 
   // The heading that is open, with the lines of its title so far.
   bool isOpen = false;
+  bool isRuleNext = false;  // below the heading, which needs none in a book
   std::vector<std::string> openLines;
   std::string openOuter;
   size_t openBlanks = 0;

@@ -107,7 +107,8 @@ class Planner {
   void PlanHeading(size_t i) {
     const bool isBelow = i > 0 && headings[i].level > headings[i - 1].level &&
                          PlaceOf(i).textLine - PlaceOf(i - 1).textLine <=
-                             1 + TitleLines(headings[i - 1], PlaceOf(i - 1));
+                             1U + TitleLines(headings[i - 1], PlaceOf(i - 1)) +
+                                 (headings[i - 1].isUnderlined ? 1U : 0U);
     const bool isSection = !headings[i].isInContents && !plan.documents.empty();
     if (!isBelow && !isSection) Add(headings[i].line, Kind::kText);
     plan.ofHeading.push_back(static_cast<std::uint32_t>(plan.documents.size() - 1));

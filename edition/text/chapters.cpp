@@ -47,9 +47,11 @@ class Chooser {
     for (const auto& [kind, members] : byKind) TryStrong(kind, members);
     for (const auto& [kind, members] : byKind) TryWeak(kind, members);
     TryListed();
+    if (groups.empty()) TryUnderlined();
     if (groups.empty()) TryDated(byKind[KindOf(kDate, 0)]);
     if (groups.empty()) TrySetApart();
     SetLevels();
+    TrySections(byKind[KindOf(kDottedNumber, 0)]);
     AddNamed();
     return Assemble();
   }
@@ -82,12 +84,15 @@ class Chooser {
   void TryWeak(std::uint32_t kind, const Indices& members);
   Indices RunningChain(const Indices& members) const;
   bool BeginsAnewTooOften(const Indices& chain) const;
+  std::uint64_t MedianBody(const Indices& chain) const;
   bool IsConvincing(const Indices& chain, size_t least) const;
   bool HasVolumeBetween(Index from, Index to) const;
   void TryListed();
+  void TryUnderlined();
   void TryDated(const Indices& members);
   void TrySetApart();
   void SetLevels();
+  void TrySections(const Indices& members);
   bool IsAbove(const Group& upper, const Group& lower) const;
   void AddNamed();
   Structure Assemble() const;
@@ -332,21 +337,27 @@ Indices Chooser::RunningChain(const Indices& members) const {
   return chain;
 }
 
-// Bodies as chapters have them, between sentences, over most of the text.
-bool Chooser::IsConvincing(const Indices& chain, size_t least) const {
-  if (chain.size() < least) return false;
+// Of the bytes from one heading to the next, or to the end, those of the one in the middle.
+std::uint64_t Chooser::MedianBody(const Indices& chain) const {
   std::vector<std::uint64_t> bodies;
-  size_t behindSentence = 0;
   for (size_t i = 0; i < chain.size(); ++i) {
     const std::uint64_t end = i + 1 < chain.size() ? all[chain[i + 1]].offset : survey.lines.bytes;
     bodies.push_back(end - all[chain[i]].offset);
-    behindSentence += all[chain[i]].Is(Candidate::kSentenceBefore) ? 1 : 0;
   }
-  std::nth_element(bodies.begin(), bodies.begin() + static_cast<std::ptrdiff_t>(bodies.size() / 2),
-                   bodies.end());
-  const std::uint64_t covered = BytesBehind(chain.front());
-  return bodies[bodies.size() / 2] >= kUsualBody && behindSentence * 5 >= chain.size() * 4 &&
-         covered * 2 >= survey.lines.bytes;
+  const auto middle = bodies.begin() + static_cast<std::ptrdiff_t>(bodies.size() / 2);
+  std::nth_element(bodies.begin(), middle, bodies.end());
+  return *middle;
+}
+
+// Bodies as chapters have them, between sentences, over most of the text.
+bool Chooser::IsConvincing(const Indices& chain, size_t least) const {
+  if (chain.size() < least) return false;
+  const auto behindSentence = std::count_if(chain.begin(), chain.end(), [this](Index i) {
+    return all[i].Is(Candidate::kSentenceBefore);
+  });
+  return MedianBody(chain) >= kUsualBody &&
+         static_cast<size_t>(behindSentence) * 5 >= chain.size() * 4 &&
+         BytesBehind(chain.front()) * 2 >= survey.lines.bytes;
 }
 
 // Lists within the text begin anew, chapters do where a volume does.
@@ -360,7 +371,7 @@ bool Chooser::BeginsAnewTooOften(const Indices& chain) const {
 }
 
 void Chooser::TryWeak(std::uint32_t kind, const Indices& members) {
-  if (IsStrongKind(kind) || kind == KindOf(kDate, 0)) return;
+  if (IsStrongKind(kind) || kind == KindOf(kDate, 0) || kind == KindOf(kDottedNumber, 0)) return;
   Indices outside;
   for (const Index i : members) {
     const Candidate& c = all[i];
@@ -394,6 +405,30 @@ void Chooser::TryListed() {
   if (members.empty() || (strong == 0 && !IsConvincing(members, 3))) return;
   for (const Index i : members) isTaken[i] = true;
   groups.push_back({KindOf(kListedUnit, 0), std::move(members), true, 0});
+}
+
+// Short lines with a rule of their length below; signs of two kinds can be levels.
+void Chooser::TryUnderlined() {
+  constexpr size_t kFewest = 3;
+  constexpr std::uint64_t kSmallestSection = 200;
+  std::map<char, Indices> bySign;
+  Indices members;
+  for (Index i = 0; i < all.size(); ++i) {
+    if (all[i].underline == 0 || isInList[i]) continue;
+    members.push_back(i);
+    bySign[all[i].underline].push_back(i);
+  }
+  if (members.size() < kFewest) return;
+  const Candidate& first = all[members.front()];
+  // A first line that has a sign of its own is the title of the book.
+  if (first.textLine == 0 && bySign[first.underline].size() == 1) bySign.erase(first.underline);
+  const bool coversMost = BytesBehind(members.front()) * 2 >= survey.lines.bytes;
+  if (!coversMost || MedianBody(members) < kSmallestSection) return;
+  for (auto& [sign, lines] : bySign) {
+    for (const Index i : lines) isTaken[i] = true;
+    const auto detail = static_cast<std::uint8_t>(sign);
+    groups.push_back({KindOf(kUnderlinedUnit, detail), std::move(lines), false, 0});
+  }
 }
 
 // The entries of a diary: dates that stand alone, each hardly before the last one, all over the
@@ -435,7 +470,11 @@ void Chooser::TrySetApart() {
 
 // Whether headings of one kind hold those of the other: each of them is followed by some.
 bool Chooser::IsAbove(const Group& upper, const Group& lower) const {
-  if (upper.members.size() < 2 || upper.members.size() >= lower.members.size()) return false;
+  if (upper.members.size() < 2 || upper.members.size() > lower.members.size()) return false;
+  // Of two signs below lines, the first one is that of the upper level.
+  const bool areSigns = upper.kind >> 16 == kUnderlinedUnit && lower.kind >> 16 == kUnderlinedUnit;
+  const bool isFirst = areSigns && upper.members.front() < lower.members.front();
+  if (upper.members.size() == lower.members.size() && !isFirst) return false;
   size_t holding = 0;
   size_t beginning = 0;
   size_t at = 0;
@@ -466,6 +505,35 @@ void Chooser::SetLevels() {
   }
 }
 
+// "2.1", "2.2" below the second chapter: nearly all of them have the number of their chapter, and
+// run on within it.
+void Chooser::TrySections(const Indices& members) {
+  constexpr size_t kFewest = 3;
+  for (const Group& upper : groups) {
+    Group sections = {KindOf(kDottedNumber, 0), {}, false, upper.level + 1};
+    size_t alone = 0;
+    size_t at = 0;
+    int last = 0;
+    for (const Index i : members) {
+      const Candidate& c = all[i];
+      if (isInList[i] || c.blanksBefore == 0 || (isWrapped && c.blockLines > 2)) continue;
+      ++alone;
+      while (at < upper.members.size() && upper.members[at] < i) {
+        ++at;
+        last = 0;
+      }
+      if (at == 0 || all[upper.members[at - 1]].number != c.outerNumber) continue;
+      if (c.number != last + 1 || Look(c) <= 0) continue;
+      last = c.number;
+      sections.members.push_back(i);
+    }
+    if (sections.members.size() < kFewest || sections.members.size() * 5 < alone * 4) continue;
+    for (const Index i : sections.members) isTaken[i] = true;
+    groups.push_back(std::move(sections));
+    return;
+  }
+}
+
 // Prefaces, epilogues and the like: at the ends of the book or of a volume.
 void Chooser::AddNamed() {
   if (groups.empty()) return;
@@ -475,7 +543,11 @@ void Chooser::AddNamed() {
     first = std::min(first, group.members.front());
     last = std::max(last, group.members.back());
   }
-  Group named;
+  const bool hasVolumes = std::any_of(groups.begin(), groups.end(), [](const Group& group) {
+    return group.level == 0 && RankOf(static_cast<Unit>(group.kind >> 16)) == Rank::kVolume;
+  });
+  Group named = {0, {}, true, 0};
+  Group ofVolumes = {0, {}, true, hasVolumes ? 1 : 0};
   for (Index i = 0; i < all.size(); ++i) {
     const Candidate& c = all[i];
     if (c.form != HeadingLine::Form::kNamed || c.place == NamedPlace::kNone || isTaken[i]) continue;
@@ -489,12 +561,13 @@ void Chooser::AddNamed() {
                       (c.place == NamedPlace::kFront && (isBefore || isAtVolume)) ||
                       (c.place == NamedPlace::kBack && isBehind);
     const bool isBehindBack = c.place == NamedPlace::kFront && isBehind;
-    if (fits && !isBehindBack) named.members.push_back(i);
+    if (!fits || isBehindBack) continue;
+    (c.Has(HeadingLine::kOfVolume) ? ofVolumes : named).members.push_back(i);
   }
-  if (named.members.empty()) return;
-  named.isWeak = true;
-  for (const Index i : named.members) isTaken[i] = true;
-  groups.push_back(std::move(named));
+  for (Group* group : {&named, &ofVolumes}) {
+    for (const Index i : group->members) isTaken[i] = true;
+    if (!group->members.empty()) groups.push_back(std::move(*group));
+  }
 }
 
 bool Chooser::HasTitleInNextLine(const Candidate& c) const {
@@ -541,12 +614,13 @@ Structure Chooser::Assemble() const {
       heading.line = all[i].line;
       heading.level = static_cast<std::uint8_t>(group.level);
       heading.isInContents = !isSection;
+      heading.isUnderlined = all[i].underline != 0;
       if (IsStrongKind(group.kind) || (group.kind >> 16) == kBareNumber ||
           (group.kind >> 16) == kUnknownWord) {
         const bool isBeforeOther = i + 1 < all.size() && isTaken[i + 1] &&
                                    all[i + 1].textLine == all[i].textLine + 1 &&
                                    all[i + 1].form != HeadingLine::Form::kNamed;
-        if (!isBeforeOther) {
+        if (!isBeforeOther && !heading.isUnderlined) {
           heading.title = TitleOf(all[i], blocks / count, next / count);
         }
       }

@@ -15,7 +15,7 @@ struct Heading {
   std::uint32_t line = 0;
   std::uint8_t level = 0;    // 0 is the highest
   bool isInContents = true;  // a section of a chapter need not be
-  bool beginsOuter = false;  // the volume that its line names begins here, a level above
+  bool isUnderlined = false;
   Title title = Title::kOwnLine;
 };
 

@@ -178,7 +178,8 @@ UnitMatch UnitOfPrefix(std::string_view text) {
 }
 
 Rank RankOf(Unit unit) {
-  return unit < kFirstNamedUnit ? Rank::kChapter : kKinds[unit - kFirstNamedUnit].rank;
+  const bool isNamed = unit >= kFirstNamedUnit && unit - kFirstNamedUnit < std::ssize(kKinds);
+  return isNamed ? kKinds[unit - kFirstNamedUnit].rank : Rank::kChapter;
 }
 
 NamedPlace PlaceOfName(std::string_view folded) {

@@ -15,7 +15,8 @@ inline constexpr Unit kNoUnit = 0;
 inline constexpr Unit kUnknownWord = 1;  // "ADVENTURE I", "第三夜"
 inline constexpr Unit kBareNumber = 2;
 inline constexpr Unit kDate = 3;
-inline constexpr Unit kFirstNamedUnit = 4;
+inline constexpr Unit kDottedNumber = 4;  // "1.2", of a section of what has the first number
+inline constexpr Unit kFirstNamedUnit = 5;
 
 // A heading without a number.
 enum class NamedPlace : std::uint8_t {

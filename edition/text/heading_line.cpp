@@ -264,6 +264,26 @@ std::optional<PartRead> ReadPart(std::string_view text) {
   return ReadCounter(text);
 }
 
+// "2.3 The Harbour", "2.3. The Harbour": a section of what has the number 2.
+std::optional<PartRead> ReadDotted(std::string_view text, NumberedPart& outer) {
+  constexpr int kMost = 99;
+  const Numeral major = ReadDigits(text);
+  std::string_view rest = text.substr(major.length);
+  if (!major || major.value > kMost || !rest.starts_with('.')) return std::nullopt;
+  const Numeral minor = ReadDigits(rest = rest.substr(1));
+  if (!minor || minor.value == 0 || minor.value > kMost) return std::nullopt;
+  rest = rest.substr(minor.length);
+  if (rest.starts_with('.')) rest = rest.substr(1);
+  const char32_t next = FirstOf(WithoutBlanksBefore(rest));
+  if (!IsBlank(FirstOf(rest)) || !(IsCapital(next) || IsWide(next))) return std::nullopt;
+  outer = {kNoUnit, major.value};
+  PartRead read;
+  read.form = Form::kBare;
+  read.part = {kDottedNumber, minor.value};
+  read.rest = rest;
+  return read;
+}
+
 // "I.", "（一）", "12", "ONE"; a title may follow. The mark belongs to the kind.
 std::optional<PartRead> ReadBare(std::string_view text, char32_t opener) {
   const Numeral numeral = ReadNumeral(text);
@@ -348,6 +368,14 @@ int CountCommas(std::string_view text) {
   return commas;
 }
 
+// Without blanks and separators before it.
+std::string_view TitleIn(std::string_view rest) {
+  while (!rest.empty() && (IsBlank(FirstOf(rest)) || IsIn(FirstOf(rest), kTitleSeparators))) {
+    rest = WithoutFirst(rest);
+  }
+  return rest;
+}
+
 void JudgeTitle(std::string_view line, std::string_view rest, HeadingLine& heading) {
   const auto set = [&heading](HeadingLine::Flag flag, bool is) {
     if (is) heading.flags = static_cast<std::uint16_t>(heading.flags | flag);
@@ -355,10 +383,7 @@ void JudgeTitle(std::string_view line, std::string_view rest, HeadingLine& headi
   const char32_t next = FirstOf(rest);
   const bool isSeparated = rest.empty() || IsBlank(next) || IsIn(next, kTitleSeparators) ||
                            IsIn(next, U"（(【《「『“\"〔[") || next == '_' || next == '*';
-  std::string_view title = rest;
-  while (!title.empty() && (IsBlank(FirstOf(title)) || IsIn(FirstOf(title), kTitleSeparators))) {
-    title = WithoutFirst(title);
-  }
+  std::string_view title = TitleIn(rest);
   heading.title = static_cast<size_t>(title.data() - line.data());
   const bool hasMark = !rest.empty() && !IsBlank(next) && isSeparated;
   title = WithoutClosers(title);
@@ -464,6 +489,45 @@ bool ReadName(std::string_view line, std::string_view text, HeadingLine& heading
   return true;
 }
 
+// "第二卷 第三章": what was read is the volume of the chapter behind it.
+void ReadInner(std::string_view line, PartRead& read, HeadingLine& heading) {
+  const std::string_view behind = TitleIn(read.rest);
+  const std::optional<PartRead> inner = behind.empty() ? std::nullopt : ReadPart(behind);
+  if (!inner || inner->form != Form::kMarked || inner->part.unit == read.part.unit ||
+      inner->part.unit == kUnknownWord || read.part.unit == kUnknownWord) {
+    return;
+  }
+  heading.outer = read.part;
+  heading.inner = static_cast<size_t>(behind.data() - line.data());
+  read = *inner;
+}
+
+// A heading that begins with its number; `before` is the ornament that stands before that.
+std::optional<PartRead> ReadNumber(std::string_view text, char32_t before, HeadingLine& heading) {
+  if (FirstOf(text) == U'（' || FirstOf(text) == '(') {
+    return ReadBare(text.substr(FirstLength(text)), U'(');
+  }
+  if (auto read = ReadDotted(text, heading.outer)) return read;
+  return ReadBare(text, before);
+}
+
+// "上卷 附錄", "Part Two: Appendix": what stands at the end of a volume and names it.
+bool ReadSupplement(std::string_view line, const PartRead& volume, HeadingLine& heading) {
+  const char32_t next = FirstOf(volume.rest);
+  if (RankOf(volume.part.unit) != Rank::kVolume ||
+      (!IsBlank(next) && !IsIn(next, kTitleSeparators))) {
+    return false;
+  }
+  const std::string_view name = TitleIn(WithoutClosers(volume.rest));
+  if (name.size() > LongestName() || PlaceOfName(FoldedText(name)) != NamedPlace::kBack)
+    return false;
+  heading.form = Form::kNamed;
+  heading.place = NamedPlace::kBetween;
+  heading.title = static_cast<size_t>(name.data() - line.data());
+  heading.flags = HeadingLine::kOfVolume;
+  return true;
+}
+
 }  // namespace
 
 bool ReadHeadingLine(std::string_view line, HeadingLine& heading) {
@@ -492,26 +556,11 @@ bool ReadHeadingLine(std::string_view line, HeadingLine& heading) {
   }
   std::optional<PartRead> read = ReadPart(text);
   if (read) {
-    std::string_view behind = read->rest;
-    while (!behind.empty() &&
-           (IsBlank(FirstOf(behind)) || IsIn(FirstOf(behind), kTitleSeparators))) {
-      behind = WithoutFirst(behind);
-    }
-    if (const std::optional<PartRead> inner = behind.empty() ? std::nullopt : ReadPart(behind);
-        inner && inner->form == Form::kMarked && inner->part.unit != read->part.unit &&
-        inner->part.unit != kUnknownWord && read->part.unit != kUnknownWord) {
-      heading.outer = read->part;
-      heading.inner = static_cast<size_t>(behind.data() - line.data());
-      read = inner;
-    }
+    if (ReadSupplement(line, *read, heading)) return true;
+    ReadInner(line, *read, heading);
   } else {
     if (ReadName(line, text, heading)) return true;
-    if (FirstOf(text) == U'（' || FirstOf(text) == '(') {
-      const std::string_view inside = text.substr(FirstLength(text));
-      read = ReadBare(inside, U'(');
-    } else {
-      read = ReadBare(text, before);
-    }
+    read = ReadNumber(text, before, heading);
     if (!read) return false;
   }
   heading.form = read->form;

@@ -23,15 +23,16 @@ struct HeadingLine {
     kNamed     // "PREFACE"
   };
   enum Flag : std::uint16_t {
-    kGlued = 1,          // the title follows without a blank or a mark
-    kSmallLetter = 2,    // the title begins with a small letter
-    kEndsSentence = 4,   // as prose does
-    kCommas = 8,         // more than one
-    kPageNumber = 16,    // at its end, as in a list of contents
-    kEndMark = 32,       // "第三回完"
-    kSpeech = 64,        // in quotes
-    kCapitals = 128,     // no small letter in it
-    kFunctionWord = 256  // goes on as prose does: "第三回的"
+    kGlued = 1,           // the title follows without a blank or a mark
+    kSmallLetter = 2,     // the title begins with a small letter
+    kEndsSentence = 4,    // as prose does
+    kCommas = 8,          // more than one
+    kPageNumber = 16,     // at its end, as in a list of contents
+    kEndMark = 32,        // "第三回完"
+    kSpeech = 64,         // in quotes
+    kCapitals = 128,      // no small letter in it
+    kFunctionWord = 256,  // goes on as prose does: "第三回的"
+    kOfVolume = 512       // a named one of the volume that its line names first: "上卷 附錄"
   };
 
   Form form = Form::kBare;

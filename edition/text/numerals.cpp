@@ -240,6 +240,8 @@ constexpr NumberWords kNumberWords[] = {
     {1, 1, true, "الأولى الثانية الثالثة الرابعة الخامسة السادسة السابعة الثامنة التاسعة العاشرة"},
     {1, 1, true, "ראשון שני שלישי רביעי חמישי שישי שביעי שמיני תשיעי עשירי"},
     {1, 1, false, "nhất hai ba bốn năm sáu bảy tám chín mười"},
+    {1, 1, false, "một nhì tam tư lăm"},
+    {1, 1, false, "mốt"},
     {30, 10, false, "тридцать сорок пятьдесят шестьдесят семьдесят восемьдесят девяносто сто"},
 };
 
@@ -409,6 +411,27 @@ size_t JoinerLength(std::string_view text) {
 constexpr std::string_view kArabicTeen = " عشر";
 constexpr int kArabicEleventh = 11;  // of its first word alone
 
+// "mười một" is eleven, "hai mươi mốt" twenty-one.
+constexpr std::string_view kVietnameseTen = "mười";
+constexpr std::string_view kVietnameseTens = "mươi";
+
+// A number that ends before the rest of a text, with the tens and the unit that follow it.
+Numeral WithVietnameseTens(std::string_view text, Numeral sum) {
+  const auto wordAt = [text](size_t at) {
+    const size_t begin = at + (at < text.size() && text[at] == ' ' ? 1 : 0);
+    return FoldedText(text.substr(begin, WordLength(text.substr(begin))));
+  };
+  if (sum.value < 10 && wordAt(sum.length) == kVietnameseTens) {
+    sum = {sum.value * 10, sum.length + 1 + kVietnameseTens.size(), sum.writing};
+  } else if (wordAt(0) != kVietnameseTen) {
+    return {};
+  }
+  const std::string_view rest = text.substr(sum.length);
+  const Numeral unit = rest.starts_with(' ') ? ReadWord(rest.substr(1)) : Numeral{};
+  if (!unit || unit.value >= 10) return sum;
+  return {sum.value + unit.value, sum.length + 1 + unit.length, sum.writing};
+}
+
 // What a number may have added to it: 20 and "one", 60 and "seize", 100 and "twenty".
 int RoomAbove(int value, NumeralWriting writing) {
   if (value >= 100) return value % 100 == 0 ? 100 : 0;
@@ -497,6 +520,7 @@ Numeral ReadNumberWords(std::string_view text) {
     const int unit = sum.value == kArabicEleventh ? 1 : sum.value;
     return {unit + 10, sum.length + kArabicTeen.size(), sum.writing};
   }
+  if (const Numeral tens = sum ? WithVietnameseTens(text, sum) : sum) return tens;
   while (sum) {
     const int room = RoomAbove(sum.value, sum.writing);
     const std::string_view rest = text.substr(sum.length);

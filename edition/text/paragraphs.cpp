@@ -267,7 +267,10 @@ Paragraphs::Shape Paragraphs::ShapeOf(const std::vector<Line>& lines) const {
                   [this](const Line& line) { return IsCentered(line); })) {
     return Shape::kCentered;
   }
-  if (lines.size() == 1 && lines.front().indent * 3 > layout.width) return Shape::kRight;
+  if (std::all_of(lines.begin(), lines.end(),
+                  [this](const Line& line) { return line.indent * 3 > layout.width; })) {
+    return Shape::kRight;
+  }
   if (ItemMarkLength(lines.front().text) > 0) return Shape::kItems;
   const bool isQuoted = std::all_of(lines.begin(), lines.end(),
                                     [](const Line& line) { return line.text.starts_with('>'); });
@@ -285,10 +288,9 @@ Status Paragraphs::WriteLines(const std::vector<Line>& lines) {
     case Shape::kTable:
       return WritePre("table", std::string_view(block).substr(0, block.size() - 1));
     case Shape::kCentered:
-      return WriteCentered(lines);
+      return WriteAsSet(lines, "center");
     case Shape::kRight:
-      paragraph = lines.front().text;
-      return WriteParagraph("right");
+      return WriteAsSet(lines, "right");
     case Shape::kItems:
       return WriteItems(lines);
     case Shape::kVerse:
@@ -313,7 +315,7 @@ Status Paragraphs::WriteEach(const std::vector<Line>& lines) {
   return Done();
 }
 
-Status Paragraphs::WriteCentered(const std::vector<Line>& lines) {
+Status Paragraphs::WriteAsSet(const std::vector<Line>& lines, std::string_view type) {
   paragraph.clear();
   for (const Line& line : lines) {
     if (!paragraph.empty()) paragraph += static_cast<char>(Mark::kLineBreak);
@@ -321,7 +323,7 @@ Status Paragraphs::WriteCentered(const std::vector<Line>& lines) {
     DropControls(text);
     paragraph += text;
   }
-  return WriteParagraph("center");
+  return WriteParagraph(type);
 }
 
 // Paragraphs of one block begin where a line is indented more than those around it.
@@ -469,8 +471,8 @@ std::string_view Paragraphs::TypeOnTitlePage() {
 }
 
 Status Paragraphs::WriteParagraph(std::string_view type) {
-  // Centred lines, and those of Aozora texts, have their marks by now.
-  if (!layout.isAozora && type != "center") DropControls(paragraph);
+  // Lines that are set as they are, and those of Aozora texts, have their marks by now.
+  if (!layout.isAozora && type != "center" && type != "right") DropControls(paragraph);
   if (isTitlePage && type.empty()) type = TypeOnTitlePage();
   std::string& markup = writer.Markup();
   if (!layout.isAozora) {

@@ -50,7 +50,7 @@ class Paragraphs {
   Status WriteLines(const std::vector<Line>& lines);
   Status WriteBreak(std::string_view signs);
   Status WriteEach(const std::vector<Line>& lines);
-  Status WriteCentered(const std::vector<Line>& lines);
+  Status WriteAsSet(const std::vector<Line>& lines, std::string_view type);
   Status WriteParagraphs(const std::vector<Line>& lines);
   Status WriteItems(const std::vector<Line>& lines);
   Status WriteVerse(const std::vector<Line>& lines);

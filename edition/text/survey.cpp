@@ -144,6 +144,14 @@ Census CensusOf(std::string_view head) {
   return census;
 }
 
+// A line of one sign.
+bool IsRule(std::string_view head) {
+  constexpr size_t kShortest = 3;
+  return head.size() >= kShortest &&
+         std::string_view("=-~^*#_+").find(head.front()) != std::string_view::npos &&
+         head.find_first_not_of(head.front()) == std::string_view::npos;
+}
+
 // Digits and signs that prose has few of.
 bool LooksTechnical(const Census& census) {
   constexpr size_t kOneIn = 6;  // letters
@@ -272,10 +280,14 @@ void Survey::TakeLine(std::string_view line) {
   read.characters = CountCharacters(read.head);
   if (lineNumber < kMeasuredLines) Measure(read);
   FillNext(read);
-  if (CanBegin(read))
+  if (IsRule(read.head) && !pattern) {
+    TryUnderlined(read);
+  } else if (CanBegin(read)) {
     TryHeading(read);
-  else if (inList)
+  } else if (inList) {
     ListEntry(read, nullptr);
+  }
+  NoteShort(read);
   previousLength = read.characters;
   previousEndsSentence = EndsAsSentence(read.tail);
   blanks = 0;
@@ -476,6 +488,50 @@ void Survey::TryHeading(const Line& line) {
     result.candidates.back().surrounding |= Candidate::kInsideList;
 }
 
+// Keeps a line that can turn out to be underlined.
+void Survey::NoteShort(const Line& line) {
+  constexpr size_t kLongest = 70;
+  shortLine.clear();
+  const bool isFirst = textLine == 0;
+  if ((blanks == 0 && !isFirst) || line.characters > kLongest) return;
+  const bool hasGap = line.head.find("  ") != std::string_view::npos ||
+                      line.head.find_first_of("\t|") != std::string_view::npos;
+  if (hasGap ||
+      std::u32string_view(U".,;。，；").find(LastOf(line.head)) != std::u32string_view::npos)
+    return;
+  shortLine = line.head;
+  shortPlace = {};
+  shortPlace.offset = offset;
+  shortPlace.line = lineNumber;
+  shortPlace.textLine = textLine;
+  shortPlace.kind = KindOf(kUnderlinedUnit, 0);
+  shortPlace.titleHash = static_cast<std::uint32_t>(LettersHash(line.head));
+  shortPlace.form = HeadingLine::Form::kNamed;
+  shortPlace.surrounding = Candidate::kSentenceBefore;
+  shortPlace.indent = Saturated(line.indent);
+  shortPlace.length = Saturated(line.characters);
+  shortPlace.blanksBefore = Saturated(isFirst ? 9 : blanks);
+}
+
+// A rule as long as the short line above it.
+void Survey::TryUnderlined(const Line& rule) {
+  constexpr size_t kNear = 2;
+  if (blanks > 0 || shortLine.empty() || inList) return;
+  if (result.endLine != UINT32_MAX || shortPlace.titleHash == 0) return;
+  const size_t characters = CountCharacters(shortLine);
+  const bool isWide = characters * 2 < shortLine.size();  // such characters are two signs wide
+  if (rule.characters + kNear < characters ||
+      rule.characters > characters * (isWide ? 2 : 1) + kNear) {
+    return;
+  }
+  auto& candidates = result.candidates;
+  if (candidates.empty() || candidates.back().line != shortPlace.line) {
+    if (candidates.size() >= kMostCandidates) return;
+    candidates.push_back(shortPlace);
+  }
+  candidates.back().underline = rule.head.front();
+}
+
 void Survey::AddCandidate(const Line& line, const HeadingLine& heading, std::uint32_t kind) {
   if (result.candidates.size() >= kMostCandidates) return;
   Candidate candidate;
@@ -484,10 +540,8 @@ void Survey::AddCandidate(const Line& line, const HeadingLine& heading, std::uin
   candidate.textLine = textLine;
   candidate.kind = kind;
   candidate.number = heading.part.number;
-  if (heading.outer.unit != kNoUnit) {
-    candidate.outerKind = KindOf(heading.outer.unit, 0);
-    candidate.outerNumber = heading.outer.number;
-  }
+  if (heading.outer.unit != kNoUnit) candidate.outerKind = KindOf(heading.outer.unit, 0);
+  candidate.outerNumber = heading.outer.number;
   candidate.titleHash = static_cast<std::uint32_t>(
       LettersHash(line.head.substr(std::min(heading.title, line.head.size()))));
   candidate.flags = heading.flags;

@@ -24,12 +24,12 @@ struct Candidate {
     kNextStandsAlone = 64,  // a blank line follows it
   };
 
-  std::uint64_t offset = 0;     // of its line, in bytes
-  std::uint32_t line = 0;       // from 0
-  std::uint32_t textLine = 0;   // among lines that are not blank
-  std::uint32_t kind = 0;       // equal for headings that can be of one sequence
-  std::uint32_t outerKind = 0;  // of a volume named in the same line; 0 without one
-  std::int32_t outerNumber = 0;
+  std::uint64_t offset = 0;      // of its line, in bytes
+  std::uint32_t line = 0;        // from 0
+  std::uint32_t textLine = 0;    // among lines that are not blank
+  std::uint32_t kind = 0;        // equal for headings that can be of one sequence
+  std::uint32_t outerKind = 0;   // of a volume named in the same line; 0 without one
+  std::int32_t outerNumber = 0;  // also of what a dotted number belongs to
   std::int32_t number = 0;      // of a listed one: its place in the list, 0 where that has a number
   std::uint32_t titleHash = 0;  // 0 without a title
   std::uint16_t flags = 0;      // of HeadingLine
@@ -43,6 +43,7 @@ struct Candidate {
   std::uint8_t blockLines = 0;    // from it to the next blank line
   std::uint8_t nextLength = 0;    // of the next line that is not blank
   std::uint8_t secondLength = 0;  // of the one behind that, where no blank line is between
+  char underline = 0;             // the sign that a line below it is made of
 
   Unit UnitIn() const { return static_cast<Unit>(kind >> 16); }
   bool Has(HeadingLine::Flag flag) const { return (flags & flag) != 0; }
@@ -50,9 +51,10 @@ struct Candidate {
 };
 
 // Kinds beside those of HeadingLine.
-inline constexpr Unit kListedUnit = 0xFFF0;    // only a list of contents tells that it is one
-inline constexpr Unit kSetApartUnit = 0xFFF1;  // only its place tells
-inline constexpr Unit kMarkedUnit = 0xFFF2;    // the text says so in a note, with its level
+inline constexpr Unit kListedUnit = 0xFFF0;      // only a list of contents tells that it is one
+inline constexpr Unit kSetApartUnit = 0xFFF1;    // only its place tells
+inline constexpr Unit kMarkedUnit = 0xFFF2;      // the text says so in a note, with its level
+inline constexpr Unit kUnderlinedUnit = 0xFFF3;  // only the line below it tells
 inline constexpr std::uint32_t KindOf(Unit unit, std::uint16_t detail) {
   return static_cast<std::uint32_t>(unit) << 16 | detail;
 }
@@ -143,6 +145,8 @@ class Survey {
   void CloseBlock();
   bool CanBegin(const Line& line) const;
   void TryHeading(const Line& line);
+  void NoteShort(const Line& line);
+  void TryUnderlined(const Line& rule);
   void AddCandidate(const Line& line, const HeadingLine& heading, std::uint32_t kind);
   void ListEntry(const Line& line, const HeadingLine* heading);
   bool IsEndOfList(const Line& line, const HeadingLine* heading, std::uint64_t hash) const;
@@ -159,6 +163,9 @@ class Survey {
   size_t blanks = 0;  // directly before
   size_t previousLength = 0;
   bool previousEndsSentence = true;
+  // The last line, where it is short and behind a blank one.
+  std::string shortLine;
+  Candidate shortPlace;
   size_t openNext = 0;   // the first candidate that waits for its next line
   size_t openBlock = 0;  // and for the end of its block
   size_t openSecond = 0;
