@@ -8,14 +8,14 @@
 
 namespace {
 
-constexpr mode_t kNewFileMode = 0666;                // less the umask
+constexpr mode_t kCreationMode = 0666;               // less the umask
 constexpr size_t kGatheredSize = size_t{32} * 1024;  // more than a page of text
 
 int OpenForWriting(const std::string& path, OutputFile::Mode mode) {
   const int disposition = mode == OutputFile::Mode::kAppend ? O_APPEND : O_TRUNC;
   int descriptor = -1;
   do {
-    descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | disposition, kNewFileMode);
+    descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | disposition, kCreationMode);
   } while (descriptor < 0 && errno == EINTR);
   return descriptor;
 }

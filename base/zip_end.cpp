@@ -5,7 +5,6 @@
 
 namespace {
 
-constexpr uint64_t kVersion45 = 45;  // of the format, the first to know ZIP64
 constexpr uint64_t kZip64RecordSize = 56;
 constexpr uint64_t kUncountedHead = 12;  // a record's size leaves its first two fields out
 
@@ -34,12 +33,12 @@ std::string PlainZipEnd(uint64_t entries, uint64_t directoryStart, uint64_t dire
 std::string Zip64End(uint64_t entries, uint64_t directoryStart, uint64_t directorySize) {
   std::string end = "PK\x06\x06";
   PutNumber(end, kZip64RecordSize - kUncountedHead, 8);
-  PutNumber(end, kVersion45, 2);  // made by
-  PutNumber(end, kVersion45, 2);  // needed
-  PutNumber(end, 0, 4);           // this disk
-  PutNumber(end, 0, 4);           // the directory's disk
-  PutNumber(end, entries, 8);     // on this disk
-  PutNumber(end, entries, 8);     // in all
+  PutNumber(end, kZip64Version, 2);  // made by
+  PutNumber(end, kZip64Version, 2);  // needed
+  PutNumber(end, 0, 4);              // this disk
+  PutNumber(end, 0, 4);              // the directory's disk
+  PutNumber(end, entries, 8);        // on this disk
+  PutNumber(end, entries, 8);        // in all
   PutNumber(end, directorySize, 8);
   PutNumber(end, directoryStart, 8);
 

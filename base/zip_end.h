@@ -11,6 +11,9 @@
 constexpr uint64_t kMostPlainEntries = 0xFFFE;
 constexpr uint64_t kMostPlainOffset = 0xFFFFFFFE;
 
+// The first version of the format to know ZIP64.
+constexpr uint64_t kZip64Version = 45;
+
 // The size of the plain record that ends every container (without a comment).
 constexpr size_t kPlainEndSize = 22;
 

@@ -14,7 +14,6 @@ namespace {
 constexpr size_t kGathered = size_t{256} * 1024;
 
 constexpr std::uint64_t kVersion20 = 20;  // of the format, the first to know deflating
-constexpr std::uint64_t kVersion45 = 45;  // the first to know ZIP64
 constexpr std::uint64_t kMadeOnUnix = 3U << 8;
 constexpr std::uint64_t kFixedTime = 0;
 constexpr std::uint64_t kFixedDate = 0x0021;  // 1980-01-01, the first that the format can express
@@ -54,7 +53,7 @@ std::string Zip64Numbers(const Numbers& numbers) {
 // What the header before an entry and its record in the directory share.
 void PutDescription(std::string& record, const ZipStream::Entry& entry, const Numbers& sizes,
                     const std::string& extra) {
-  PutNumber(record, extra.empty() ? kVersion20 : kVersion45, 2);
+  PutNumber(record, extra.empty() ? kVersion20 : kZip64Version, 2);
   PutNumber(record, FlagsOf(entry.name), 2);
   PutNumber(record, static_cast<std::uint64_t>(entry.method), 2);
   PutNumber(record, kFixedTime, 2);
@@ -81,7 +80,7 @@ void PutDirectoryRecord(std::string& directory, const ZipStream::Entry& entry,
   std::erase_if(large, [](std::uint64_t number) { return number <= kMostPlainOffset; });
   const std::string extra = Zip64Numbers(large);
   directory += "PK\x01\x02";
-  PutNumber(directory, kMadeOnUnix | (extra.empty() ? kVersion20 : kVersion45), 2);
+  PutNumber(directory, kMadeOnUnix | (extra.empty() ? kVersion20 : kZip64Version), 2);
   PutDescription(directory, entry, {packedSize, entry.size}, extra);
   PutNumber(directory, 0, 2);  // comment
   PutNumber(directory, 0, 2);  // disk

@@ -1,6 +1,21 @@
 # The house: every folder of sources is a room, which sees the rooms it names and no other, so that an
 # include against the order of the house does not compile.
 
+# Public headers include each other by "../FOLDER/HEADER". From the link that a view is, ninja takes this
+# for a file in the view, which would never be up to date if it were not there.
+function(kav_link_neighbours folder view)
+  file(GLOB headers ${PROJECT_SOURCE_DIR}/${folder}/*.h)
+  foreach(header IN LISTS headers)
+    file(STRINGS ${header} neighbours REGEX "^#include \"[.][.]/")
+    list(TRANSFORM neighbours REPLACE "^#include \"[.][.]/(.*)\"" "\\1")
+    foreach(neighbour IN LISTS neighbours)
+      cmake_path(GET neighbour PARENT_PATH parent)
+      file(MAKE_DIRECTORY ${view}/${parent})
+      file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${neighbour} ${view}/${neighbour} SYMBOLIC)
+    endforeach()
+  endforeach()
+endfunction()
+
 # A directory in which a folder of the sources can be included by its path, and nothing else can. Of a
 # folder with rooms of its own inside, only its own headers are shown.
 function(kav_view_of folder variable)
@@ -13,6 +28,7 @@ function(kav_view_of folder variable)
   file(GLOB inner ${PROJECT_SOURCE_DIR}/${folder}/*/CMakeLists.txt)
   if(NOT inner)
     file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${folder} ${view}/${folder} SYMBOLIC)
+    kav_link_neighbours(${folder} ${view})
     return()
   endif()
   file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/${folder}/*.h)
@@ -39,6 +55,12 @@ function(kav_room folder)
   target_link_libraries(${target} PUBLIC ${room_USES} ${room_LINKS} PRIVATE kav_build_rules)
   if(NOT folder MATCHES "^hosts/" AND NOT KAV_SANITIZE) # libraries keep to a small stack
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Wframe-larger-than=8192>)
+  endif()
+  if(NOT folder MATCHES "^hosts/")
+    target_compile_options(${target} PRIVATE ${kav_optimised})
+  endif()
+  if(room_SHARED_BY_NEED AND CMAKE_BUILD_TYPE STREQUAL Release) # of one object, all would be needed
+    set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
   endif()
   kav_precompile(${target})
 endfunction()

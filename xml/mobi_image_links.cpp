@@ -22,7 +22,7 @@
 
 namespace {
 
-constexpr int kParseOptions = HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NOBLANKS;
+constexpr int kReadingOptions = HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NOBLANKS;
 
 struct FreeBuffer {
   void operator()(xmlBuffer* buffer) const { xmlBufferFree(buffer); }
@@ -114,7 +114,7 @@ int XMLBase::MobiHtmlProcess(const char* htmlPath, const char* encoding,
   const auto html = ReadRegularFile(htmlPath);
   if (!html) return EPUB_E_OPEN;
   const XmlDocument doc =
-      ParseHtml(HtmlToUtf8(*html, encoding == nullptr ? "" : encoding), "UTF-8", kParseOptions);
+      ParseHtml(HtmlToUtf8(*html, encoding == nullptr ? "" : encoding), "UTF-8", kReadingOptions);
   if (doc == nullptr || xmlDocGetRootElement(doc.get()) == nullptr) return EPUB_E_OPEN;
   ResolveRecords(doc.get(), images);
   ResolveCover(doc.get(), images.front());

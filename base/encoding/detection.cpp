@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/encoding/encoding_reader.h"
 #include "base/encoding/line_ends.h"
 #include "base/encoding/plausibility.h"
 #include "base/encoding/text_decoder.h"
@@ -16,9 +17,7 @@
 
 namespace {
 
-constexpr std::string_view kUtf8 = "UTF-8";
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-constexpr char kEscape = '\x1B';
 constexpr size_t kBeginning = size_t{1} << 16;
 constexpr size_t kSampleSize = size_t{1} << 18;
 constexpr size_t kPlausibilitySample = size_t{1} << 16;

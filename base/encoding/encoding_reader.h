@@ -7,6 +7,11 @@
 #include <string>
 #include <string_view>
 
+inline constexpr std::string_view kUtf8 = "UTF-8";
+
+// Begins what switches between the character sets of ISO-2022.
+inline constexpr char kEscape = '\x1B';
+
 class EncodingReader {
  public:
   virtual ~EncodingReader() = default;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/encoding/detection.h"
+#include "base/encoding/encoding_reader.h"
 #include "base/encoding/plausibility.h"
 #include "base/encoding/text_decoder.h"
 #include "base/text_gate.h"
@@ -14,15 +15,13 @@
 
 namespace {
 
-constexpr std::string_view kUtf8 = "UTF-8";
 constexpr std::string_view kLastResort = "WINDOWS-1252";
-constexpr char kEscape = '\x1B';
 constexpr size_t kDeclarationArea = 4096;  // a declaration stands near the beginning
 
 // What is looked at to see whether a declaration makes sense: of a few characters, any may be
 // right.
-constexpr size_t kSampleSize = 4096;
-constexpr std::ptrdiff_t kFewBytes = 64;  // beyond ASCII
+constexpr size_t kForeignSample = 4096;
+constexpr std::ptrdiff_t kFewHighBytes = 64;  // beyond ASCII
 constexpr size_t kFewDamages = 2;
 constexpr double kManyFaults = 0.2;
 
@@ -88,16 +87,16 @@ std::string_view DeclaredEncoding(std::string_view text) {
   return {};
 }
 
-struct Decoded {
+struct Page {
   std::string text;
   Damage damage;
 };
 
 // Nothing when there is no such encoding.
-std::optional<Decoded> DecodeAs(std::string_view encoding, std::string_view bytes) {
+std::optional<Page> DecodeAs(std::string_view encoding, std::string_view bytes) {
   TextDecoder decoder(encoding);
   if (!decoder.Exists()) return std::nullopt;
-  Decoded decoded;
+  Page decoded;
   decoder.Decode(bytes, decoded.text);
   decoder.Finish(decoded.text);
   decoded.damage = decoder.Damages();
@@ -110,22 +109,22 @@ bool ContainsAscii(std::string_view encoding) {
   return markup && markup->text == kMarkup;
 }
 
-bool IsContradicted(const Decoded& decoded, std::string_view encoding, std::string_view bytes) {
+bool IsContradicted(const Page& decoded, std::string_view encoding, std::string_view bytes) {
   if (decoded.damage.count > kFewDamages && !decoded.damage.IsSlight()) return true;
   const auto isForeign = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
   const auto* first = std::find_if(bytes.begin(), bytes.end(), isForeign);
   const std::string_view sample =
-      bytes.substr(static_cast<size_t>(first - bytes.begin()), kSampleSize);
-  return std::count_if(sample.begin(), sample.end(), isForeign) > kFewBytes &&
+      bytes.substr(static_cast<size_t>(first - bytes.begin()), kForeignSample);
+  return std::count_if(sample.begin(), sample.end(), isForeign) > kFewHighBytes &&
          ShareOfFaults(sample, WiderEncoding(encoding)) > kManyFaults;
 }
 
 // Of bytes that are not UTF-8 throughout.
-std::optional<Decoded> DecodeForeign(std::string_view bytes) {
+std::optional<Page> DecodeForeign(std::string_view bytes) {
   const std::string beginning = Lowered(bytes.substr(0, kDeclarationArea));
   const std::string_view declared = DeclaredEncoding(beginning);
   const bool isUtf8Declared = declared.starts_with("utf");
-  std::optional<Decoded> decoded;
+  std::optional<Page> decoded;
   if (!isUtf8Declared && ContainsAscii(declared)) decoded = DecodeAs(declared, bytes);
   if (decoded && !IsContradicted(*decoded, declared, bytes)) return decoded;
   const Utf8Count count = CountUtf8(bytes);
@@ -135,7 +134,7 @@ std::optional<Decoded> DecodeForeign(std::string_view bytes) {
 }
 
 // Nothing when the bytes are UTF-8 as they are.
-std::optional<Decoded> Decode(std::string_view bytes, std::string_view encoding) {
+std::optional<Page> Decode(std::string_view bytes, std::string_view encoding) {
   for (const auto& [beginning, markLength, wide] : kBeginnings) {
     if (bytes.starts_with(beginning)) return DecodeAs(wide, bytes.substr(markLength));
   }

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr char kEscape = '\x1B';
-
 // A character set, by its place in the encoding of all of them with eight bits.
 struct CharacterSet {
   std::string_view escape;

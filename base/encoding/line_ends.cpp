@@ -8,7 +8,7 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kSpecial("\n\r\x1A\0", 4);
 
-size_t PlainLength(std::string_view text) {
+size_t LengthOfLine(std::string_view text) {
   return std::min(text.find_first_of(kSpecial), text.size());
 }
 
@@ -22,7 +22,7 @@ void LineEnds::Append(std::string_view piece, std::string& out) {
     }
     const char c = piece.front();
     const bool isSecondHalf = c == '\n' && isAfterCarriageReturn;
-    const size_t plain = PlainLength(piece);
+    const size_t plain = LengthOfLine(piece);
     if (c == kDosEndOfFile) {
       ++endOfFileBytes;
     } else if (c != '\0' && !isSecondHalf) {

@@ -17,7 +17,6 @@ namespace {
 
 constexpr char kFolder[] = "OEBPS/";
 constexpr char kPackageName[] = "package.opf";
-constexpr char kCssType[] = "text/css";
 constexpr char kMimetype[] = "application/epub+zip";
 constexpr char kContainer[] =
     "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"

@@ -28,7 +28,7 @@ size_t DepthOf(const std::vector<ContentsEntry>& entries) {
   return entries.empty() ? 0 : deepest + 1;
 }
 
-void PutMeta(std::string_view name, std::string_view content, std::string& ncx) {
+void PutNcxMeta(std::string_view name, std::string_view content, std::string& ncx) {
   ncx.append("<meta name=\"").append(name).append("\" content=\"");
   AppendEscaped(content, ncx);
   ncx += "\"/>\n";
@@ -139,10 +139,10 @@ std::string NavigationDocument(const Metadata& metadata, std::string_view identi
   std::string ncx(kNcxBegin);
   AppendEscaped(metadata.language, ncx);
   ncx += "\">\n<head>\n";
-  PutMeta("dtb:uid", identifier, ncx);
-  PutMeta("dtb:depth", std::to_string(DepthOf(entries)), ncx);
-  PutMeta("dtb:totalPageCount", "0", ncx);
-  PutMeta("dtb:maxPageNumber", "0", ncx);
+  PutNcxMeta("dtb:uid", identifier, ncx);
+  PutNcxMeta("dtb:depth", std::to_string(DepthOf(entries)), ncx);
+  PutNcxMeta("dtb:totalPageCount", "0", ncx);
+  PutNcxMeta("dtb:maxPageNumber", "0", ncx);
   ncx += "</head>\n";
   PutText("docTitle", metadata.title, ncx);
   for (const Contributor& contributor : metadata.contributors) {

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::string_view kBegin =
+constexpr std::string_view kPackageBegin =
     "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
     "<package xmlns=\"http://www.idpf.org/2007/opf\" version=\"2.0\" "
     "unique-identifier=\"identifier\">\n"
@@ -17,7 +17,6 @@ constexpr std::string_view kBegin =
     "xmlns:opf=\"http://www.idpf.org/2007/opf\">\n";
 
 constexpr char kCoverId[] = "cover-picture";
-constexpr char kCssType[] = "text/css";
 constexpr char kNcxType[] = "application/x-dtbncx+xml";
 
 void PutAttribute(std::string_view name, std::string_view value, std::string& opf) {
@@ -173,7 +172,7 @@ std::string MetadataElements(const Metadata& metadata, const PackageParts& parts
 
 std::string PackageDocument(std::string_view metadataElements, std::string_view identifier,
                             const PackageParts& parts) {
-  std::string opf(kBegin);
+  std::string opf(kPackageBegin);
   opf.append("<dc:identifier id=\"identifier\" opf:scheme=\"UUID\">").append(identifier);
   opf.append("</dc:identifier>\n").append(metadataElements).append("</metadata>\n<manifest>\n");
   PutItem("ncx", kNavigationName, kNcxType, opf);

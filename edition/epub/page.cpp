@@ -6,12 +6,12 @@
 
 namespace {
 
-constexpr std::string_view kBegin =
+constexpr std::string_view kPageBegin =
     "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
     "<!DOCTYPE html PUBLIC \"-//W3C//DTD XHTML 1.1//EN\" "
     "\"http://www.w3.org/TR/xhtml11/DTD/xhtml11.dtd\">\n"
     "<html xmlns=\"http://www.w3.org/1999/xhtml\" xml:lang=\"";
-constexpr std::string_view kRightToLeft = "\" dir=\"rtl";
+constexpr std::string_view kRightToLeftAttribute = "\" dir=\"rtl";
 constexpr std::string_view kHead = "\">\n<head>\n<title>";
 constexpr std::string_view kTitleEnd = "</title>\n";
 constexpr std::string_view kSheet = "<link rel=\"stylesheet\" type=\"text/css\" href=\"";
@@ -29,7 +29,7 @@ void PutSheet(std::string_view name, std::string& file) {
   file.append(kSheetEnd);
 }
 
-void PutAttribute(std::string_view name, std::string_view value, std::string& file) {
+void PutBodyAttribute(std::string_view name, std::string_view value, std::string& file) {
   if (value.empty()) return;
   file.append("\" ").append(name).append("=\"");
   AppendEscaped(value, file);
@@ -41,8 +41,8 @@ void PutLook(const Page& page, std::string& file) {
   file.append(kBody).append(page.bodyClass);
   if (!page.look->styleClass.empty()) file += ' ';
   AppendEscaped(page.look->styleClass, file);
-  PutAttribute("id", page.look->id, file);
-  PutAttribute("style", page.look->style, file);
+  PutBodyAttribute("id", page.look->id, file);
+  PutBodyAttribute("style", page.look->style, file);
 }
 
 }  // namespace
@@ -56,9 +56,9 @@ std::string PageName(size_t document, size_t page) {
 std::string PageFile(const Page& page) {
   std::string file;
   file.reserve(page.body.size() + kRoomForFrame);
-  file += kBegin;
+  file += kPageBegin;
   AppendEscaped(page.language, file);
-  if (IsRightToLeft(page.language)) file += kRightToLeft;
+  if (IsRightToLeft(page.language)) file += kRightToLeftAttribute;
   file += kHead;
   AppendEscaped(page.title, file);
   file += kTitleEnd;

@@ -11,6 +11,7 @@
 
 inline constexpr char kXhtmlType[] = "application/xhtml+xml";
 inline constexpr char kStyleSheetName[] = "style.css";
+inline constexpr char kCssType[] = "text/css";
 inline constexpr char kFurtherSheetName[] = "further.css";
 inline constexpr char kPagePrefix[] = "page-";
 inline constexpr char kPageSuffix[] = ".xhtml";

@@ -103,7 +103,7 @@ constexpr std::string_view kTall = R"(
 body { line-height: 1.6; }
 )";
 
-constexpr std::string_view kRightToLeft = R"(
+constexpr std::string_view kRightToLeftRules = R"(
 /* From right to left */
 p.right { text-align: left; }
 ol.contents { text-align: right; }
@@ -159,7 +159,7 @@ std::string StyleSheet(std::string_view language, std::string_view further) {
                   [&](std::string_view script) { return IsLanguage(language, script); });
   if (isUnspaced) sheet += kUnspaced;
   const bool isRightToLeft = IsRightToLeft(language);
-  if (isRightToLeft) sheet += kRightToLeft;
+  if (isRightToLeft) sheet += kRightToLeftRules;
   sheet += VerseSteps(isRightToLeft ? "right" : "left");
   if (!further.empty()) sheet.append("\n").append(further);
   return sheet;

@@ -4,7 +4,7 @@
 #include <utility>
 
 namespace {
-constexpr size_t kPieceSize = size_t{1} << 18;
+constexpr size_t kBodySize = size_t{1} << 18;
 }
 
 void BodyWriter::Begin(Document document) {
@@ -13,7 +13,7 @@ void BodyWriter::Begin(Document document) {
 }
 
 Status BodyWriter::EndBlock() {
-  if (current.body.size() < kPieceSize) {
+  if (current.body.size() < kBodySize) {
     current.breaks.push_back(current.body.size());
     return Done();
   }

@@ -29,7 +29,7 @@ std::uint8_t Saturated(size_t value) {
   return static_cast<std::uint8_t>(std::min<size_t>(value, UINT8_MAX));
 }
 
-bool EndsAsSentence(std::string_view text) {
+bool MayEndSentence(std::string_view text) {
   return text.empty() || kEnds.find(LastOf(text)) != std::u32string_view::npos;
 }
 
@@ -289,7 +289,7 @@ void Survey::TakeLine(std::string_view line) {
   }
   NoteShort(read);
   previousLength = read.characters;
-  previousEndsSentence = EndsAsSentence(read.tail);
+  previousEndsSentence = MayEndSentence(read.tail);
   blanks = 0;
   ++lineNumber;
   ++textLine;

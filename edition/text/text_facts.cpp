@@ -14,7 +14,7 @@ namespace {
 constexpr size_t kMostLines = 120;
 constexpr size_t kTitleLines = 30;
 constexpr size_t kLongestTitle = 90;  // characters
-constexpr size_t kLongestWideTitle = 24;
+constexpr size_t kLongestWideFirstLine = 24;
 constexpr size_t kLongestAuthor = 60;
 
 struct TextLine {
@@ -56,9 +56,9 @@ bool EndsWithAny(std::string_view& text, std::initializer_list<std::string_view>
 
 // ----------------------------------------------------------------------------------- what is named
 
-constexpr std::string_view kMonths[] = {"january",   "february", "march",    "april",
-                                        "may",       "june",     "july",     "august",
-                                        "september", "october",  "november", "december"};
+constexpr std::string_view kEnglishMonths[] = {"january",   "february", "march",    "april",
+                                               "may",       "june",     "july",     "august",
+                                               "september", "october",  "november", "december"};
 
 // "October 31, 1993", "June, 2001", "1992", "2001-06-01": as W3C's dates.
 std::string DateOf(std::string_view text) {
@@ -76,8 +76,8 @@ std::string DateOf(std::string_view text) {
     i += std::max<size_t>(digits, 1);
   }
   const std::string folded = FoldedText(text);
-  for (size_t i = 0; i < std::size(kMonths); ++i) {
-    if (folded.find(kMonths[i]) != std::string::npos) month = std::to_string(i + 1);
+  for (size_t i = 0; i < std::size(kEnglishMonths); ++i) {
+    if (folded.find(kEnglishMonths[i]) != std::string::npos) month = std::to_string(i + 1);
   }
   if (year.empty() || month.empty()) return year;
   const int monthNumber = std::stoi(month);
@@ -240,7 +240,8 @@ std::string_view WithoutTitleMarks(std::string_view text) {
 bool IsWideTitle(std::string_view text) {
   HeadingLine heading;
   constexpr std::u32string_view kProse = U"。，、；：！？“”「」……\"";
-  if (text.empty() || CountCharacters(text) > kLongestWideTitle || ReadHeadingLine(text, heading))
+  if (text.empty() || CountCharacters(text) > kLongestWideFirstLine ||
+      ReadHeadingLine(text, heading))
     return false;
   for (size_t i = 0; i < text.size();) {
     const Character c = CharacterAt(text, i);

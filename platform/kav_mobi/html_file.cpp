@@ -15,7 +15,6 @@
 namespace kav_mobi {
 namespace {
 
-constexpr Bytes kBlanks = " \t\r\n";
 constexpr Bytes kPlaceName = "place-";
 constexpr Bytes kPageBreakStyle = " style=\"page-break-before: always\"";
 // libxml2 gives up on values of megabytes; no honest one comes near this.

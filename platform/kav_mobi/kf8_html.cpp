@@ -11,7 +11,6 @@ namespace {
 
 constexpr Bytes kPositionPrefix = "kindle:pos:fid:";
 constexpr Bytes kOffsetPrefix = ":off:";
-constexpr Bytes kEmbedPrefix = "kindle:embed:";
 constexpr Bytes kFlowPrefix = "kindle:flow:";
 constexpr size_t kFragmentDigits = 4;
 

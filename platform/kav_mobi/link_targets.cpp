@@ -8,7 +8,6 @@
 namespace kav_mobi {
 namespace {
 
-constexpr Bytes kBlanks = " \t\r\n";
 constexpr size_t kLongestReference = 10;
 
 bool IsLink(const Tag& tag) {

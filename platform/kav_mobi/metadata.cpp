@@ -12,8 +12,6 @@ namespace kav_mobi {
 namespace {
 
 constexpr Bytes kAuthorSeparator = " & ";
-constexpr Bytes kEmbedPrefix = "kindle:embed:";
-constexpr Bytes kBlanks = " \t\r\n";
 
 struct Free {
   void operator()(char* text) const { free(text); }

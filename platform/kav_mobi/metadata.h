@@ -9,6 +9,9 @@
 
 namespace kav_mobi {
 
+// Begins a reference to a resource.
+constexpr Bytes kEmbedPrefix = "kindle:embed:";
+
 std::string TitleOf(const Book& book);
 std::string AuthorsOf(const Book& book);
 

@@ -7,7 +7,7 @@ namespace kav_mobi {
 namespace {
 
 // libxml2's HTML parser stops reading at 256; what a page is wrapped in later needs some of them.
-constexpr size_t kMaxDepth = 100;
+constexpr size_t kMostOpenElements = 100;
 
 bool IsParagraph(const Element& element) {
   return element.role == Role::kParagraph;
@@ -103,7 +103,7 @@ void PageWriter::InlineMarkup(std::string_view markup) {
 
 void PageWriter::Push(const Element& element, std::string_view written,
                       std::string_view attributes) {
-  if (open.size() == kMaxDepth) {
+  if (open.size() == kMostOpenElements) {
     ++tooDeep;
     return;
   }

@@ -18,6 +18,8 @@ namespace kav_mobi {
 // Bytes of a book as they stand in the file, in the book's own encoding.
 using Bytes = std::string_view;
 
+constexpr Bytes kBlanks = " \t\r\n";
+
 class Book {
  public:
   // Opens and unpacks the book at path. 0 and a book, or a code of KavMobiResult and none.

@@ -8,7 +8,7 @@
 namespace kav_mobi {
 namespace {
 
-constexpr Bytes kBlanks = " \t\r\n\f";
+constexpr Bytes kHtmlBlanks = " \t\r\n\f";
 constexpr Bytes kCommentStart = "<!--";
 
 char Lower(char c) {
@@ -20,7 +20,7 @@ bool IsLetter(char c) {
 }
 
 bool IsBlank(char c) {
-  return kBlanks.find(c) != Bytes::npos;
+  return kHtmlBlanks.find(c) != Bytes::npos;
 }
 
 bool EndsName(char c) {
@@ -29,7 +29,7 @@ bool EndsName(char c) {
 
 // The position of the first byte from `at` on that is no blank.
 size_t SkipBlanks(Bytes text, size_t at) {
-  return std::min(text.find_first_not_of(kBlanks, at), text.size());
+  return std::min(text.find_first_not_of(kHtmlBlanks, at), text.size());
 }
 
 // The position of the last such byte; 0 when there is none.
@@ -164,7 +164,8 @@ void Attributes::Read(Bytes text) {
     const bool quoted =
         (quote == '"' || quote == '\'') && text.find(quote, valueAt + 1) != Bytes::npos;
     if (quoted) ++valueAt;
-    const size_t end = quoted ? text.find(quote, valueAt) : text.find_first_of(kBlanks, valueAt);
+    const size_t end =
+        quoted ? text.find(quote, valueAt) : text.find_first_of(kHtmlBlanks, valueAt);
     list.emplace_back(name, text.substr(valueAt, end - valueAt));
     at = end == Bytes::npos ? text.size() : end + (quoted ? 1 : 0);
   }

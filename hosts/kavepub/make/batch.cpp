@@ -80,7 +80,7 @@ void MakeDirectoryOf(const BookOrder& order) {
 }
 
 // What would be made, as far as that can be told beforehand.
-Outcome Plan(const BookOrder& order, const BookOptions& options, Progress& progress) {
+Outcome Foresee(const BookOrder& order, const BookOptions& options, Progress& progress) {
   Outcome planned{Outcome::Status::kPlanned, {}};
   if (!IsForReaders(order, options)) return planned;
   try {
@@ -106,12 +106,12 @@ Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing
   if (isInTheWay && existing == Existing::kRefuse) {
     throw Failure(order.output, "exists already; use --force to replace it or -o to name another");
   }
-  if (options.dryRun && !isInTheWay) return Plan(order, options, progress);
+  if (options.dryRun && !isInTheWay) return Foresee(order, options, progress);
 
   Provenance provenance = ProvenanceOf(order, options);
   if (existing == Existing::kRefuse) provenance.place.clear();
   if (isInTheWay && IsUpToDate(order, provenance)) return {Status::kUpToDate, {}};
-  if (options.dryRun) return Plan(order, options, progress);
+  if (options.dryRun) return Foresee(order, options, progress);
   if (order.isInDirectory) MakeDirectoryOf(order);
   Conversion made = ConvertBook(order, options, provenance, progress);
   return {Status::kDone, std::move(made.remark), std::move(made.warnings), std::move(made.report)};

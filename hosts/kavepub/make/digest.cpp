@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr size_t kChunkSize = size_t{1} << 18;
+constexpr size_t kHashedAtOnce = size_t{1} << 18;
 
 }  // namespace
 
@@ -36,10 +36,10 @@ Digest& Digest::Add(std::string_view text) {
 bool Digest::AddRange(int descriptor, std::uint64_t begin, std::uint64_t end) {
   const std::uint64_t size = end - begin;
   XXH3_128bits_update(state.get(), &size, sizeof size);
-  const auto chunk = std::make_unique<std::array<char, kChunkSize>>();
+  const auto chunk = std::make_unique<std::array<char, kHashedAtOnce>>();
   while (begin < end) {
     StopIfInterrupted();
-    const ssize_t count = pread(descriptor, chunk->data(), std::min(kChunkSize, end - begin),
+    const ssize_t count = pread(descriptor, chunk->data(), std::min(kHashedAtOnce, end - begin),
                                 static_cast<off_t>(begin));
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) return false;

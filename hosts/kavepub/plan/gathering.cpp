@@ -27,14 +27,14 @@ constexpr char kIsNotCalledText[] = "is not called .txt or .text";
 constexpr char kIsBesideBooks[] = "lies beside books that it may belong to";
 constexpr char kIsBesidePages[] = "lies beside pages, which take along what they show";
 
-bool IsOneOf(const auto& names, const fs::path& name) {
+bool IsNamedIn(const auto& names, const fs::path& name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 // What systems put beside pictures.
 bool IsByTheWay(const fs::path& file) {
   constexpr std::array kNames = {"Thumbs.db", "thumbs.db", "desktop.ini"};
-  return IsOneOf(kNames, file.filename());
+  return IsNamedIn(kNames, file.filename());
 }
 
 // What a folder holds, each in its order; what is hidden is left out.
@@ -139,7 +139,7 @@ class Gatherer {
   // A folder with an index page is a site; all in it belongs to that.
   bool AddSite(const fs::path& folder, const std::vector<fs::path>& files, const fs::path& name) {
     const auto index = std::find_if(files.begin(), files.end(), [](const fs::path& file) {
-      return IsOneOf(kIndexNames, file.filename());
+      return IsNamedIn(kIndexNames, file.filename());
     });
     if (index == files.end() || isSeparate) return false;
     Add(BookKind::kHtml, {*index}, name, folder.parent_path()).order.folder = folder;

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr size_t kChunkSize = size_t{1} << 16;
+constexpr size_t kPieceSize = size_t{1} << 16;
 
 struct FreeText {
   void operator()(kavepub_text* owned) const { kavepub_text_free(owned); }
@@ -58,7 +58,7 @@ class Text {
   void Require(int code) const { RequireEdition(code, kavepub_text_error(text.get())); }
 
   std::unique_ptr<kavepub_text, FreeText> text;
-  std::string chunk = std::string(kChunkSize, '\0');
+  std::string chunk = std::string(kPieceSize, '\0');
 };
 
 }  // namespace
