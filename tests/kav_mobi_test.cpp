@@ -211,7 +211,7 @@ class LittleMemory {
  public:
   explicit LittleMemory([[maybe_unused]] rlim_t most) {
     getrlimit(RLIMIT_AS, &before);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef KAV_SANITIZED
     rlim_t pages = 0;
     std::ifstream("/proc/self/statm") >> pages;
     const rlimit limit = {pages * static_cast<rlim_t>(getpagesize()) + most, before.rlim_max};

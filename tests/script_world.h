@@ -95,6 +95,7 @@ class World {
   const char* Path(size_t i) { return Path(words[i]); }
   const char* Text() const { return Text(all); }
   const char* Text(size_t i) const { return Text(words[i]); }
+  size_t Count(size_t i) const { return std::stoul(words[i]); }
   long Number(size_t i) const { return words[i] == "none" ? -1 : std::stol(words[i]); }
   // Where a part of a book is saved, if it is not said.
   const char* Target() { return hasWords ? Path(0) : Path("document"); }

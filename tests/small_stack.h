@@ -6,7 +6,7 @@
 #include <pthread.h>
 #include <stddef.h>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef KAV_SANITIZED
 #define KAV_SMALL_STACK ((size_t)8 << 20) /* what is watched needs many times as much */
 #else
 #define KAV_SMALL_STACK ((size_t)64 << 10)

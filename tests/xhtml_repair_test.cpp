@@ -97,11 +97,11 @@ TEST(XhtmlRepair, ReportsWhatFails) {
 // By the rules only a fresh object starts clean. The nodes of earlier pages are gone, and later
 // pages get their memory: an owner of an id must not be known by its address.
 TEST(XhtmlRepair, TakesFurtherPagesInPlaceOfTheFirst) {
-  constexpr int kPages = 20;
+  constexpr size_t kPages = 20;
   const Workplace workplace;
   XMLBase page;
   page.Init();
-  for (int number = 0; number < kPages; ++number) {
+  for (size_t number = 0; number < kPages; ++number) {
     const std::string path =
         workplace.dir.Write("page.html", Repeated("<i>", number) + "<img src=p.png alt=y>" +
                                              Repeated("<p id=a\\#><a href='#a\\#'>x</a></p>", 500));
@@ -113,7 +113,7 @@ TEST(XhtmlRepair, TakesFurtherPagesInPlaceOfTheFirst) {
     EXPECT_EQ(XPathTexts(saved, "count(//@id)")[0], number == 0 ? "500" : "0");
     EXPECT_EQ(XPathTexts(saved, "count(//@href)")[0], number == 0 ? "500" : "0");
   }
-  for (int number = 0; number < kPages; ++number) {
+  for (size_t number = 0; number < kPages; ++number) {
     const std::unique_ptr<char, decltype(&std::free)> source(page.GetXhtmlExternSource(),
                                                              std::free);
     EXPECT_STREQ(source.get(), "p.png");

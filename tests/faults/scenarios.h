@@ -6,7 +6,7 @@
 #include <map>
 #include <string>
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef KAV_ADDRESS_SANITIZER
 constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;
