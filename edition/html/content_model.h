@@ -10,7 +10,8 @@ enum class Model : std::uint8_t {
   kFlow,         // text and blocks
   kBlocks,       // blocks only
   kText,         // text, and no blocks
-  kLine,         // the same of what is one line: headings, terms, captions
+  kLine,         // the same of what is one line: headings, terms
+  kCaption,      // the same of what is one line wherever it stands
   kItems,        // of a list
   kDefinitions,  // terms and definitions
   kTable,

@@ -13,6 +13,7 @@
 #include "edition/html/content_model.h"
 #include "edition/html/formulas.h"
 #include "edition/html/page_head.h"
+#include "edition/html/page_limits.h"
 #include "edition/html/page_tree.h"
 #include "edition/html/picture_choice.h"
 #include "edition/html/reference.h"
@@ -397,6 +398,6 @@ class Reader {
 }  // namespace
 
 HtmlPage ReadPage(std::string html) {
-  const PageTree tree(std::move(html));
+  const PageTree tree(Limited(std::move(html)));
   return Reader(tree).Read();
 }

@@ -85,6 +85,7 @@ std::vector<std::string> PictureTargets(const GumboNode& element, std::string_vi
       candidates.begin(), candidates.end(),
       [](const Candidate& one, const Candidate& other) { return one.size > other.size; });
   std::vector<std::string> targets;
+  targets.reserve(candidates.size() + std::size(kLazy) + 1);
   for (Candidate& candidate : candidates) targets.push_back(std::move(candidate.target));
   if (isPicture) {
     for (const char* attribute : kLazy) {

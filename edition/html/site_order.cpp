@@ -2,6 +2,7 @@
 #include "edition/html/site_order.h"
 
 #include <algorithm>
+#include <ranges>
 #include <unordered_set>
 
 namespace {
@@ -119,14 +120,13 @@ class Order {
     }
     std::vector<OrderedPage> order;
     std::vector<OrderedPage> waiting;
-    for (auto top = tops.rbegin(); top != tops.rend(); ++top) waiting.push_back({*top, 0});
+    for (const size_t top : std::views::reverse(tops)) waiting.push_back({top, 0});
     while (!waiting.empty()) {
       const OrderedPage next = waiting.back();
       waiting.pop_back();
       order.push_back(next);
-      const std::vector<size_t>& inner = below[next.page];
-      for (auto page = inner.rbegin(); page != inner.rend(); ++page) {
-        waiting.push_back({*page, next.level + 1});
+      for (const size_t page : std::views::reverse(below[next.page])) {
+        waiting.push_back({page, next.level + 1});
       }
     }
     return order;

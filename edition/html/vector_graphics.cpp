@@ -171,6 +171,15 @@ std::string Nowhere(std::string_view reference) {
   return url;
 }
 
+bool LeadsAway(std::string_view value) {
+  constexpr std::string_view kUrl = "url(";
+  for (size_t at = 0; (at = value.find(kUrl, at)) != std::string_view::npos;) {
+    at += kUrl.size();
+    if (!value.substr(at).starts_with('#')) return true;
+  }
+  return false;
+}
+
 class Writer {
  public:
   // False for an element that is left out with all in it; such is a path without a way.
@@ -188,17 +197,14 @@ class Writer {
   }
 
   void Attribute(std::string_view name, std::string_view value) {
-    if (!IsOneOf(kAttributes, name)) return;
+    const bool isOfStyle = name == "type" && path.back() == "style";
+    if (!IsOneOf(kAttributes, name) || isOfStyle || LeadsAway(value)) return;
     std::string own(value);
     if (name == "id") {
       own = XmlIdOf(value);
       if (own.empty() || !ids.insert(own).second) return;
     } else if (name == "style") {
       own = rules.CleanDeclarations(value, Nowhere);
-    } else if (name == "type" && path.back() == "style") {
-      return;
-    } else if (value.find("url(") != value.npos && value.find("url(#") == value.npos) {
-      return;
     }
     if (!own.empty()) Put(name, own);
   }
