@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 namespace {
 constexpr size_t kFewestPages = 2;
@@ -21,10 +22,11 @@ std::vector<std::vector<bool>> RepeatedParts(const std::vector<SitePage>& pages)
   const size_t many = std::max(kFewestPages, (pages.size() + 2) / 3);
   std::vector<std::vector<bool>> repeated;
   for (const SitePage& page : pages) {
-    std::vector<bool>& own = repeated.emplace_back();
+    std::vector<bool> own;
     for (const PagePart& part : page.content.parts) {
       own.push_back(!part.hasTitle && part.leads && counts[part.sameness] >= many);
     }
+    repeated.push_back(std::move(own));
   }
   return repeated;
 }

@@ -2,7 +2,6 @@
 #include "edition/html/site_order.h"
 
 #include <algorithm>
-#include <ranges>
 #include <unordered_set>
 
 namespace {
@@ -120,14 +119,13 @@ class Order {
     }
     std::vector<OrderedPage> order;
     std::vector<OrderedPage> waiting;
-    for (const size_t top : std::views::reverse(tops)) waiting.push_back({top, 0});
+    for (size_t i = tops.size(); i-- > 0;) waiting.push_back({tops[i], 0});
     while (!waiting.empty()) {
       const OrderedPage next = waiting.back();
       waiting.pop_back();
       order.push_back(next);
-      for (const size_t page : std::views::reverse(below[next.page])) {
-        waiting.push_back({page, next.level + 1});
-      }
+      const std::vector<size_t>& inner = below[next.page];
+      for (size_t i = inner.size(); i-- > 0;) waiting.push_back({inner[i], next.level + 1});
     }
     return order;
   }

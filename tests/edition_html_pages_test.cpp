@@ -1,0 +1,45 @@
+// What becomes of the body of a page: its markup as XHTML 1.1 has it, at the cost of its size.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ctime>
+
+#include "data_rows.h"
+#include "edition/html/page_reader.h"
+#include "small_stack.h"
+
+namespace {
+
+// Marks of links are shown as "@", those of parts and ends of pages not at all.
+std::string Shown(const std::string& markup) {
+  std::string shown;
+  for (size_t at = 0; at < markup.size(); ++at) {
+    if (markup[at] > kPartEndMark || markup[at] < kReferenceMark) {
+      shown += markup[at];
+      continue;
+    }
+    if (markup[at] == kReferenceMark) shown += '@';
+    at = markup.find(kMarkEnd, at);
+  }
+  std::erase(shown, '\n');
+  return shown;
+}
+
+TEST(HtmlPages, BecomeXhtml) {
+  for (const auto& row : DataRows("page_markup.txt", 3)) {
+    EXPECT_EQ(Shown(ReadPage(row[1]).markup.body), row[2]) << row[0];
+  }
+}
+
+TEST(HtmlPages, NeedSmallStacksAndLittleTime) {
+  constexpr std::clock_t kMostSeconds = 20;
+  for (const auto& row : DataRows("hostile_pages.txt", 2)) {
+    const std::clock_t start = std::clock();
+    size_t size = 0;
+    OnSmallStack([&] { size = ReadPage(row[1]).markup.body.size(); });
+    EXPECT_LT(size, row[1].size() * 20 + 4096) << row[0];
+    EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, kMostSeconds) << row[0];
+  }
+}
+
+}  // namespace
