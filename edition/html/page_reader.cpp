@@ -217,8 +217,8 @@ class Reader {
     const bool isChanged = name != rule.name;
     std::string added = isChanged ? name : "";
     // What is around the whole page keeps no place beside it free.
-    const bool isFrame = whole > 0 && weight.text > kMostOfThePage * whole && name != "table" &&
-                         rule.model == Model::kFlow;
+    const bool isFrame = whole > 0 && weight.text > kMostOfThePage * whole &&
+                         rule.place == Place::kBlock && rule.model == Model::kFlow;
     if (isFrame) added.append(added.empty() ? "" : " ").append(kPageClass);
     std::string attributes = AttributesOf(node, name, added, StyleOf(node, name, rules, Refer()));
     std::string id = IdOf(node, name);
