@@ -10,6 +10,7 @@
 
 #include "builder/epub_base.h"
 #include "edition/kavepub.h"
+#include "platform/kav_ebase/kav_ebase.h"
 #include "service/epub_service.h"
 #include "tests/temp_dir.h"
 
@@ -95,6 +96,16 @@ Scenario MobiBook(const char* name) {
   };
 }
 
+// A directory whose picture is too large to be packed in one piece.
+Scenario LargeBook() {
+  Sources().Write("large/mimetype", "application/epub+zip");
+  const std::string picture = Sources().Write("large/p.jpg", "");
+  std::filesystem::resize_file(picture, uintmax_t{65} << 20);
+  return [dir = std::string(Sources() / "large")](const char*, const char* output) {
+    return Kav_CreateEpubFromDir(dir.c_str(), output);
+  };
+}
+
 // A book of the reader's edition. Covers are drawn by libraries that end the process when they get
 // no memory.
 Scenario EditionBook(const char* threads) {
@@ -133,6 +144,7 @@ const std::map<std::string, Scenario> kScenarios = {
      }},
     {"mobi", MobiBook("old.mobi")},
     {"kf8", MobiBook("new.mobi")},
+    {"large", LargeBook()},
     {"edition", EditionBook("1")},
     {"edition_threads", EditionBook("8")},
 };
