@@ -281,7 +281,8 @@ class Reader {
     if (id.empty() || page.ids.count(id) != 0)
       id = "_h." + std::to_string(page.headings.size() + 1);
     heading = PageHeading{level, {}, id};
-    for (size_t open : openParts) page.parts[open].hasTitle = true;
+    // Bars have headings of their own, further down.
+    for (const size_t open : openParts) page.parts[open].hasTitle |= level == 1;
   }
 
   void BeginPart(const GumboNode& node, const std::string& name, Weight weight,
