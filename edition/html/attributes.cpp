@@ -7,14 +7,15 @@
 #include "base/text_gate.h"
 #include "edition/book/markup.h"
 #include "edition/book/metadata.h"
+#include "edition/html/words.h"
 
 namespace {
 
-constexpr std::string_view kDigits = "0123456789";
+constexpr std::string_view kDecimalDigits = "0123456789";
 
 bool IsNumber(std::string_view value) {
   return !value.empty() && value.size() < 6 &&
-         value.find_first_not_of(kDigits) == std::string_view::npos;
+         value.find_first_not_of(kDecimalDigits) == std::string_view::npos;
 }
 
 // A count of columns or rows; browsers stop at a thousand.
@@ -45,7 +46,7 @@ constexpr struct {
   const char* name;
   std::string_view element;
   bool (*isValue)(std::string_view value);
-} kKept[] = {
+} kAttributes[] = {
     {"lang", "xml:lang", "", IsLanguageTag},
     {"dir", "dir", "", IsDirection},
     {"title", "title", "", IsText},
@@ -65,14 +66,6 @@ constexpr struct {
     {"width", "width", "img", IsLength},
     {"height", "height", "img", IsLength},
 };
-
-std::string Lowered(std::string_view text) {
-  std::string lowered(text);
-  for (char& c : lowered) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return lowered;
-}
 
 std::string Measure(std::string_view value) {
   return value.ends_with('%') ? std::string(value) : std::string(value) + "px";
@@ -265,7 +258,7 @@ std::string AttributesOf(const GumboNode& element, std::string_view name,
     if (!classes.empty()) Put("class", classes, attributes);
   }
   if (element.v.element.attributes.length == 0) return attributes;
-  for (const auto& row : kKept) {
+  for (const auto& row : kAttributes) {
     if (!row.element.empty() && row.element != name) continue;
     const std::string_view value = AttributeOf(element, row.html);
     if (!value.empty() && row.isValue(value)) Put(row.name, value, attributes);

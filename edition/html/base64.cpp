@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::string_view kDigits =
+constexpr std::string_view kBase64Digits =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 std::string Decoded(std::string_view text) {
@@ -16,7 +16,7 @@ std::string Decoded(std::string_view text) {
   std::uint32_t bits = 0;
   int count = 0;
   for (const char c : text) {
-    const size_t digit = kDigits.find(c);
+    const size_t digit = kBase64Digits.find(c);
     if (digit == std::string_view::npos) continue;
     bits = bits << 6 | static_cast<std::uint32_t>(digit);
     count += 6;

@@ -13,7 +13,7 @@ constexpr struct {
   ElementRule::Fate fate;
   const char* before;
   const char* after;
-} kElements[] = {
+} kFormulaElements[] = {
     {"annotation", kDropped, "", ""}, {"annotation-xml", kDropped, "", ""},
     {"msqrt", kKept, "√(", ")"},      {"mroot", kKept, "√(", ")"},
     {"mtd", kKept, "", " "},          {"mtr", kKept, "", " "},
@@ -51,9 +51,9 @@ bool IsIn(const GumboNode& element, std::string_view parent) {
 
 const auto* RowOf(const GumboNode& element) {
   const std::string_view name = NameOf(element);
-  const auto* row = std::find_if(std::begin(kElements), std::end(kElements),
+  const auto* row = std::find_if(std::begin(kFormulaElements), std::end(kFormulaElements),
                                  [&](const auto& known) { return known.name == name; });
-  return row == std::end(kElements) ? nullptr : row;
+  return row == std::end(kFormulaElements) ? nullptr : row;
 }
 
 bool IsLongPart(const GumboNode& element) {

@@ -16,7 +16,6 @@
 
 namespace {
 
-constexpr double kShareOfReading = 0.6;
 constexpr size_t kEnoughForLanguage = size_t{1} << 16;
 
 // The letters of a body, roughly.

@@ -5,10 +5,9 @@
 #include <utility>
 
 #include "edition/book/markup.h"
+#include "edition/html/words.h"
 
 namespace {
-
-constexpr std::string_view kBlanks = " \t\r\n\f";
 
 // So many inline elements go on in the next block; pages that have more inside each other are made
 // to fill disks.

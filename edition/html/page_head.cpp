@@ -1,18 +1,11 @@
 // What a page says of itself and of its neighbours.
 #include "edition/html/page_head.h"
+#include "edition/html/words.h"
 
 #include <algorithm>
 #include <iterator>
 
 namespace {
-
-std::string Lowered(std::string_view text) {
-  std::string lowered(text);
-  for (char& c : lowered) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return lowered;
-}
 
 void SetOnce(std::string& text, std::string_view value) {
   if (text.empty()) text = OneLine(value);

@@ -1,6 +1,7 @@
 // Follows the tags of a page as far as it takes to know that few elements are open at any place.
 // Where it cannot know, it takes them for open.
 #include "edition/html/page_limits.h"
+#include "edition/html/words.h"
 
 #include <strings.h>
 
@@ -35,28 +36,23 @@ constexpr Names kFormattingNames = {"b", "big",   "code",   "em",     "font", "i
                                     "s", "small", "strike", "strong", "tt",   "u"};
 
 // Their ends end all that is open in them.
-constexpr Names kBlocks = {"address",    "article", "aside",   "blockquote", "button", "center",
-                           "details",    "dialog",  "dir",     "div",        "dl",     "fieldset",
-                           "figcaption", "figure",  "footer",  "form",       "h1",     "h2",
-                           "h3",         "h4",      "h5",      "h6",         "header", "hgroup",
-                           "listing",    "main",    "menu",    "nav",        "ol",     "pre",
-                           "search",     "section", "summary", "ul"};
+constexpr Names kBlockNames = {
+    "address", "article", "aside",  "blockquote", "button",   "center",     "details",
+    "dialog",  "dir",     "div",    "dl",         "fieldset", "figcaption", "figure",
+    "footer",  "form",    "h1",     "h2",         "h3",       "h4",         "h5",
+    "h6",      "header",  "hgroup", "listing",    "main",     "menu",       "nav",
+    "ol",      "pre",     "search", "section",    "summary",  "ul"};
 
 // No end of an outer element counts in them.
 constexpr Names kBarriers = {"applet", "marquee", "math",  "object",
                              "select", "svg",     "table", "template"};
 
-constexpr Names kForeign = {"math", "svg"};
+constexpr Names kForeignNames = {"math", "svg"};
 constexpr Names kRaw = {"iframe", "noembed",  "noframes", "script",
                         "style",  "textarea", "title",    "xmp"};
 
 // In these, tags may mean something else.
 constexpr Names kUncertain = {"frameset", "math", "select", "svg"};
-
-template <size_t count>
-bool IsOneOf(const std::string_view (&names)[count], std::string_view name) {
-  return std::find(std::begin(names), std::end(names), name) != std::end(names);
-}
 
 bool IsLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
@@ -179,7 +175,7 @@ class Limiter {
   }
 
   static Kind KindOf(const std::string& name) {
-    if (IsOneOf(kBlocks, name)) return Kind::kBlock;
+    if (IsOneOf(kBlockNames, name)) return Kind::kBlock;
     if (IsOneOf(kBarriers, name)) return Kind::kBarrier;
     return IsOneOf(kFormattingNames, name) ? Kind::kFormatting : Kind::kOther;
   }
@@ -189,7 +185,7 @@ class Limiter {
     const Kind kind = KindOf(name);
     if (open.size() >= kDeepest) return false;
     if (kind == Kind::kFormatting && unended >= kMostUnended) return false;
-    if (IsOneOf(kForeign, name)) ++foreign;
+    if (IsOneOf(kForeignNames, name)) ++foreign;
     open.push_back({name, kind, tag});
     return true;
   }
@@ -200,7 +196,7 @@ class Limiter {
       const Open& element = open[i];
       if (element.name == name) return Leave(i, kind);
       if (element.kind == Kind::kBarrier && kind != Kind::kBarrier) return;
-      if (element.kind == Kind::kBarrier && IsOneOf(kForeign, element.name)) return;
+      if (element.kind == Kind::kBarrier && IsOneOf(kForeignNames, element.name)) return;
       if (element.kind == Kind::kBlock && kind == Kind::kOther) return;
     }
   }
@@ -212,7 +208,7 @@ class Limiter {
     }
     while (open.size() > number) {
       const Open& element = open.back();
-      if (IsOneOf(kForeign, element.name)) --foreign;
+      if (IsOneOf(kForeignNames, element.name)) --foreign;
       // The parser opens it again in what follows.
       if (element.kind == Kind::kFormatting && ++alike[element.tag] <= kMostUnendedAlike) ++unended;
       open.pop_back();

@@ -18,20 +18,13 @@
 #include "edition/html/picture_choice.h"
 #include "edition/html/reference.h"
 #include "edition/html/vector_graphics.h"
+#include "edition/html/words.h"
 
 namespace {
 
 constexpr char kPageClass[] = "frame";
 constexpr double kMostOfThePage = 0.7;
 constexpr size_t kShortMark = 4;  // the text of a link to the heading that it stands in
-
-std::string Lowered(std::string_view text) {
-  std::string lowered(text);
-  for (char& c : lowered) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return lowered;
-}
 
 bool IsBlank(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
@@ -90,11 +83,6 @@ constexpr std::string_view kAroundWords[] = {
 constexpr std::string_view kAroundElements[] = {"aside", "footer", "header", "nav"};
 constexpr std::string_view kPartElements[] = {
     "aside", "center", "div", "footer", "header", "nav", "ol", "p", "table", "section", "ul"};
-
-template <size_t count>
-bool IsOneOf(const std::string_view (&texts)[count], std::string_view text) {
-  return std::find(std::begin(texts), std::end(texts), text) != std::end(texts);
-}
 
 bool HasAroundWord(std::string_view names) {
   std::string word;

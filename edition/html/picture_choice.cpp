@@ -1,13 +1,12 @@
 // The best of the files that a page offers for one picture.
 #include "edition/html/picture_choice.h"
+#include "edition/html/words.h"
 
 #include <algorithm>
 #include <charconv>
 #include <iterator>
 
 namespace {
-
-constexpr std::string_view kBlanks = " \t\r\n\f";
 
 // Where pages have the picture that a script is to show.
 constexpr const char* kLazy[] = {"data-src", "data-original", "data-lazy-src"};

@@ -1,5 +1,6 @@
 // Takes references apart, and puts paths together.
 #include "edition/html/reference.h"
+#include "edition/html/words.h"
 
 #include <algorithm>
 #include <iterator>
@@ -7,7 +8,6 @@
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n\f";
 constexpr std::string_view kHex = "0123456789ABCDEF";
 
 // Those that people follow from a page, and that are registered.

@@ -17,7 +17,6 @@ namespace {
 
 constexpr std::string_view kPageEndings[] = {".html", ".htm", ".xhtml"};
 constexpr std::string_view kIndexes[] = {"index.html", "index.htm", "index.xhtml"};
-constexpr double kShareOfReading = 0.6;  // of all work on a site
 constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 30;
 
 bool IsCalledPage(std::string_view path) {

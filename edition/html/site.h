@@ -16,6 +16,9 @@
 #include "edition/html/page.h"
 #include "edition/html/reference.h"
 
+// Of all work on a site.
+inline constexpr double kShareOfReading = 0.6;
+
 inline constexpr size_t kNoPage = SIZE_MAX;
 
 struct SitePage {

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr size_t kDeepest = 3;  // levels of headings in a page
+constexpr size_t kDeepestContents = 3;  // levels of headings in a page
 
 bool IsLeftOut(const HtmlPage& page, const PageHeading& heading, const std::vector<bool>& dropped) {
   const auto known = page.ids.find(heading.id);
@@ -36,7 +36,7 @@ std::vector<ContentsEntry> Nested(const std::vector<const PageHeading*>& heading
   std::vector<unsigned> path;
   for (size_t i = begin; i < headings.size(); ++i) {
     while (!path.empty() && path.back() >= headings[i]->level) path.pop_back();
-    if (path.size() < kDeepest) {
+    if (path.size() < kDeepestContents) {
       std::vector<ContentsEntry>* place = &entries;
       for (size_t level = 0; level < path.size(); ++level) place = &place->back().children;
       place->push_back({headings[i]->title, document, headings[i]->id, 0, {}});

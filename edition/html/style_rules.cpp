@@ -1,5 +1,6 @@
 // Takes sheets apart as far as it takes to leave out what books cannot have.
 #include "edition/html/style_rules.h"
+#include "edition/html/words.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,7 +9,6 @@
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n\f";
 constexpr int kDeepestBlock = 4;
 constexpr int kMostVariables = 8;  // that a value leads to, one by one
 constexpr size_t kLongestValue = 4096;
@@ -24,23 +24,10 @@ constexpr std::string_view kHeights[] = {"height", "max-height", "min-height"};
 constexpr std::string_view kOfTheReader[] = {"font-size", "line-height"};
 constexpr std::string_view kRoots[] = {":root", "body", "html", "html body"};
 
-template <size_t count>
-bool IsOneOf(const std::string_view (&texts)[count], std::string_view text) {
-  return std::find(std::begin(texts), std::end(texts), text) != std::end(texts);
-}
-
 std::string_view Trimmed(std::string_view text) {
   const size_t begin = text.find_first_not_of(kBlanks);
   if (begin == std::string_view::npos) return {};
   return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
-}
-
-std::string Lowered(std::string_view text) {
-  std::string lowered(text);
-  for (char& c : lowered) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return lowered;
 }
 
 // Comments are blanks, and so are the marks that hide sheets from old browsers.
@@ -198,7 +185,7 @@ bool IsDropped(const std::string& name, const std::string& value, bool isOfRoot)
          value.find("javascript:") != std::string::npos;
 }
 
-bool IsForScreens(std::string_view media) {
+bool ShowsOnScreens(std::string_view media) {
   const std::string lowered = Lowered(media);
   const bool namesScreen =
       lowered.find("screen") != std::string::npos || lowered.find("all") != std::string::npos;
@@ -270,7 +257,7 @@ class StyleRules::Reader {
     const size_t begin = isUrl ? 4 : 0;
     const std::string_view named = prelude.substr(begin, end - begin + (isUrl ? 0 : 1));
     const std::string_view media = Trimmed(prelude.substr(end + 1));
-    if (!IsForScreens(media)) return;
+    if (!ShowsOnScreens(media)) return;
     const std::string sheet = (*import)(Unquoted(named));
     if (!sheet.empty()) out.append("@import url(\"").append(sheet).append("\");\n");
   }
@@ -278,7 +265,7 @@ class StyleRules::Reader {
   void AtRule(std::string_view prelude, std::string_view inner, int depth, std::string& out) {
     const std::string name = Lowered(prelude.substr(0, prelude.find_first_of(" \t\r\n\f(")));
     const std::string_view rest = Trimmed(prelude.substr(name.size()));
-    if (name == "@media" && depth < kDeepestBlock && IsForScreens(rest)) {
+    if (name == "@media" && depth < kDeepestBlock && ShowsOnScreens(rest)) {
       const std::string rulesInside = Block(inner, depth + 1);
       if (rulesInside.empty()) return;
       out.append("@media ").append(rest).append(" {\n").append(rulesInside).append("}\n");
