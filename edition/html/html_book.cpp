@@ -37,8 +37,9 @@ class Maker {
 
   Status Make() {
     if (Status status = sink.Begin(Facts()); !status) return status;
-    order = OrderOf(site);
-    if (!options.keepsNavigation) dropped = RepeatedParts(site.Pages());
+    std::vector<std::vector<bool>> repeated = RepeatedParts(site.Pages());
+    order = OrderOf(site, repeated);
+    if (!options.keepsNavigation) dropped = std::move(repeated);
     dropped.resize(site.Pages().size());
     numbers.resize(site.Pages().size());
     for (size_t i = 0; i < order.size(); ++i) {

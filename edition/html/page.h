@@ -31,6 +31,7 @@ struct PageLink {
   std::string target;
   std::string text;
   unsigned depth = 0;  // of the lists that it stands in
+  size_t part = kNoPart;
 };
 
 struct PageHeading {

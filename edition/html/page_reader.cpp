@@ -240,9 +240,10 @@ class Reader {
 
   // Each id stands once in a page.
   bool Take(const std::string& id) {
-    const size_t part = openParts.empty() ? kNoPart : openParts.back();
-    return !id.empty() && page.ids.emplace(id, part).second;
+    return !id.empty() && page.ids.emplace(id, PartHere()).second;
   }
+
+  size_t PartHere() const { return openParts.empty() ? kNoPart : openParts.back(); }
 
   // False for what is no link, and for one inside another, which XHTML has not.
   bool BeginLink(const GumboNode& node, std::string& attributes, Begun& begun) {
@@ -257,7 +258,7 @@ class Reader {
     }
     attributes += AddReference({PageReference::Kind::kLink, {href}, {}, {}});
     if (page.links.size() < kMostLinks) {
-      page.links.push_back({href, {}, static_cast<unsigned>(lists)});
+      page.links.push_back({href, {}, static_cast<unsigned>(lists), PartHere()});
     }
     return true;
   }

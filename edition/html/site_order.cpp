@@ -8,8 +8,8 @@ namespace {
 
 class Order {
  public:
-  explicit Order(const Site& read)
-      : site(read), pages(read.Pages()), parents(pages.size(), kNoPage) {}
+  Order(const Site& read, const std::vector<std::vector<bool>>& repeatedParts)
+      : site(read), pages(read.Pages()), repeated(repeatedParts), parents(pages.size(), kNoPage) {}
 
   std::vector<OrderedPage> Find() {
     const std::vector<size_t> chain = Chain();
@@ -51,11 +51,14 @@ class Order {
     }
   }
 
+  // What lists of the page's own have; a bar has the pages beside it.
   std::unordered_set<size_t> ListOf(size_t page) const {
     std::unordered_set<size_t> list;
     const SitePage& from = pages[page];
     for (size_t i = 0; i < from.links.size(); ++i) {
-      if (from.content.links[i].depth > 0) list.insert(from.links[i]);
+      const PageLink& link = from.content.links[i];
+      const bool isInBar = link.part != kNoPart && repeated[page][link.part];
+      if (link.depth > 0 && !isInBar) list.insert(from.links[i]);
     }
     return list;
   }
@@ -132,6 +135,7 @@ class Order {
 
   const Site& site;
   const std::vector<SitePage>& pages;
+  const std::vector<std::vector<bool>>& repeated;
   std::vector<size_t> parents;
   std::vector<bool> taken;
   std::vector<size_t> arrived;  // all pages, as they came
@@ -139,6 +143,7 @@ class Order {
 
 }  // namespace
 
-std::vector<OrderedPage> OrderOf(const Site& site) {
-  return Order(site).Find();
+std::vector<OrderedPage> OrderOf(const Site& site,
+                                 const std::vector<std::vector<bool>>& repeatedParts) {
+  return Order(site, repeatedParts).Find();
 }
