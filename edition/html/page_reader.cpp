@@ -24,7 +24,7 @@ namespace {
 
 constexpr char kPageClass[] = "frame";
 constexpr double kMostOfThePage = 0.7;
-constexpr size_t kShortMark = 4;  // the text of a link to the heading that it stands in
+constexpr std::string_view kPermalinkMarks[] = {"#", "¶", "§", "🔗", "∞"};
 
 bool IsBlank(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
@@ -125,7 +125,6 @@ class Reader {
     bool isLink = false;
     bool isList = false;
     bool isHeading = false;
-    bool isPermalink = false;
     size_t part = kNone;
     const char* after = "";  // text that follows it
   };
@@ -154,15 +153,18 @@ class Reader {
 
   bool Begin(const GumboNode& node, Weight weight) {
     const GumboNamespaceEnum space = node.v.element.tag_namespace;
-    if (space == GUMBO_NAMESPACE_SVG && hasBody) return Skip(node, AddDrawing(node));
+    if (space == GUMBO_NAMESPACE_SVG && hasBody) {
+      AddDrawing(node);
+      return Skip(node);
+    }
     const std::string name = Lowered(NameOf(node));
     ElementRule rule = RuleOf(name);
     if (space == GUMBO_NAMESPACE_MATHML) rule = RuleOfFormula(node);
     if (IsHidden(node, name)) rule.fate = ElementRule::Fate::kDropped;
     if (name == "noscript" && HoldsPicture(node)) rule.fate = ElementRule::Fate::kOpened;
     NoteFrame(node, name);
-    if (IsPictureElement(name) && AddPicture(node, name)) return Skip(node, true);
-    if (rule.fate == ElementRule::Fate::kDropped) return Skip(node, false);
+    if (IsPictureElement(name) && AddPicture(node, name)) return Skip(node);
+    if (rule.fate == ElementRule::Fate::kDropped || IsPermalink(node)) return Skip(node);
     Begun begun;
     if (rule.fate == ElementRule::Fate::kKept) BeginElement(node, name, rule, weight, begun);
     if (space == GUMBO_NAMESPACE_MATHML) {
@@ -174,7 +176,7 @@ class Reader {
   }
 
   // Elements below are counted, as they have weights.
-  bool Skip(const GumboNode& node, bool /*isShown*/) {
+  bool Skip(const GumboNode& node) {
     bool isTop = true;
     const auto count = [&](const GumboNode& below) {
       if (!IsElement(below)) return false;
@@ -188,6 +190,15 @@ class Reader {
   static bool IsHidden(const GumboNode& node, const std::string& name) {
     if (FindAttribute(node, "hidden") != nullptr) return true;
     return name == "dialog" && FindAttribute(node, "open") == nullptr;
+  }
+
+  // The mark beside a heading or a term that links to it, which browsers show to a pointer only.
+  bool IsPermalink(const GumboNode& node) const {
+    if (node.v.element.tag != GUMBO_TAG_A || !AttributeOf(node, "href").starts_with('#'))
+      return false;
+    const bool isBesideTerm = IsElement(*node.parent) && node.parent->v.element.tag == GUMBO_TAG_DT;
+    if ((!heading && !isBesideTerm) || !IdOf(node, "a").empty()) return false;
+    return IsOneOf(kPermalinkMarks, TextOf(node));
   }
 
   static bool HoldsPicture(const GumboNode& node) {
@@ -251,11 +262,6 @@ class Reader {
     if (href == nullptr || openLinks > 0) return false;
     begun.isLink = true;
     ++openLinks;
-    if (heading) {
-      const std::string text = TextOf(node);
-      begun.isPermalink = *href == '#' && text.size() <= kShortMark;
-      if (begun.isPermalink) ++permalinks;
-    }
     attributes += AddReference({PageReference::Kind::kLink, {href}, {}, {}});
     if (page.links.size() < kMostLinks) {
       page.links.push_back({href, {}, static_cast<unsigned>(lists), PartHere()});
@@ -303,7 +309,6 @@ class Reader {
       if (!heading->title.empty()) page.headings.push_back(std::move(*heading));
       heading.reset();
     }
-    if (begun.isPermalink) --permalinks;
     if (begun.isLink) --openLinks;
     if (begun.isList) --lists;
     if (begun.isWritten) writer.End();
@@ -319,7 +324,7 @@ class Reader {
     });
     std::string safe;
     if (!isPlain) text = safe = ToXmlCharacters(text);
-    if (heading && permalinks == 0) heading->title += text;
+    if (heading) heading->title += text;
     if (openLinks > 0 && page.links.back().text.size() < kLongestLabel)
       page.links.back().text += text;
     writer.Text(text);
@@ -351,12 +356,11 @@ class Reader {
     return true;
   }
 
-  bool AddDrawing(const GumboNode& node) {
+  void AddDrawing(const GumboNode& node) {
     PageReference drawing{PageReference::Kind::kDrawing, {DrawingOf(node)}, {}, {}};
     drawing.alternative = TitleOfDrawing(node);
     drawing.attributes = AttributesOf(node, "img", "svg", {});
     if (!drawing.targets.front().empty()) writer.Inline(AddReference(std::move(drawing)));
-    return true;
   }
 
   void NoteFrame(const GumboNode& node, const std::string& name) {
@@ -381,7 +385,6 @@ class Reader {
   std::uint32_t whole = 0;
   size_t lists = 0;
   size_t openLinks = 0;
-  size_t permalinks = 0;
   bool hasBody = false;
 };
 
