@@ -121,9 +121,9 @@ class Maker {
       AppendSafe(OneLine(reference.alternative), markup);
       Result<std::string> attributes = Resolved(page, reference.attributes);
       if (!attributes) return attributes;
-      return markup.append("\"").append(*attributes).append("/>");
+      return markup.append("\"").append(reference.id).append(*attributes).append("/>");
     }
-    markup.append("<span class=\"missing\">");
+    markup.append("<span").append(reference.id).append(" class=\"missing\">");
     AppendSafe(OneLine(reference.alternative), markup);
     return markup.append("</span>");
   }

@@ -24,6 +24,7 @@ struct PageReference {
   std::vector<std::string> targets;  // as written, the best one first; of a drawing its file
   std::string attributes;            // of a picture, but for its source
   std::string alternative;           // likewise
+  std::string id;                    // likewise; stays where the picture is not there
 };
 
 // A link to another page, in the order of the page.

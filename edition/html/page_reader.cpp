@@ -262,7 +262,7 @@ class Reader {
     if (href == nullptr || openLinks > 0) return false;
     begun.isLink = true;
     ++openLinks;
-    attributes += AddReference({PageReference::Kind::kLink, {href}, {}, {}});
+    attributes += AddReference({PageReference::Kind::kLink, {href}, {}, {}, {}});
     if (page.links.size() < kMostLinks) {
       page.links.push_back({href, {}, static_cast<unsigned>(lists), PartHere()});
     }
@@ -339,25 +339,24 @@ class Reader {
 
   StyleRules::Refer Refer() {
     return [this](std::string_view url) {
-      return AddReference({PageReference::Kind::kStyleFile, {std::string(url)}, {}, {}});
+      return AddReference({PageReference::Kind::kStyleFile, {std::string(url)}, {}, {}, {}});
     };
   }
 
   bool AddPicture(const GumboNode& node, const std::string& name) {
     std::vector<std::string> targets = PictureTargets(node, name);
     if (targets.empty()) return name == "img" || name == "image";
-    PageReference picture{PageReference::Kind::kPicture, std::move(targets), {}, {}};
+    PageReference picture{PageReference::Kind::kPicture, std::move(targets), {}, {}, {}};
     picture.alternative = AttributeOf(node, "alt");
-    const std::string id = IdOf(node, name);
-    if (Take(id)) picture.attributes.append(" id=\"").append(id).append("\"");
-    picture.attributes +=
+    if (const std::string id = IdOf(node, name); Take(id)) picture.id = " id=\"" + id + "\"";
+    picture.attributes =
         AttributesOf(node, "img", name == "img" ? "" : name, StyleOf(node, "img", rules, Refer()));
     writer.Inline(AddReference(std::move(picture)));
     return true;
   }
 
   void AddDrawing(const GumboNode& node) {
-    PageReference drawing{PageReference::Kind::kDrawing, {DrawingOf(node)}, {}, {}};
+    PageReference drawing{PageReference::Kind::kDrawing, {DrawingOf(node)}, {}, {}, {}};
     drawing.alternative = TitleOfDrawing(node);
     drawing.attributes = AttributesOf(node, "img", "svg", {});
     if (!drawing.targets.front().empty()) writer.Inline(AddReference(std::move(drawing)));

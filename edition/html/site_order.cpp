@@ -2,6 +2,7 @@
 #include "edition/html/site_order.h"
 
 #include <algorithm>
+#include <iterator>
 #include <unordered_set>
 
 namespace {
@@ -122,7 +123,9 @@ class Order {
     }
     std::vector<OrderedPage> order;
     std::vector<OrderedPage> waiting;
-    for (size_t i = tops.size(); i-- > 0;) waiting.push_back({tops[i], 0});
+    std::transform(tops.rbegin(), tops.rend(), std::back_inserter(waiting), [](size_t page) {
+      return OrderedPage{page, 0};
+    });
     while (!waiting.empty()) {
       const OrderedPage next = waiting.back();
       waiting.pop_back();

@@ -98,9 +98,12 @@ constexpr std::uint64_t One(Lane lane) {
   return std::uint64_t{1} << (lane * 8);
 }
 
-constexpr auto kLanesOf = [] {
+constexpr std::array<std::uint64_t, 256> MakeLanes() {
   std::array<std::uint64_t, 256> lanes = {};
-  for (size_t c = 0; c < lanes.size(); ++c) lanes[c] = (c & 0xC0U) == 0x80U ? 0 : One(kLetters);
+  for (size_t c = 0; c < lanes.size(); ++c) {
+    const bool isInside = (c & 0xC0U) == 0x80U;  // of a character
+    lanes[c] = isInside ? 0 : One(kLetters);
+  }
   for (const char c : std::string_view("0123456789{}[]()<>=|\\/_$#@&+^~%`\t")) {
     lanes[static_cast<unsigned char>(c)] = One(kSigns);
   }
@@ -110,7 +113,8 @@ constexpr auto kLanesOf = [] {
   lanes[';'] += One(kSemicolons);
   lanes[' '] = One(kBlanks);
   return lanes;
-}();
+}
+constexpr auto kLanesOf = MakeLanes();
 
 constexpr auto kIsMark = [] {
   std::array<bool, 256> marks = {};
