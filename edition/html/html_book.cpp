@@ -16,6 +16,7 @@
 
 namespace {
 
+constexpr size_t kLongestRepeated = 256;  // of a link that goes on behind a block
 constexpr size_t kEnoughForLanguage = size_t{1} << 16;
 
 // The letters of a body, roughly.
@@ -67,8 +68,14 @@ class Maker {
   Status AddPage(size_t number) {
     const SitePage& page = site.Pages()[number];
     const HtmlPage& content = page.content;
+    std::vector<bool> isPut(content.references.size(), false);
     const ResolveMark resolve = [&](size_t reference) {
-      return Becomes(page, content.references[reference]);
+      const PageReference& put = content.references[reference];
+      const bool isLong =
+          put.kind == PageReference::Kind::kLink && put.targets.front().size() > kLongestRepeated;
+      if (isLong && isPut[reference]) return Result<std::string>(std::string());
+      isPut[reference] = true;
+      return Becomes(page, put);
     };
     Document document;
     document.title = TitleOf(content, dropped[number]);

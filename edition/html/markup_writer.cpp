@@ -13,6 +13,12 @@ namespace {
 // to fill disks.
 constexpr size_t kMostCarried = 16;
 
+// Attributes are written again with each tag that goes on behind others, but no more of them than
+// this, or so many times all that was written once.
+constexpr size_t kRepeatedFreely = size_t{1} << 16;
+constexpr size_t kMostRepeated = 4;
+constexpr size_t kLongestOnNextPage = 512;
+
 constexpr size_t kBetweenBreaks = size_t{1} << 13;
 constexpr size_t kDeepestBreak = 64;
 
@@ -91,7 +97,6 @@ void MarkupWriter::End() {
 
 void MarkupWriter::BeginInline(const char* name, std::string attributes, std::string id) {
   Element element{name, Place::kInText, Model::kText, std::move(attributes), std::move(id), 0};
-  element.isInline = true;
   order.push_back(true);
   inlines.push_back(std::move(element));
 }
@@ -214,16 +219,14 @@ void MarkupWriter::OpenBlock(size_t block) {
     }
     page.body.append("<").append(element.name);
     if (!element.id.empty()) PutId(element);
-    page.body.append(element.attributes);
+    PutAttributes(element);
     if (element.model == Model::kNothing) {
       page.body += "/>";
-      element.isWritten = true;
       isInRun = false;
       continue;
     }
     page.body += ">";
     element.isOpen = true;
-    element.isWritten = true;
     open.push_back({element.name, element.model, next, false});
     isInRun = false;
   }
@@ -232,6 +235,16 @@ void MarkupWriter::OpenBlock(size_t block) {
 void MarkupWriter::PutId(Element& element) {
   page.body.append(" id=\"").append(element.id).append("\"");
   element.id.clear();
+}
+
+void MarkupWriter::PutAttributes(Element& element) {
+  const size_t size = element.attributes.size();
+  if (std::exchange(element.isWritten, true)) {
+    const size_t once = page.body.size() - repeated;
+    if (repeated + size > kRepeatedFreely + kMostRepeated * once) return;
+    repeated += size;
+  }
+  page.body += element.attributes;
 }
 
 // Ends what is open in a block, and puts tags between, so that something of that place can come.
@@ -287,7 +300,8 @@ void MarkupWriter::OpenInlines() {
     Element& element = inlines[i];
     page.body.append("<").append(element.name);
     if (!element.id.empty()) PutId(element);
-    page.body.append(element.attributes).append(">");
+    PutAttributes(element);
+    page.body += ">";
     openInlines.push_back(i);
   }
 }
@@ -306,7 +320,10 @@ void MarkupWriter::NoteBreak() {
     if (open[i].name == std::string_view("thead")) return;
     found.ending.insert(0, std::string("</") + open[i].name + ">");
     found.beginning.append("<").append(open[i].name);
-    if (open[i].block != kNone) found.beginning += blocks[open[i].block].attributes;
+    if (open[i].block != kNone) {
+      const std::string& attributes = blocks[open[i].block].attributes;
+      if (attributes.size() <= kLongestOnNextPage) found.beginning += attributes;
+    }
     found.beginning += ">";
   }
   lastBreak = page.body.size();

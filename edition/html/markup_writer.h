@@ -61,10 +61,8 @@ class MarkupWriter {
     std::string id;
     size_t host;  // the block in which it stands
     bool isTransparent = false;
-    bool isInline = false;
     bool isWritten = false;  // once, so that its id is
     bool isOpen = false;
-    bool isKept = false;  // even with nothing in it
     int tableStage = 0;
   };
   struct Open {  // tags that wait for their ends
@@ -89,6 +87,7 @@ class MarkupWriter {
   void CloseTag();
   void PrepareText();
   void PutId(Element& element);
+  void PutAttributes(Element& element);
   void NoteBreak();
   void WriteInPreformatted(std::string_view text);
   bool IsPreformatted() const;
@@ -103,6 +102,7 @@ class MarkupWriter {
   std::vector<size_t> path;  // kept, as it is needed often
   size_t preformatted = 0;
   size_t lastBreak = 0;
+  size_t repeated = 0;   // bytes of attributes
   bool isInRun = false;  // text or an inline element was written last
 };
 

@@ -1,7 +1,6 @@
 // Follows the tags of a page as far as it takes to know that few elements are open at any place.
 // Where it cannot know, it takes them for open.
 #include "edition/html/page_limits.h"
-#include "edition/html/words.h"
 
 #include <strings.h>
 
@@ -11,6 +10,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "edition/html/words.h"
+
 namespace {
 
 constexpr size_t kDeepest = 400;  // browsers stop at 512
@@ -18,8 +19,6 @@ constexpr size_t kMostAttributes = 200;
 constexpr size_t kMostUnended = 16;            // formatting elements that go on behind their blocks
 constexpr size_t kMostUnendedAlike = 3;        // that the parser takes up again
 constexpr std::string_view kHollow = "<img ";  // holds nothing and, without a source, shows nothing
-
-constexpr std::string_view kBlanks = " \t\n\r\f";
 
 using Names = const std::string_view[];
 
@@ -97,10 +96,7 @@ class Limiter {
   std::string Name() {
     const size_t end = std::min(html.find_first_of(" \t\n\r\f/>", at), html.size());
     constexpr size_t kLongest = 32;
-    std::string name(html.substr(at, std::min(end - at, kLongest)));
-    for (char& c : name) {
-      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
+    std::string name = Lowered(html.substr(at, std::min(end - at, kLongest)));
     at = end;
     return name;
   }

@@ -1,10 +1,11 @@
 // The best of the files that a page offers for one picture.
 #include "edition/html/picture_choice.h"
-#include "edition/html/words.h"
 
 #include <algorithm>
 #include <charconv>
 #include <iterator>
+
+#include "edition/html/words.h"
 
 namespace {
 
@@ -20,10 +21,7 @@ constexpr struct {
 // Elements that show anything show a picture where its name says so.
 bool IsCalledPicture(std::string_view target) {
   constexpr std::string_view kEndings[] = {".svg", ".png", ".jpg", ".jpeg", ".gif", ".webp"};
-  std::string name(target.substr(0, target.find_first_of("?#")));
-  for (char& c : name) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
+  const std::string name = Lowered(target.substr(0, target.find_first_of("?#")));
   return name.starts_with("data:image/") ||
          std::any_of(std::begin(kEndings), std::end(kEndings),
                      [&](std::string_view ending) { return name.ends_with(ending); });

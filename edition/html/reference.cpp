@@ -1,10 +1,11 @@
 // Takes references apart, and puts paths together.
 #include "edition/html/reference.h"
-#include "edition/html/words.h"
 
 #include <algorithm>
 #include <iterator>
 #include <vector>
+
+#include "edition/html/words.h"
 
 namespace {
 
@@ -46,12 +47,11 @@ std::string Folded(std::string_view written) {
 std::string SchemeOf(std::string_view text) {
   const size_t colon = text.find(':');
   if (colon == std::string_view::npos || colon == 0 || colon > text.find_first_of("/?#")) return {};
-  std::string scheme(text.substr(0, colon));
-  for (char& c : scheme) {
-    if (!IsAlphanumeric(c) && c != '+' && c != '-' && c != '.') return {};
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return scheme;
+  const std::string_view scheme = text.substr(0, colon);
+  const bool isSound = std::all_of(scheme.begin(), scheme.end(), [](char c) {
+    return IsAlphanumeric(c) || c == '+' || c == '-' || c == '.';
+  });
+  return isSound ? Lowered(scheme) : std::string();
 }
 
 // A host that every program takes for one.

@@ -12,6 +12,7 @@
 
 #include "base/encoding/html_encoding.h"
 #include "edition/html/page_reader.h"
+#include "edition/html/words.h"
 
 namespace {
 
@@ -20,15 +21,9 @@ constexpr std::string_view kIndexes[] = {"index.html", "index.htm", "index.xhtml
 constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 30;
 
 bool IsCalledPage(std::string_view path) {
-  return std::any_of(
-      std::begin(kPageEndings), std::end(kPageEndings), [&](std::string_view ending) {
-        if (path.size() < ending.size()) return false;
-        return std::equal(ending.begin(), ending.end(),
-                          path.end() - static_cast<int>(ending.size()), [](char one, char other) {
-                            return one ==
-                                   (other >= 'A' && other <= 'Z' ? other - 'A' + 'a' : other);
-                          });
-      });
+  const std::string name = Lowered(path);
+  return std::any_of(std::begin(kPageEndings), std::end(kPageEndings),
+                     [&](std::string_view ending) { return name.ends_with(ending); });
 }
 
 // The files that may be meant by what is written.
@@ -128,9 +123,7 @@ Result<std::unique_ptr<Site::Root>> Site::RootOf(const std::string& directory) c
 void Site::AddLinked(size_t from) {
   std::vector<std::string> targets = pages[from].content.frames;
   for (const PageLink& link : pages[from].content.links) targets.push_back(link.target);
-  for (const std::string& next : {pages[from].content.next}) {
-    if (!next.empty()) targets.push_back(next);
-  }
+  if (!pages[from].content.next.empty()) targets.push_back(pages[from].content.next);
   for (const std::string& target : targets) {
     const Reference reference = Resolve(target, pages[from].base);
     if (reference.kind != Reference::Kind::kFile) continue;

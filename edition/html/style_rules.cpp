@@ -1,18 +1,19 @@
 // Takes sheets apart as far as it takes to leave out what books cannot have.
 #include "edition/html/style_rules.h"
-#include "edition/html/words.h"
 
 #include <algorithm>
 #include <charconv>
 #include <optional>
 #include <utility>
 
+#include "edition/html/words.h"
+
 namespace {
 
 constexpr int kDeepestBlock = 4;
-constexpr int kMostVariables = 8;  // that a value leads to, one by one
-constexpr size_t kLongestValue = 4096;
-constexpr double kWidestBox = 400;  // in pixels
+constexpr int kMostVariables = 8;       // that a value leads to, one by one
+constexpr size_t kLongestValue = 4096;  // of variables, which may be used all over a sheet
+constexpr double kWidestBox = 400;      // in pixels
 
 constexpr std::string_view kDroppedProperties[] = {
     "-moz-binding",   "behavior",        "content-visibility", "contain",    "filter",
@@ -289,7 +290,7 @@ class StyleRules::Reader {
     const std::string name = Lowered(Trimmed(css.substr(0, colon)));
     std::string value(Trimmed(css.substr(colon + 1)));
     if (name.starts_with("--")) {
-      if (isOfRoot) rules.variables.emplace(name, value);
+      if (isOfRoot && value.size() <= kLongestValue) rules.variables.emplace(name, value);
       return;
     }
     if (!IsPropertyName(name) || value.empty() || !Resolve(value)) return;
@@ -302,11 +303,9 @@ class StyleRules::Reader {
   bool Resolve(std::string& value) const {
     for (int count = 0;; ++count) {
       const size_t at = value.find("var(");
-      if (at == std::string::npos) return true;
+      if (at == std::string::npos) return count == 0 || value.size() <= kLongestValue;
       const size_t end = FindOutside(value, at + 4, ")");
-      if (count == kMostVariables || end == value.size() || value.size() > kLongestValue) {
-        return false;
-      }
+      if (count == kMostVariables || end == value.size()) return false;
       const std::string inner = value.substr(at + 4, end - at - 4);
       const size_t comma = std::min(inner.find(','), inner.size());
       const auto known = rules.variables.find(Trimmed(std::string_view(inner).substr(0, comma)));
