@@ -30,8 +30,8 @@ need_for_building() {
     libdeflate-dev libmd-dev libxxhash-dev libminizip-dev libmobi-dev libcli11-dev \
     nlohmann-json3-dev libpng-dev libuchardet-dev libpango1.0-dev libcld2-dev libgumbo-dev libpcre2-dev
 
-  # What one build has compiled, another one of the same kind takes from the cache: the packages from
-  # the release build, a build from nothing from the one before it.
+  # What one build has compiled, another one of the same kind takes from the cache: a build from
+  # nothing from the one before it.
   need "what saves compiling" ccache
   export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
   export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1

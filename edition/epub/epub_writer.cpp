@@ -6,11 +6,11 @@
 #include <utility>
 
 #include "edition/book/markup.h"
+#include "edition/book/picture.h"
 #include "edition/epub/identifier.h"
 #include "edition/epub/language.h"
 #include "edition/epub/navigation.h"
 #include "edition/epub/page.h"
-#include "edition/epub/picture.h"
 #include "edition/epub/style_sheet.h"
 
 namespace {

@@ -6,8 +6,8 @@
 
 #include "edition/book/document.h"
 
-// Makes a file one that books can show: JPEG, PNG and GIF as they are, SVG without what runs, WebP
-// as PNG. False when it is no such picture.
+// Makes a file one that books can show: JPEG, PNG and GIF as they are, SVG without what runs.
+// False when it is no such picture.
 bool TakePicture(Resource& file);
 
 // Whether it is a font that books can have; sets its type.

@@ -1,6 +1,6 @@
 // What a picture is, by its content.
-#ifndef KAVEPUB_EPUB_PICTURE_H
-#define KAVEPUB_EPUB_PICTURE_H
+#ifndef KAVEPUB_BOOK_PICTURE_H
+#define KAVEPUB_BOOK_PICTURE_H
 
 #include <cstdint>
 #include <optional>

@@ -1,5 +1,5 @@
 // What a picture is, by its content.
-#include "edition/epub/picture.h"
+#include "edition/book/picture.h"
 
 #include <cstddef>
 
