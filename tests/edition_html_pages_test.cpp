@@ -5,7 +5,7 @@
 #include <ctime>
 
 #include "data_rows.h"
-#include "edition/html/page_reader.h"
+#include "edition/page/page_reader.h"
 #include "small_stack.h"
 
 namespace {

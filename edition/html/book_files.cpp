@@ -2,9 +2,9 @@
 #include "edition/html/book_files.h"
 
 #include "base/encoding/html_encoding.h"
-#include "edition/html/base64.h"
-#include "edition/html/default_styles.h"
-#include "edition/html/picture_file.h"
+#include "edition/page/base64.h"
+#include "edition/page/default_styles.h"
+#include "edition/page/picture_file.h"
 
 namespace {
 

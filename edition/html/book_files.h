@@ -11,7 +11,7 @@
 #include "edition/book/run.h"
 #include "edition/book/sink.h"
 #include "edition/html/site.h"
-#include "edition/html/style_rules.h"
+#include "edition/page/style_rules.h"
 
 class BookFiles {
  public:

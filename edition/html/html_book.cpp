@@ -5,13 +5,13 @@
 #include <utility>
 
 #include "edition/book/markup.h"
-#include "edition/html/attributes.h"
 #include "edition/html/book_files.h"
-#include "edition/html/page_assembly.h"
 #include "edition/html/repeated_parts.h"
 #include "edition/html/site.h"
 #include "edition/html/site_contents.h"
 #include "edition/html/site_order.h"
+#include "edition/page/attributes.h"
+#include "edition/page/page_assembly.h"
 #include "edition/text/language.h"
 
 namespace {

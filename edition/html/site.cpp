@@ -11,8 +11,8 @@
 #include <memory>
 
 #include "base/encoding/html_encoding.h"
-#include "edition/html/page_reader.h"
-#include "edition/html/words.h"
+#include "edition/page/page_reader.h"
+#include "edition/page/words.h"
 
 namespace {
 

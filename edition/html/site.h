@@ -13,8 +13,8 @@
 #include "edition/book/input.h"
 #include "edition/book/run.h"
 #include "edition/book/source.h"
-#include "edition/html/page.h"
-#include "edition/html/reference.h"
+#include "edition/page/page.h"
+#include "edition/page/reference.h"
 
 // Of all work on a site.
 inline constexpr double kShareOfReading = 0.6;

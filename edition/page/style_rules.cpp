@@ -1,0 +1,361 @@
+// Takes sheets apart as far as it takes to leave out what books cannot have.
+#include "edition/page/style_rules.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <utility>
+
+#include "edition/page/words.h"
+
+namespace {
+
+constexpr int kDeepestBlock = 4;
+constexpr int kMostVariables = 8;       // that a value leads to, one by one
+constexpr size_t kLongestValue = 4096;  // of variables, which may be used all over a sheet
+constexpr double kWidestBox = 400;      // in pixels
+
+constexpr std::string_view kDroppedProperties[] = {
+    "-moz-binding",   "behavior",        "content-visibility", "contain",    "filter",
+    "inset",          "overflow",        "overflow-wrap",      "overflow-x", "overflow-y",
+    "pointer-events", "scroll-behavior", "will-change",
+};
+constexpr std::string_view kWidths[] = {"width", "min-width"};
+constexpr std::string_view kHeights[] = {"height", "max-height", "min-height"};
+constexpr std::string_view kOfTheReader[] = {"font-size", "line-height"};
+constexpr std::string_view kRoots[] = {":root", "body", "html", "html body"};
+
+std::string_view Trimmed(std::string_view text) {
+  const size_t begin = text.find_first_not_of(kBlanks);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+}
+
+// Comments are blanks, and so are the marks that hide sheets from old browsers.
+std::string WithoutComments(std::string_view css) {
+  std::string plain;
+  plain.reserve(css.size());
+  char quote = '\0';
+  for (size_t at = 0; at < css.size(); ++at) {
+    const char c = css[at];
+    const std::string_view rest = css.substr(at);
+    if (quote != '\0') {
+      if (c == '\\' && at + 1 < css.size()) {
+        plain += c;
+        ++at;
+        plain += css[at];
+        continue;
+      }
+      if (c == quote || c == '\n') quote = '\0';
+    } else if (rest.starts_with("/*")) {
+      at = std::min(css.find("*/", at + 2), css.size() - 1) + 1;
+      plain += ' ';
+      continue;
+    } else if (rest.starts_with("<!--")) {
+      at += 3;
+      continue;
+    } else if (rest.starts_with("-->")) {
+      at += 2;
+      continue;
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    }
+    plain += c;
+  }
+  return plain;
+}
+
+// Where the first of some characters stands outside quotes and brackets; the size where none does.
+size_t FindOutside(std::string_view css, size_t at, std::string_view wanted) {
+  char quote = '\0';
+  size_t depth = 0;
+  for (; at < css.size(); ++at) {
+    const char c = css[at];
+    if (c == '\\') {
+      ++at;
+    } else if (quote != '\0') {
+      if (c == quote || c == '\n') quote = '\0';
+    } else if (depth == 0 && wanted.find(c) != std::string_view::npos) {
+      return at;
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else if (c == '(' || c == '[') {
+      ++depth;
+    } else if ((c == ')' || c == ']') && depth > 0) {
+      --depth;
+    } else if (c == '{' || c == '}') {
+      depth = 0;  // a bracket that nobody closed
+      if (wanted.find(c) != std::string_view::npos) return at;
+    }
+  }
+  return css.size();
+}
+
+// Whether each bracket and quote has its end, and there is nothing that only some programs read.
+bool IsSound(std::string_view value) {
+  char quote = '\0';
+  std::string closing;
+  for (size_t at = 0; at < value.size(); ++at) {
+    const char c = value[at];
+    if (quote != '\0') {
+      if (c == '\\') {
+        ++at;
+        if (at == value.size()) return false;
+      } else if (c == quote) {
+        quote = '\0';
+      } else if (c == '\n') {
+        return false;
+      }
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else if (c == '(' || c == '[') {
+      closing += c == '(' ? ')' : ']';
+    } else if (c == ')' || c == ']') {
+      if (closing.empty() || closing.back() != c) return false;
+      closing.pop_back();
+    } else if (std::string_view("\\{}<>;@`|^&$?").find(c) != std::string_view::npos) {
+      return false;
+    }
+  }
+  return quote == '\0' && closing.empty();
+}
+
+bool IsSelector(std::string_view selector) {
+  constexpr std::string_view kForeign = "\\{}<;@`&?!/%";
+  char quote = '\0';
+  size_t depth = 0;
+  for (const char c : selector) {
+    if (quote != '\0') {
+      if (c == quote) quote = '\0';
+      if (c == '\\' || c == '\n') return false;
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else if (c == '(' || c == '[') {
+      ++depth;
+    } else if (c == ')' || c == ']') {
+      if (depth-- == 0) return false;
+    } else if (kForeign.find(c) != std::string_view::npos) {
+      return false;
+    }
+  }
+  const std::string_view trimmed = Trimmed(selector);
+  const std::string_view ends = ">+~,";
+  return quote == '\0' && depth == 0 && !trimmed.empty() &&
+         ends.find(trimmed.front()) == std::string_view::npos &&
+         ends.find(trimmed.back()) == std::string_view::npos;
+}
+
+bool IsPropertyName(std::string_view name) {
+  return !name.empty() &&
+         name.find_first_not_of("abcdefghijklmnopqrstuvwxyz-0123456789") ==
+             std::string_view::npos &&
+         name.find_first_not_of('-') != std::string_view::npos;
+}
+
+// The reference in "url(...)" or in quotes.
+std::string_view Unquoted(std::string_view text) {
+  text = Trimmed(text);
+  if (text.size() >= 2 && (text.front() == '"' || text.front() == '\'') &&
+      text.back() == text.front()) {
+    text = text.substr(1, text.size() - 2);
+  }
+  return text;
+}
+
+double Number(std::string_view text) {
+  double number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
+// Sizes that only a window has.
+bool IsOfWindow(const std::string& name, std::string_view value) {
+  if (value.find("vh") != std::string_view::npos || value.find("vw") != std::string_view::npos) {
+    return true;
+  }
+  if (IsOneOf(kHeights, name)) return value.starts_with("100%");
+  return IsOneOf(kWidths, name) && value.find("px") != std::string_view::npos &&
+         Number(value) > kWidestBox;
+}
+
+bool IsDropped(const std::string& name, const std::string& value, bool isOfRoot) {
+  if (IsOneOf(kDroppedProperties, name) || IsOfWindow(name, value)) return true;
+  if (isOfRoot && IsOneOf(kOfTheReader, name)) return true;
+  if (name == "position") return value.starts_with("fixed") || value.starts_with("sticky");
+  return value.find("expression") != std::string::npos ||
+         value.find("javascript:") != std::string::npos;
+}
+
+bool ShowsOnScreens(std::string_view media) {
+  const std::string lowered = Lowered(media);
+  const bool namesScreen =
+      lowered.find("screen") != std::string::npos || lowered.find("all") != std::string::npos;
+  for (const char* other : {"print", "speech", "aural", "braille", "not ", "prefers-", "hover"}) {
+    if (lowered.find(other) != std::string::npos && !namesScreen) return false;
+  }
+  for (const char* other : {"not ", "prefers-", "hover", "pointer", "<", ">", "min-width"}) {
+    if (lowered.find(other) != std::string::npos) return false;
+  }
+  return IsSound(media);
+}
+
+}  // namespace
+
+class StyleRules::Reader {
+ public:
+  Reader(StyleRules& shared, const Refer& toFile, const Refer* toSheet)
+      : rules(shared), refer(toFile), import(toSheet) {}
+
+  std::string Block(std::string_view css, int depth) {
+    std::string out;
+    for (size_t at = 0; at < css.size();) {
+      at = std::min(css.find_first_not_of(" \t\r\n\f;}", at), css.size());
+      const size_t end = FindOutside(css, at, "{;}");
+      const std::string_view prelude = Trimmed(css.substr(at, end - at));
+      if (end == css.size()) break;
+      if (css[end] != '{') {
+        if (depth == 0 && css[end] == ';') Import(prelude, out);
+        at = end + 1;
+        continue;
+      }
+      const size_t close = EndOfBlock(css, end + 1);
+      const std::string_view inner = css.substr(end + 1, close - end - 1);
+      prelude.starts_with('@') ? AtRule(prelude, inner, depth, out) : Rule(prelude, inner, out);
+      at = close + 1;
+    }
+    return out;
+  }
+
+  std::string Declarations(std::string_view css, bool isOfRoot) {
+    std::string out;
+    for (size_t at = 0; at < css.size();) {
+      const size_t end = FindOutside(css, at, ";");
+      Declaration(css.substr(at, end - at), isOfRoot, out);
+      at = end + 1;
+    }
+    return out;
+  }
+
+ private:
+  static size_t EndOfBlock(std::string_view css, size_t at) {
+    for (size_t depth = 1;; ++at) {
+      at = FindOutside(css, at, "{}");
+      if (at >= css.size()) return css.size();
+      css[at] == '{' ? ++depth : --depth;
+      if (depth == 0) return at;
+    }
+  }
+
+  void Import(std::string_view prelude, std::string& out) {
+    constexpr std::string_view kImport = "@import";
+    if (import == nullptr || !Lowered(prelude).starts_with(kImport)) return;
+    prelude = Trimmed(prelude.substr(kImport.size()));
+    const bool isUrl = Lowered(prelude.substr(0, 4)) == "url(";
+    const char first = prelude.empty() ? '\0' : prelude.front();
+    if (!isUrl && first != '"' && first != '\'') return;
+    const size_t end = isUrl ? prelude.find(')') : prelude.find(first, 1);
+    if (end == std::string_view::npos) return;
+    const size_t begin = isUrl ? 4 : 0;
+    const std::string_view named = prelude.substr(begin, end - begin + (isUrl ? 0 : 1));
+    const std::string_view media = Trimmed(prelude.substr(end + 1));
+    if (!ShowsOnScreens(media)) return;
+    const std::string sheet = (*import)(Unquoted(named));
+    if (!sheet.empty()) out.append("@import url(\"").append(sheet).append("\");\n");
+  }
+
+  void AtRule(std::string_view prelude, std::string_view inner, int depth, std::string& out) {
+    const std::string name = Lowered(prelude.substr(0, prelude.find_first_of(" \t\r\n\f(")));
+    const std::string_view rest = Trimmed(prelude.substr(name.size()));
+    if (name == "@media" && depth < kDeepestBlock && ShowsOnScreens(rest)) {
+      const std::string rulesInside = Block(inner, depth + 1);
+      if (rulesInside.empty()) return;
+      out.append("@media ").append(rest).append(" {\n").append(rulesInside).append("}\n");
+    } else if (name == "@font-face") {
+      const std::string declarations = Declarations(inner, false);
+      if (declarations.find("url(") == std::string::npos) return;
+      out.append("@font-face { ").append(declarations).append("}\n");
+    }
+  }
+
+  void Rule(std::string_view selector, std::string_view inner, std::string& out) {
+    const bool isOfRoot = IsOneOf(kRoots, Lowered(selector));
+    const std::string declarations = Declarations(inner, isOfRoot);
+    if (declarations.empty() || !IsSelector(selector)) return;
+    out.append(selector).append(" { ").append(declarations).append("}\n");
+  }
+
+  void Declaration(std::string_view css, bool isOfRoot, std::string& out) {
+    const size_t colon = css.find(':');
+    if (colon == std::string_view::npos) return;
+    const std::string name = Lowered(Trimmed(css.substr(0, colon)));
+    std::string value(Trimmed(css.substr(colon + 1)));
+    if (name.starts_with("--")) {
+      if (isOfRoot && value.size() <= kLongestValue) rules.variables.emplace(name, value);
+      return;
+    }
+    if (!IsPropertyName(name) || value.empty() || !Resolve(value)) return;
+    if (!IsSound(value) || IsDropped(name, Lowered(value), isOfRoot)) return;
+    if (!References(name, value)) return;
+    out.append(name).append(": ").append(value).append("; ");
+  }
+
+  // Puts values in the place of variables; false where one has none.
+  bool Resolve(std::string& value) const {
+    for (int count = 0;; ++count) {
+      const size_t at = value.find("var(");
+      if (at == std::string::npos) return count == 0 || value.size() <= kLongestValue;
+      const size_t end = FindOutside(value, at + 4, ")");
+      if (count == kMostVariables || end == value.size()) return false;
+      const std::string inner = value.substr(at + 4, end - at - 4);
+      const size_t comma = std::min(inner.find(','), inner.size());
+      const auto known = rules.variables.find(Trimmed(std::string_view(inner).substr(0, comma)));
+      if (known == rules.variables.end() && comma == inner.size()) return false;
+      const std::string replacement =
+          known == rules.variables.end() ? inner.substr(comma + 1) : known->second;
+      value.replace(at, end + 1 - at, replacement);
+    }
+  }
+
+  // Of several sources of a font, some may be there; of anything else, all have to be.
+  bool References(const std::string& name, std::string& value) const {
+    if (name != "src") return PutReferences(value);
+    std::string kept;
+    for (size_t at = 0; at < value.size();) {
+      const size_t end = FindOutside(value, at, ",");
+      std::string source(Trimmed(std::string_view(value).substr(at, end - at)));
+      if (PutReferences(source)) kept.append(kept.empty() ? "" : ", ").append(source);
+      at = end + 1;
+    }
+    value = std::move(kept);
+    return !value.empty();
+  }
+
+  bool PutReferences(std::string& value) const {
+    const std::string lowered = Lowered(value);
+    std::string out;
+    size_t taken = 0;
+    for (size_t at = 0; (at = lowered.find("url(", at)) != std::string::npos;) {
+      const size_t end = FindOutside(value, at + 4, ")");
+      if (end == value.size()) return false;
+      const std::string there =
+          refer(Unquoted(std::string_view(value).substr(at + 4, end - at - 4)));
+      if (there.empty()) return false;
+      out.append(value, taken, at - taken).append(there);
+      taken = at = end + 1;
+    }
+    if (taken > 0) value = out.append(value, taken);
+    return true;
+  }
+
+  StyleRules& rules;
+  const Refer& refer;
+  const Refer* import;
+};
+
+std::string StyleRules::Clean(std::string_view sheet, const Refer& refer, const Refer& import) {
+  return Reader(*this, refer, &import).Block(WithoutComments(sheet), 0);
+}
+
+std::string StyleRules::CleanDeclarations(std::string_view declarations, const Refer& refer) {
+  return Reader(*this, refer, nullptr).Declarations(WithoutComments(declarations), false);
+}

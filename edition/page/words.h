@@ -1,0 +1,27 @@
+// Small questions about words of markup.
+#ifndef KAVEPUB_PAGE_WORDS_H
+#define KAVEPUB_PAGE_WORDS_H
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+inline constexpr std::string_view kBlanks = " \t\r\n\f";
+
+// In lower case as far as it is ASCII, as names of HTML are compared.
+inline std::string Lowered(std::string_view text) {
+  std::string lowered(text);
+  for (char& c : lowered) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return lowered;
+}
+
+template <size_t count>
+bool IsOneOf(const std::string_view (&texts)[count], std::string_view text) {
+  return std::find(std::begin(texts), std::end(texts), text) != std::end(texts);
+}
+
+#endif
