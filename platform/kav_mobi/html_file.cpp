@@ -6,9 +6,10 @@
 #include <unordered_set>
 #include <utility>
 
+#include "base/mobi/dictionary.h"
+#include "base/mobi/metadata.h"
 #include "platform/kav_mobi/kav_mobi.h"
 #include "platform/kav_mobi/link_targets.h"
-#include "platform/kav_mobi/metadata.h"
 #include "platform/kav_mobi/page_writer.h"
 #include "platform/kav_mobi/picture_files.h"
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "platform/kav_mobi/reader.h"
+#include "base/mobi/reader.h"
 
 namespace kav_mobi {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "base/mobi/metadata.h"
 #include "platform/kav_mobi/markup.h"
-#include "platform/kav_mobi/metadata.h"
 
 namespace kav_mobi {
 namespace {

@@ -5,19 +5,11 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
-#include <string>
-#include <vector>
 
-#include "platform/kav_mobi/reader.h"
-#include "platform/kav_mobi/tags.h"
+#include "base/mobi/reader.h"
+#include "base/mobi/tags.h"
 
 namespace kav_mobi {
-
-// A word that an entry of a dictionary explains, and where in the text the entry begins.
-struct Headword {
-  size_t position;
-  std::string markup;  // of the word, as it may stand on a page
-};
 
 class Markup {
  public:
@@ -42,9 +34,6 @@ class Markup {
 
 std::unique_ptr<Markup> MakeKf7Markup(const Book& book);
 std::unique_ptr<Markup> MakeKf8Markup(const Book& book);
-
-// The headwords of a dictionary, in the order of their positions; none for another book.
-std::vector<Headword> HeadwordsOf(const Book& book, Bytes text);
 
 }  // namespace kav_mobi
 

@@ -1,7 +1,7 @@
 // The order of elements on the page, and its text.
 #include "platform/kav_mobi/page_writer.h"
 
-#include "platform/kav_mobi/escaping.h"
+#include "base/mobi/escaping.h"
 
 namespace kav_mobi {
 namespace {

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "base/mobi/encoding.h"
+#include "base/mobi/tags.h"
 #include "base/output_file.h"
-#include "platform/kav_mobi/encoding.h"
-#include "platform/kav_mobi/tags.h"
 
 namespace kav_mobi {
 

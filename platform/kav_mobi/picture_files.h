@@ -6,7 +6,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "platform/kav_mobi/reader.h"
+#include "base/mobi/reader.h"
 
 namespace kav_mobi {
 

@@ -1,17 +1,16 @@
 // One open book: the file behind libmobi, checked and unpacked within limits.
-#ifndef KAV_MOBI_READER_H
-#define KAV_MOBI_READER_H
+#ifndef KAV_BASE_MOBI_READER_H
+#define KAV_BASE_MOBI_READER_H
 
 #include <mobi.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "base/unique_fd.h"
 
 namespace kav_mobi {
 
@@ -20,14 +19,36 @@ using Bytes = std::string_view;
 
 constexpr Bytes kBlanks = " \t\r\n";
 
+// How type and creator begin, at this offset, of the Palm databases that are books. PalmDOC is of
+// one type, whichever program is named as its creator.
+constexpr size_t kTypeOffset = 60;
+constexpr Bytes kBookTypes[] = {"BOOKMOBI", "TEXt"};
+
+enum class Opening : uint8_t {
+  kOpened,
+  kNotMobi,
+  kDamaged,  // or larger than what is taken from strangers
+  kEncrypted,
+  kNoText,
+  kNoMemory
+};
+
+// What is unpacked.
+enum class Extent : uint8_t {
+  kText,  // and the index of a dictionary
+  kAll    // the indices of the contents as well, as far as they are sound
+};
+
 class Book {
  public:
-  // Opens and unpacks the book at path. 0 and a book, or a code of KavMobiResult and none.
-  static int Open(const char* path, std::unique_ptr<Book>& book);
+  // Unpacks the book in a file of so many bytes, which is not needed afterwards. Where the result
+  // is another than kOpened, there is none.
+  static Opening Open(std::FILE* file, uint64_t size, Extent extent, std::unique_ptr<Book>& book);
 
   // What libmobi knows of the file: headers, metadata, records.
   const MOBIData* Data() const { return data.get(); }
-  // The unpacked parts and their indices; null for a book in the old format that is no dictionary.
+  // The unpacked parts and their indices; null for a PalmDOC text and, where no more than the text
+  // is unpacked, for a book in the old format that is no dictionary.
   const MOBIRawml* Raw() const { return raw.get(); }
 
   bool IsKf8() const { return mobi_is_kf8(Data()); }
@@ -38,7 +59,8 @@ class Book {
 
   // The documents of the book in reading order: one in the old format, several in the new one.
   const std::vector<Bytes>& Documents() const { return documents; }
-  // Resource `number`, counted from 1 as the book's references do; empty when there is none.
+  // Resource `number`, counted from 1 as the book's references do; empty when there is none. Fonts
+  // are as they are in the file, but for their first byte.
   Bytes Resource(size_t number) const;
 
  private:
@@ -50,15 +72,17 @@ class Book {
   };
 
   Book() = default;
-  int Load(UniqueFd descriptor);
-  int Unpack(uint64_t fileSize);
-  int UnpackText();
-  int UnpackParts();
+  Opening Load(std::FILE* file, uint64_t size);
+  Opening Unpack(uint64_t fileSize);
+  Opening UnpackText();
+  Opening UnpackParts();
+  MOBI_RET ParseParts(bool withContents);
+  bool HasSoundIndices(uint64_t fileSize) const;
   void ListRecords();
   void HideFonts();
   uint64_t CountFragments() const;
   bool UnpacksInTime() const;
-  int JudgeText();
+  Opening JudgeText();
   void ChooseCodePage();
 
   std::unique_ptr<MOBIData, FreeData> data;
@@ -66,6 +90,7 @@ class Book {
   std::vector<MOBIPdbRecord*> records;
   std::string text;
   std::vector<Bytes> documents;
+  Extent extent = Extent::kText;
   bool plainText = false;
   uint32_t codePage = MOBI_UTF8;
 };

@@ -1,13 +1,13 @@
 // Markup as a sequence of tags, found without changing or repairing it.
-#ifndef KAV_MOBI_TAGS_H
-#define KAV_MOBI_TAGS_H
+#ifndef KAV_BASE_MOBI_TAGS_H
+#define KAV_BASE_MOBI_TAGS_H
 
 #include <cstddef>
 #include <utility>
 #include <vector>
 
-#include "platform/kav_mobi/elements.h"
-#include "platform/kav_mobi/reader.h"
+#include "base/mobi/elements.h"
+#include "base/mobi/reader.h"
 
 namespace kav_mobi {
 

@@ -1,6 +1,6 @@
 // The book's text as UTF-8, whatever its code page.
-#ifndef KAV_MOBI_ENCODING_H
-#define KAV_MOBI_ENCODING_H
+#ifndef KAV_BASE_MOBI_ENCODING_H
+#define KAV_BASE_MOBI_ENCODING_H
 
 #include <cstdint>
 #include <optional>

@@ -1,20 +1,15 @@
 // Opening of a book: what is refused before libmobi unpacks it, and what libmobi makes of the rest.
-#include "platform/kav_mobi/reader.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "base/mobi/reader.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <cstdlib>
 #include <iterator>
 #include <utility>
 
-#include "platform/kav_mobi/bytes.h"
-#include "platform/kav_mobi/encoding.h"
-#include "platform/kav_mobi/huffman_check.h"
-#include "platform/kav_mobi/kav_mobi.h"
+#include "base/mobi/bytes.h"
+#include "base/mobi/encoding.h"
+#include "base/mobi/huffman_check.h"
 
 namespace kav_mobi {
 namespace {
@@ -32,19 +27,15 @@ constexpr uint64_t kMaxFragments = 32768;
 constexpr size_t kDatabaseHeaderSize = 78;
 constexpr size_t kRecordCountOffset = 76;
 constexpr size_t kRecordEntrySize = 8;  // begins with the place of the record
-constexpr Bytes kBookTypes[] = KAV_MOBI_TYPES;
 
 constexpr size_t kIndexCountOffset = 24;
+constexpr size_t kIndexTotalOffset = 36;
 constexpr Bytes kFontMagic = "FONT";
 constexpr Bytes kReplicaMagic = "%MOP";
 
 // What marks a text without a MOBI header as HTML, and how far into it to look.
 constexpr std::array<Bytes, 3> kHtmlMarks = {"<html", "<HTML", "<body"};
 constexpr size_t kHtmlMarkReach = 4096;
-
-struct CloseFile {
-  void operator()(FILE* file) const { (void)fclose(file); }
-};
 
 // While it lives, the header says that the text is UTF-8.
 class ClaimUtf8 {
@@ -64,20 +55,20 @@ class ClaimUtf8 {
   MOBIEncoding original = MOBI_UTF8;
 };
 
-int ResultOf(MOBI_RET code) {
+Opening ResultOf(MOBI_RET code) {
   switch (code) {
     case MOBI_SUCCESS:
-      return KAV_MOBI_OK;
+      return Opening::kOpened;
     case MOBI_FILE_ENCRYPTED:
     case MOBI_DRM_UNSUPPORTED:
     case MOBI_DRM_KEYNOTFOUND:
-      return KAV_MOBI_E_ENCRYPTED;
+      return Opening::kEncrypted;
     case MOBI_MALLOC_FAILED:
-      return KAV_MOBI_E_MEMORY;
+      return Opening::kNoMemory;
     case MOBI_FILE_UNSUPPORTED:
-      return KAV_MOBI_E_NOT_MOBI;
+      return Opening::kNotMobi;
     default:
-      return KAV_MOBI_E_DAMAGED;
+      return Opening::kDamaged;
   }
 }
 
@@ -92,24 +83,20 @@ Bytes BytesOf(const MOBIPart* part) {
   return {reinterpret_cast<const char*>(part->data), part->size};
 }
 
-bool IsBookType(int file) {
-  std::array<char, kDatabaseHeaderSize> header{};
-  if (pread(file, header.data(), header.size(), 0) != ssize_t{kDatabaseHeaderSize}) return false;
-  const Bytes types = Bytes(header.data(), header.size()).substr(KAV_MOBI_TYPE_OFFSET);
+bool ReadAt(std::FILE* file, size_t at, char* bytes, size_t size) {
+  return fseeko(file, static_cast<off_t>(at), SEEK_SET) == 0 && fread(bytes, 1, size, file) == size;
+}
+
+bool IsBookType(Bytes header) {
   return std::any_of(std::begin(kBookTypes), std::end(kBookTypes),
-                     [types](Bytes type) { return types.starts_with(type); });
+                     [header](Bytes type) { return header.substr(kTypeOffset).starts_with(type); });
 }
 
 // libmobi takes memory for all that is between a record and the next one before it reads it.
-bool RecordsAreInOrder(int file, uint64_t fileSize) {
-  std::array<char, kDatabaseHeaderSize> header{};
-  if (pread(file, header.data(), header.size(), 0) != ssize_t{kDatabaseHeaderSize}) return false;
-  const uint64_t count = BigEndian16({header.data(), header.size()}, kRecordCountOffset);
+bool RecordsAreInOrder(std::FILE* file, Bytes header, uint64_t fileSize) {
+  const uint64_t count = BigEndian16(header, kRecordCountOffset);
   std::string entries(count * kRecordEntrySize, '\0');
-  if (pread(file, entries.data(), entries.size(), kDatabaseHeaderSize) !=
-      static_cast<ssize_t>(entries.size())) {
-    return false;
-  }
+  if (!ReadAt(file, kDatabaseHeaderSize, entries.data(), entries.size())) return false;
   uint64_t last = 0;
   for (size_t at = 0; at < entries.size(); at += kRecordEntrySize) {
     const uint64_t place = BigEndian32(entries, at);
@@ -127,57 +114,54 @@ bool LooksLikeHtml(Bytes text) {
 
 }  // namespace
 
-int Book::Open(const char* path, std::unique_ptr<Book>& book) {
-  // Without O_NONBLOCK a pipe at path would wait for its writer.
-  UniqueFd file(path == nullptr ? -1 : open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file) return KAV_MOBI_E_OPEN;
+Opening Book::Open(std::FILE* file, uint64_t size, Extent extent, std::unique_ptr<Book>& book) {
   std::unique_ptr<Book> opened(new Book);
-  const int result = opened->Load(std::move(file));
-  if (result == KAV_MOBI_OK) book = std::move(opened);
+  opened->extent = extent;
+  const Opening result = opened->Load(file, size);
+  if (result == Opening::kOpened) book = std::move(opened);
   return result;
 }
 
-// libmobi keeps a copy of every record, so the file is closed at the end.
-int Book::Load(UniqueFd descriptor) {
-  const std::unique_ptr<FILE, CloseFile> stream(fdopen(descriptor.Get(), "rb"));
-  if (!stream) return KAV_MOBI_E_MEMORY;
-  const int file = descriptor.Release();
-  struct stat status {};
-  if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode)) return KAV_MOBI_E_OPEN;
-  if (!IsBookType(file)) return KAV_MOBI_E_NOT_MOBI;
-  const auto size = static_cast<uint64_t>(status.st_size);
-  if (size > kMaxFileSize || !RecordsAreInOrder(file, size)) return KAV_MOBI_E_DAMAGED;
+// libmobi keeps a copy of every record.
+Opening Book::Load(std::FILE* file, uint64_t size) {
+  std::array<char, kDatabaseHeaderSize> start{};
+  const Bytes header(start.data(), start.size());
+  if (!ReadAt(file, 0, start.data(), start.size()) || !IsBookType(header)) return Opening::kNotMobi;
+  if (size > kMaxFileSize || !RecordsAreInOrder(file, header, size)) return Opening::kDamaged;
 
   data.reset(mobi_init());
-  if (!data) return KAV_MOBI_E_MEMORY;
-  const int result = ResultOf(mobi_load_file(data.get(), stream.get()));
-  return result == KAV_MOBI_OK ? Unpack(size) : result;
+  if (!data) return Opening::kNoMemory;
+  rewind(file);
+  const Opening result = ResultOf(mobi_load_file(data.get(), file));
+  return result == Opening::kOpened ? Unpack(size) : result;
 }
 
-int Book::Unpack(uint64_t fileSize) {
+Opening Book::Unpack(uint64_t fileSize) {
   const MOBIRecord0Header* header = data->rh;
-  if (header == nullptr) return KAV_MOBI_E_DAMAGED;
+  if (header == nullptr) return Opening::kDamaged;
   const MOBIData* otherHalf = data->next;
   if (header->encryption_type != MOBI_ENCRYPTION_NONE ||
       (otherHalf != nullptr && otherHalf->rh != nullptr &&
        otherHalf->rh->encryption_type != MOBI_ENCRYPTION_NONE)) {
-    return KAV_MOBI_E_ENCRYPTED;
+    return Opening::kEncrypted;
   }
-  if (header->text_record_count == 0) return KAV_MOBI_E_NO_TEXT;
+  if (header->text_record_count == 0) return Opening::kNoText;
   const uint64_t recordSize = std::max<uint64_t>(mobi_get_textrecord_maxsize(Data()), 1);
   const uint64_t claimed =
       std::max<uint64_t>(header->text_length, header->text_record_count * recordSize);
   const uint64_t limit = std::min(kMaxTextSize, kSmallText + kMaxTextPerByte * fileSize);
-  if (claimed > limit + recordSize) return KAV_MOBI_E_DAMAGED;
+  if (claimed > limit + recordSize) return Opening::kDamaged;
 
   ListRecords();
   HideFonts();
   if (CountFragments() > kMaxFragments || !UnpacksInTime()) {
-    return KAV_MOBI_E_DAMAGED;
+    return Opening::kDamaged;
   }
-  const bool hasParts = IsKf8() || mobi_is_dictionary(Data());
-  const int result = hasParts ? UnpackParts() : UnpackText();
-  return result == KAV_MOBI_OK ? JudgeText() : result;
+  const bool isWhole = extent == Extent::kAll && mobi_exists_mobiheader(Data());
+  if (isWhole && !HasSoundIndices(fileSize)) return Opening::kDamaged;
+  const bool hasParts = isWhole || IsKf8() || mobi_is_dictionary(Data());
+  const Opening result = hasParts ? UnpackParts() : UnpackText();
+  return result == Opening::kOpened ? JudgeText() : result;
 }
 
 bool Book::UnpacksInTime() const {
@@ -206,28 +190,47 @@ bool Book::UnpacksInTime() const {
 
 // The old format needs no more than its text, and the text of a file without a MOBI header would be
 // converted on the long way.
-int Book::UnpackText() {
+Opening Book::UnpackText() {
   size_t size = mobi_get_text_maxsize(Data());
-  if (size == MOBI_NOTSET) return KAV_MOBI_E_DAMAGED;
+  if (size == MOBI_NOTSET) return Opening::kDamaged;
   text.resize(size + 1);
-  const int result = ResultOf(mobi_get_rawml(Data(), text.data(), &size));
+  const Opening result = ResultOf(mobi_get_rawml(Data(), text.data(), &size));
   text.resize(std::min(size, text.size()));
   documents.emplace_back(text);
   return result;
 }
 
-int Book::UnpackParts() {
-  raw.reset(mobi_init_rawml(Data()));
-  if (!raw) return KAV_MOBI_E_MEMORY;
-  // Links count the bytes of the text as it is, so libmobi must not convert it.
-  const ClaimUtf8 claim(data->mh);
-  // Nor may it take its last step, which ends the host's libxml2 (xmlCleanupParser).
-  const bool isDictionary = mobi_is_dictionary(Data());
-  const int result = ResultOf(mobi_parse_rawml_opt(raw.get(), Data(), false, isDictionary, false));
+Opening Book::UnpackParts() {
+  MOBI_RET code = ParseParts(extent == Extent::kAll);
+  if (code != MOBI_SUCCESS && extent == Extent::kAll) code = ParseParts(false);
+  if (!raw) return Opening::kNoMemory;
   for (const MOBIPart* part = raw->markup; part != nullptr; part = part->next) {
     documents.push_back(BytesOf(part));
   }
-  return result;
+  return ResultOf(code);
+}
+
+MOBI_RET Book::ParseParts(bool withContents) {
+  raw.reset(mobi_init_rawml(Data()));
+  if (!raw) return MOBI_MALLOC_FAILED;
+  // Links count the bytes of the text as it is, so libmobi must not convert it.
+  const ClaimUtf8 claim(data->mh);
+  // Nor may it take its last step, which ends the host's libxml2 (xmlCleanupParser).
+  return mobi_parse_rawml_opt(raw.get(), Data(), withContents, mobi_is_dictionary(Data()), false);
+}
+
+// libmobi takes memory for as many entries as an index claims, each of which has two bytes at
+// least.
+bool Book::HasSoundIndices(uint64_t fileSize) const {
+  const MOBIMobiHeader& header = *data->mh;
+  const uint32_t* const places[] = {header.ncx_index,      header.guide_index,
+                                    header.orth_index,     header.infl_index,
+                                    header.skeleton_index, header.fragment_index};
+  return std::all_of(std::begin(places), std::end(places), [&](const uint32_t* place) {
+    const uint64_t index = place == nullptr ? MOBI_NOTSET : *place + mobi_get_kf8offset(Data());
+    return index >= records.size() ||
+           BigEndian32(BytesOf(records[index]), kIndexTotalOffset) <= fileSize;
+  });
 }
 
 void Book::ListRecords() {
@@ -256,13 +259,13 @@ uint64_t Book::CountFragments() const {
   return count;
 }
 
-int Book::JudgeText() {
+Opening Book::JudgeText() {
   const bool isEmpty = std::all_of(documents.begin(), documents.end(),
                                    [](Bytes document) { return document.empty(); });
-  if (isEmpty || documents.front().starts_with(kReplicaMagic)) return KAV_MOBI_E_NO_TEXT;
+  if (isEmpty || documents.front().starts_with(kReplicaMagic)) return Opening::kNoText;
   ChooseCodePage();
   plainText = !mobi_exists_mobiheader(Data()) && !LooksLikeHtml(documents.front());
-  return KAV_MOBI_OK;
+  return Opening::kOpened;
 }
 
 void Book::ChooseCodePage() {

@@ -1,6 +1,6 @@
 // Numbers in the bytes of a record. Bytes behind its end count as 0.
-#ifndef KAV_MOBI_BYTES_H
-#define KAV_MOBI_BYTES_H
+#ifndef KAV_BASE_MOBI_BYTES_H
+#define KAV_BASE_MOBI_BYTES_H
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
 // Decoding of text: UTF-8 is checked, other code pages are converted to it.
-#include "platform/kav_mobi/encoding.h"
+#include "base/mobi/encoding.h"
 
 #include <mobi.h>
 

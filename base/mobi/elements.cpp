@@ -1,5 +1,5 @@
 // The table of elements.
-#include "platform/kav_mobi/elements.h"
+#include "base/mobi/elements.h"
 
 #include <algorithm>
 #include <array>

@@ -1,10 +1,10 @@
 // What unpacking a Huffman coded text would cost, found by looking at each of its codes once.
-#include "platform/kav_mobi/huffman_check.h"
+#include "base/mobi/huffman_check.h"
 
 #include <algorithm>
 #include <array>
 
-#include "platform/kav_mobi/bytes.h"
+#include "base/mobi/bytes.h"
 
 namespace kav_mobi {
 namespace {

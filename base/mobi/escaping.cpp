@@ -1,12 +1,12 @@
 // Escaping of what stands for itself, and the references that markup has already.
-#include "platform/kav_mobi/escaping.h"
+#include "base/mobi/escaping.h"
 
 #include <mobi.h>
 
 #include <algorithm>
 #include <charconv>
 
-#include "platform/kav_mobi/encoding.h"
+#include "base/mobi/encoding.h"
 
 namespace kav_mobi {
 namespace {

@@ -1,6 +1,6 @@
 // The elements a page is written with, and what becomes of the others.
-#ifndef KAV_MOBI_ELEMENTS_H
-#define KAV_MOBI_ELEMENTS_H
+#ifndef KAV_BASE_MOBI_ELEMENTS_H
+#define KAV_BASE_MOBI_ELEMENTS_H
 
 #include <cstdint>
 #include <string_view>

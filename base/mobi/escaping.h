@@ -1,6 +1,6 @@
 // Texts of a book as they may stand on a page.
-#ifndef KAV_MOBI_ESCAPING_H
-#define KAV_MOBI_ESCAPING_H
+#ifndef KAV_BASE_MOBI_ESCAPING_H
+#define KAV_BASE_MOBI_ESCAPING_H
 
 #include <string>
 #include <string_view>

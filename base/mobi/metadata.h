@@ -1,11 +1,11 @@
 // What a book says about itself: title, authors, cover.
-#ifndef KAV_MOBI_METADATA_H
-#define KAV_MOBI_METADATA_H
+#ifndef KAV_BASE_MOBI_METADATA_H
+#define KAV_BASE_MOBI_METADATA_H
 
 #include <string>
 #include <vector>
 
-#include "platform/kav_mobi/reader.h"
+#include "base/mobi/reader.h"
 
 namespace kav_mobi {
 

@@ -1,12 +1,12 @@
 // Title, authors and cover, from the metadata records of the file.
-#include "platform/kav_mobi/metadata.h"
+#include "base/mobi/metadata.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
 #include <new>
 
-#include "platform/kav_mobi/encoding.h"
+#include "base/mobi/encoding.h"
 
 namespace kav_mobi {
 namespace {

@@ -1,9 +1,11 @@
-// The headwords of a dictionary, which stand in an index beside the text and often only there.
+// Headwords from the index and from the text.
+#include "base/mobi/dictionary.h"
+
 #include <algorithm>
 
-#include "platform/kav_mobi/encoding.h"
-#include "platform/kav_mobi/escaping.h"
-#include "platform/kav_mobi/markup.h"
+#include "base/mobi/encoding.h"
+#include "base/mobi/escaping.h"
+#include "base/mobi/tags.h"
 
 namespace kav_mobi {
 namespace {

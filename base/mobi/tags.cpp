@@ -1,5 +1,5 @@
 // Scanning of tags and their attributes.
-#include "platform/kav_mobi/tags.h"
+#include "base/mobi/tags.h"
 
 #include <algorithm>
 #include <cstring>

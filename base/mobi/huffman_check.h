@@ -1,10 +1,10 @@
 // Whether a Huffman coded book can be unpacked in sensible time.
-#ifndef KAV_MOBI_HUFFMAN_CHECK_H
-#define KAV_MOBI_HUFFMAN_CHECK_H
+#ifndef KAV_BASE_MOBI_HUFFMAN_CHECK_H
+#define KAV_BASE_MOBI_HUFFMAN_CHECK_H
 
 #include <vector>
 
-#include "platform/kav_mobi/reader.h"
+#include "base/mobi/reader.h"
 
 namespace kav_mobi {
 
