@@ -203,8 +203,10 @@ Status Job::Read(BookSink* writer) {
   const Result<Source> source = SourceOf(*kind, first.Name());
   if (!source) return source.Why();
 
+  SourceOptions chosen = options.source;
+  chosen.threads = ThreadsOf(options);
   ReportingSink sink(report, writer, options.metadata, TitleOf(first));
-  Status status = (*source)(*inputs, options.source, sink, run);
+  Status status = (*source)(*inputs, chosen, sink, run);
   report.facts.merge(run.facts);
   report.warnings = std::move(run.warnings);
   return status;

@@ -23,6 +23,7 @@ struct SourceOptions {
   EncodingErrors encodingErrors = EncodingErrors::kFew;
   std::string importRoot;  // a directory that holds the inputs, and what pages may show
   bool keepsNavigation = false;
+  unsigned threads = 1;  // that read, the caller's included
 };
 
 // Reads the inputs, of which there is at least one, and gives the book to the sink, from Begin to

@@ -57,17 +57,22 @@ class Maker {
   }
 
  private:
-  Metadata Facts() const {
-    Metadata facts = site.Pages().front().content.facts;
+  Metadata Facts() {
+    SitePage& first = site.Pages().front();
+    Metadata facts = first.content.facts;
     if (facts.language.empty()) {
-      facts.language = LanguageOfText(SampleOf(site.Pages().front().content.markup.body));
+      std::string body = first.body.Take();
+      const std::string sample = SampleOf(body);
+      first.body = KeptText(std::move(body));
+      facts.language = LanguageOfText(sample);
     }
     return facts;
   }
 
   Status AddPage(size_t number) {
-    const SitePage& page = site.Pages()[number];
-    const HtmlPage& content = page.content;
+    SitePage& page = site.Pages()[number];
+    HtmlPage& content = page.content;
+    content.markup.body = page.body.Take();
     std::vector<bool> isPut(content.references.size(), false);
     const ResolveMark resolve = [&](size_t reference) {
       const PageReference& put = content.references[reference];
@@ -84,13 +89,14 @@ class Maker {
     if (!sheets) return sheets.Why();
     Document::Look look{std::move(*sheets), content.bodyId, content.bodyClass, {}};
     if (content.ids.count(look.id) != 0) look.id.clear();
-    Result<BlockRun> body = Assemble(content.markup, dropped[number], resolve);
+    Result<BlockRun> body = Assemble(std::exchange(content.markup, {}), dropped[number], resolve);
     if (!body) return body.Why();
     static_cast<BlockRun&>(document) = std::move(*body);
     Result<std::string> style = Resolved(page, content.bodyStyle);
     if (!style) return style.Why();
     look.style = std::move(*style);
     document.look = std::move(look);
+    std::vector<PageReference>().swap(content.references);
     return sink.Add(std::move(document));
   }
 

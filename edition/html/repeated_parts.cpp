@@ -11,7 +11,7 @@ namespace {
 constexpr size_t kFewestPages = 2;
 }
 
-std::vector<std::vector<bool>> RepeatedParts(const std::vector<SitePage>& pages) {
+std::vector<std::vector<bool>> RepeatedParts(const SitePages& pages) {
   std::unordered_map<std::string, size_t> counts;  // of pages that have such a part
   for (const SitePage& page : pages) {
     std::unordered_set<std::string> seen;

@@ -7,6 +7,6 @@
 #include "edition/html/site.h"
 
 // For each page and each of its parts, whether it is to be left out.
-std::vector<std::vector<bool>> RepeatedParts(const std::vector<SitePage>& pages);
+std::vector<std::vector<bool>> RepeatedParts(const SitePages& pages);
 
 #endif

@@ -19,6 +19,7 @@ namespace {
 constexpr std::string_view kPageEndings[] = {".html", ".htm", ".xhtml"};
 constexpr std::string_view kIndexes[] = {"index.html", "index.htm", "index.xhtml"};
 constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 30;
+constexpr size_t kKeptAsTheyAre = size_t{1} << 24;  // bytes of bodies; the others are packed
 
 bool IsCalledPage(std::string_view path) {
   const std::string name = Lowered(path);
@@ -38,7 +39,7 @@ std::vector<std::string> PathsOf(const std::string& written) {
   return indexes;
 }
 
-std::optional<std::string> ReadAll(int file) {
+std::optional<std::string> ReadFile(int file) {
   struct stat status {};
   if (fstat(file, &status) != 0 || static_cast<std::uint64_t>(status.st_size) > kLargestFile) {
     return std::nullopt;
@@ -67,18 +68,13 @@ Status Site::Read() {
   for (const Input& input : inputs) {
     if (Status status = AddInput(input); !status) return status;
   }
-  for (size_t page = 0; page < pages.size(); ++page) {
-    AddLinked(page);
-    const auto known = static_cast<double>(pages.size());
-    if (Status status = run.Advance(kShareOfReading * static_cast<double>(page + 1) / known);
-        !status) {
-      return status;
-    }
+  if (Status status = ReadAll(); !status) return status;
+  for (SitePage& page : pages) {
+    const std::string& up = page.content.up;
+    if (!up.empty()) page.up = PageOf(page, Resolve(up, page.base));
   }
-  for (SitePage& page : pages) Connect(page);
-  const bool showsSomething = std::any_of(pages.begin(), pages.end(), [](const SitePage& page) {
-    return !page.content.markup.body.empty();
-  });
+  const bool showsSomething = std::any_of(
+      pages.begin(), pages.end(), [](const SitePage& page) { return !page.body.IsEmpty(); });
   if (!showsSomething) {
     return Failure{KAVEPUB_E_FORMAT,
                    inputs.front().Name() + ": holds nothing that a page could show."};
@@ -90,9 +86,6 @@ Status Site::AddInput(const Input& input) {
   if (input.Size() > kLargestFile) {
     return Failure{KAVEPUB_E_LIMIT, input.Name() + ": is larger than a page can be"};
   }
-  std::string bytes(static_cast<size_t>(input.Size()), '\0');
-  const Result<size_t> count = input.Read(0, bytes.data(), bytes.size());
-  if (!count) return count.Why();
   const std::string directory = input.Path().empty() ? "" : DirectoryOf(input.Path());
   const auto [known, isNew] = rootNumbers.try_emplace(directory, roots.size());
   if (isNew) {
@@ -102,7 +95,19 @@ Status Site::AddInput(const Input& input) {
   }
   const std::string& name = input.Name();
   const Root& root = *roots[known->second];
-  Add(known->second, root.pages + name.substr(name.rfind('/') + 1), bytes, kNoPage);
+  SitePage& page = Add(known->second, root.pages + name.substr(name.rfind('/') + 1), kNoPage);
+  reading.Add([this, &input, &page] { return ReadInput(input, page); });
+  return Done();
+}
+
+// Pages are read while the links of those before them are followed.
+Status Site::ReadAll() {
+  for (size_t number = 0; number < pages.size(); ++number) {
+    if (Status status = reading.TakeOldest(); !status) return status;
+    Follow(number);
+    const double share = static_cast<double>(number + 1) / static_cast<double>(pages.size());
+    if (Status status = run.Advance(kShareOfReading * share); !status) return status;
+  }
   return Done();
 }
 
@@ -120,40 +125,62 @@ Result<std::unique_ptr<Site::Root>> Site::RootOf(const std::string& directory) c
 }
 
 // Pages in the order in which they are linked.
-void Site::AddLinked(size_t from) {
-  std::vector<std::string> targets = pages[from].content.frames;
-  for (const PageLink& link : pages[from].content.links) targets.push_back(link.target);
-  if (!pages[from].content.next.empty()) targets.push_back(pages[from].content.next);
-  for (const std::string& target : targets) {
-    const Reference reference = Resolve(target, pages[from].base);
-    if (reference.kind != Reference::Kind::kFile) continue;
-    const size_t root = pages[from].root;
-    for (const std::string& path : PathsOf(reference.target)) {
-      if (Find(root, path) != kNoPage) break;
-      const std::optional<std::string> bytes = LoadPage(root, path);
-      if (!bytes) continue;
-      Add(root, path, *bytes, from);
-      break;
-    }
+void Site::Follow(size_t from) {
+  SitePage& page = pages[from];
+  for (const std::string& frame : page.content.frames) Lead(from, frame);
+  page.links.reserve(page.content.links.size());
+  for (PageLink& link : page.content.links) {
+    page.links.push_back(Lead(from, std::exchange(link.target, {})));
   }
+  if (!page.content.next.empty()) page.next = Lead(from, page.content.next);
 }
 
-void Site::Add(size_t root, std::string path, std::string_view bytes, size_t from) {
-  SitePage page{root, std::move(path), {}, ReadPage(HtmlToUtf8(bytes, options.encoding)), {}};
+// The page that a page leads to, which may be a new one.
+size_t Site::Lead(size_t from, const std::string& target) {
+  const Reference reference = Resolve(target, pages[from].base);
+  if (reference.kind != Reference::Kind::kFile) return kNoPage;
+  const size_t root = pages[from].root;
+  for (const std::string& path : PathsOf(reference.target)) {
+    const auto [known, isNew] = numbers.try_emplace(std::pair(root, path), kNoPage);
+    if (isNew && IsPage(root, path)) {
+      SitePage& page = Add(root, path, from);
+      reading.Add([this, &page] { return ReadLinked(page); });
+    }
+    if (known->second != kNoPage) return known->second;
+  }
+  return kNoPage;
+}
+
+SitePage& Site::Add(size_t root, std::string path, size_t from) {
+  const size_t number = pages.size();
+  SitePage& page = pages.emplace_back(SitePage{root, std::move(path), {}, {}, {}, {}});
   page.from = from;
+  const auto [known, isNew] = numbers.try_emplace(std::pair(root, page.path), number);
+  if (known->second == kNoPage) known->second = number;
+  return page;
+}
+
+Status Site::ReadInput(const Input& input, SitePage& page) {
+  std::string bytes(static_cast<size_t>(input.Size()), '\0');
+  const Result<size_t> count = input.Read(0, bytes.data(), bytes.size());
+  if (!count) return count.Why();
+  Take(bytes, page);
+  return Done();
+}
+
+// One that has gone meanwhile is empty.
+Status Site::ReadLinked(SitePage& page) {
+  const UniqueFd file = roots[page.root]->directory.Open(page.path);
+  Take(file ? ReadFile(file.Get()).value_or("") : "", page);
+  return Done();
+}
+
+void Site::Take(std::string_view bytes, SitePage& page) {
+  page.content = ReadPage(HtmlToUtf8(bytes, options.encoding));
   const Reference base = Resolve(page.content.base, page.path);
   page.base = base.kind == Reference::Kind::kFile ? base.target : page.path;
-  numbers.emplace(std::pair(root, page.path), pages.size());
-  pages.push_back(std::move(page));
-}
-
-void Site::Connect(SitePage& page) const {
-  const auto lead = [&](const std::string& target) {
-    return target.empty() ? kNoPage : PageOf(page, Resolve(target, page.base));
-  };
-  for (const PageLink& link : page.content.links) page.links.push_back(lead(link.target));
-  page.next = lead(page.content.next);
-  page.up = lead(page.content.up);
+  page.body = KeptText(std::move(page.content.markup.body));
+  if (keptBytes.fetch_add(page.body.Size()) > kKeptAsTheyAre) page.body.Pack();
 }
 
 size_t Site::PageOf(const SitePage& from, const Reference& reference) const {
@@ -169,16 +196,15 @@ size_t Site::Find(size_t root, const std::string& path) const {
   return known == numbers.end() ? kNoPage : known->second;
 }
 
-std::optional<std::string> Site::LoadPage(size_t root, const std::string& path) const {
-  if (!IsCalledPage(path) || !path.starts_with(roots[root]->pages)) return std::nullopt;
-  const UniqueFd file = roots[root]->directory.Open(path);
-  return file ? ReadAll(file.Get()) : std::nullopt;
+bool Site::IsPage(size_t root, const std::string& path) const {
+  return IsCalledPage(path) && path.starts_with(roots[root]->pages) &&
+         roots[root]->directory.Open(path);
 }
 
 std::optional<std::string> Site::Load(size_t root, const std::string& written) const {
   for (const std::string& path : PathsOf(written)) {
     const UniqueFd file = roots[root]->directory.Open(path);
-    if (file) return ReadAll(file.Get());
+    if (file) return ReadFile(file.Get());
   }
   return std::nullopt;
 }

@@ -2,6 +2,8 @@
 #ifndef KAVEPUB_HTML_SITE_H
 #define KAVEPUB_HTML_SITE_H
 
+#include <atomic>
+#include <deque>
 #include <map>
 #include <memory>
 #include <optional>
@@ -11,6 +13,8 @@
 
 #include "base/directory_root.h"
 #include "edition/book/input.h"
+#include "edition/book/kept_text.h"
+#include "edition/book/ordered_work.h"
 #include "edition/book/run.h"
 #include "edition/book/source.h"
 #include "edition/page/page.h"
@@ -22,20 +26,23 @@ inline constexpr double kShareOfReading = 0.6;
 inline constexpr size_t kNoPage = SIZE_MAX;
 
 struct SitePage {
-  size_t root;       // the number of the directory that it is below
-  std::string path;  // from there
-  std::string base;  // what its references are relative to
-  HtmlPage content;
+  size_t root;                // the number of the directory that it is below
+  std::string path;           // from there
+  std::string base;           // what its references are relative to
+  HtmlPage content;           // but for its body
+  KeptText body;              // the same of its markup
   std::vector<size_t> links;  // for each link of the content, the page it leads to, or kNoPage
   size_t next = kNoPage;
   size_t up = kNoPage;
   size_t from = kNoPage;  // the page that led here first
 };
 
+using SitePages = std::deque<SitePage>;
+
 class Site {
  public:
   Site(const std::vector<Input>& given, const SourceOptions& chosen, Run& shared)
-      : inputs(given), options(chosen), run(shared) {}
+      : inputs(given), options(chosen), run(shared), reading(chosen.threads) {}
 
   // Reads the inputs, and all pages that they lead to, below their directories.
   Status Read();
@@ -46,8 +53,8 @@ class Site {
   // The content of a file that a page shows; nothing where it cannot be had.
   std::optional<std::string> Load(size_t root, const std::string& path) const;
 
-  std::vector<SitePage>& Pages() { return pages; }
-  const std::vector<SitePage>& Pages() const { return pages; }
+  SitePages& Pages() { return pages; }
+  const SitePages& Pages() const { return pages; }
   size_t Inputs() const { return inputs.size(); }  // which are the first pages
 
  private:
@@ -58,10 +65,14 @@ class Site {
 
   Result<std::unique_ptr<Root>> RootOf(const std::string& directory) const;
   Status AddInput(const Input& input);
-  void AddLinked(size_t from);
-  void Add(size_t root, std::string path, std::string_view bytes, size_t from);
-  void Connect(SitePage& page) const;
-  std::optional<std::string> LoadPage(size_t root, const std::string& path) const;
+  Status ReadAll();
+  void Follow(size_t from);
+  size_t Lead(size_t from, const std::string& target);
+  SitePage& Add(size_t root, std::string path, size_t from);
+  Status ReadInput(const Input& input, SitePage& page);
+  Status ReadLinked(SitePage& page);
+  void Take(std::string_view bytes, SitePage& page);
+  bool IsPage(size_t root, const std::string& path) const;
   size_t Find(size_t root, const std::string& path) const;
 
   const std::vector<Input>& inputs;
@@ -69,8 +80,10 @@ class Site {
   Run& run;
   std::vector<std::unique_ptr<Root>> roots;
   std::map<std::string, size_t> rootNumbers;  // by directory
-  std::vector<SitePage> pages;
-  std::map<std::pair<size_t, std::string>, size_t> numbers;
+  SitePages pages;
+  std::map<std::pair<size_t, std::string>, size_t> numbers;  // kNoPage for files that are none
+  std::atomic<size_t> keptBytes = 0;                         // of bodies
+  OrderedWork reading;                                       // the last member: it uses the others
 };
 
 #endif

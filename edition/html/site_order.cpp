@@ -137,7 +137,7 @@ class Order {
   }
 
   const Site& site;
-  const std::vector<SitePage>& pages;
+  const SitePages& pages;
   const std::vector<std::vector<bool>>& repeated;
   std::vector<size_t> parents;
   std::vector<bool> taken;

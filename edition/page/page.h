@@ -30,7 +30,6 @@ struct PageReference {
 // A link to another page, in the order of the page.
 struct PageLink {
   std::string target;
-  std::string text;
   unsigned depth = 0;  // of the lists that it stands in
   size_t part = kNoPart;
 };

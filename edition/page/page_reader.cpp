@@ -264,7 +264,7 @@ class Reader {
     ++openLinks;
     attributes += AddReference({PageReference::Kind::kLink, {href}, {}, {}, {}});
     if (page.links.size() < kMostLinks) {
-      page.links.push_back({href, {}, static_cast<unsigned>(lists), PartHere()});
+      page.links.push_back({href, static_cast<unsigned>(lists), PartHere()});
     }
     return true;
   }
@@ -325,8 +325,6 @@ class Reader {
     std::string safe;
     if (!isPlain) text = safe = ToXmlCharacters(text);
     if (heading) heading->title += text;
-    if (openLinks > 0 && page.links.back().text.size() < kLongestLabel)
-      page.links.back().text += text;
     writer.Text(text);
   }
 
@@ -369,7 +367,6 @@ class Reader {
   }
 
   static constexpr size_t kMostLinks = 100'000;
-  static constexpr size_t kLongestLabel = 512;
   static constexpr std::uint32_t kSmallPart = 200;
 
   const PageTree& tree;

@@ -64,12 +64,16 @@ class Editions(unittest.TestCase):
         self.addCleanup(directory.cleanup)
         self.dir = Path(directory.name)
 
-    def make(self, *options, name="in.txt", content=b"Hello.\n", library=None):
-        """The code, and the warnings or the words; values that are bytes are contents of files."""
+    def make(self, *options, name="in.txt", content=b"Hello.\n", library=None, path=None):
+        """Of a path or a content; the code, and the warnings or the words; values that are bytes are contents of files."""
         library = library or self.library
         job = ctypes.c_void_p(library.kavepub_job_new())
         try:
-            library.kavepub_job_add_memory(job, name.encode(), content, ctypes.c_size_t(len(content)))
+            if path is not None:
+                library.kavepub_job_add_path(job, str(path).encode())
+            else:
+                library.kavepub_job_add_memory(job, name.encode(), content,
+                                               ctypes.c_size_t(len(content)))
             self.path = self.dir / "book.epub"
             library.kavepub_job_set_output_path(job, str(self.path).encode())
             for option, value in options:
@@ -223,6 +227,10 @@ class Editions(unittest.TestCase):
         self.addCleanup(os.chdir, os.getcwd())
         self.addCleanup(time.tzset)
         self.addCleanup(locale.setlocale, locale.LC_ALL, locale.setlocale(locale.LC_ALL))
+        links = "".join(f"<li><a href='{page}.html#p'>{page}</a>" for page in range(40))
+        for page in range(40):
+            (self.dir / f"{page}.html").write_text(
+                f"<ol>{links}</ol><h1 id=p>Page {page}</h1>" + "<p>Ships &amp; sails." * (page * 99))
         books = set()
         with unittest.mock.patch.dict(os.environ):
             for threads, zone, place, language in (("1", "UTC", "/", "C"),
@@ -232,9 +240,10 @@ class Editions(unittest.TestCase):
                 time.tzset()
                 os.chdir(place)
                 locale.setlocale(locale.LC_ALL, language)
-                self.assertEqual(self.make(("threads", threads), content=text)[0], 0)
-                books.add(self.path.read_bytes())
-        self.assertEqual(len(books), 1)
+                for source in ({"content": text}, {"path": self.dir / "0.html"}):
+                    self.assertEqual(self.make(("threads", threads), **source)[0], 0)
+                    books.add(self.path.read_bytes())
+        self.assertEqual(len(books), 2)
 
     def test_style_sheets(self):
         self.make(("css", b"\xef\xbb\xbfp { color: navy; }"))

@@ -108,13 +108,8 @@ Scenario LargeBook() {
 
 // A book of the reader's edition. Covers are drawn by libraries that end the process when they get
 // no memory.
-Scenario EditionBook(const char* threads) {
-  std::string text;
-  for (int chapter = 1; chapter < 4; ++chapter) {
-    text += "CHAPTER " + std::to_string(chapter) + "\n\n";
-    for (int line = 0; line < 40; ++line) text += "A line of t\xC3\xA9xt & more, as they are.\n\n";
-  }
-  return [path = Sources().Write("novel.txt", text), threads](const char*, const char* output) {
+Scenario EditionBook(const std::string& source, const char* threads) {
+  return [path = source, threads](const char*, const char* output) {
     kavepub_job* job = kavepub_job_new();
     int code = kavepub_job_add_path(job, path.c_str());
     if (job == nullptr) code = KAVEPUB_E_MEMORY;
@@ -125,6 +120,15 @@ Scenario EditionBook(const char* threads) {
     kavepub_job_free(job);
     return code;
   };
+}
+
+std::string NovelFile() {
+  std::string text;
+  for (int chapter = 1; chapter < 4; ++chapter) {
+    text += "CHAPTER " + std::to_string(chapter) + "\n\n";
+    for (int line = 0; line < 40; ++line) text += "A line of t\xC3\xA9xt & more, as they are.\n\n";
+  }
+  return Sources().Write("novel.txt", text);
 }
 
 }  // namespace
@@ -145,8 +149,10 @@ const std::map<std::string, Scenario> kScenarios = {
     {"mobi", MobiBook("old.mobi")},
     {"kf8", MobiBook("new.mobi")},
     {"large", LargeBook()},
-    {"edition", EditionBook("1")},
-    {"edition_threads", EditionBook("8")},
+    {"edition", EditionBook(NovelFile(), "1")},
+    {"edition_threads", EditionBook(NovelFile(), "8")},
+    {"site", EditionBook(HtmlFile(), "1")},
+    {"site_threads", EditionBook(HtmlFile(), "8")},
 };
 
 bool IsDocumented(int code) {
