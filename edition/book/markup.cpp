@@ -1,6 +1,8 @@
 // Escaping of the characters that mean something in markup.
 #include "edition/book/markup.h"
 
+#include <algorithm>
+
 namespace {
 
 const char* EscapeOf(char letter) {
@@ -19,12 +21,16 @@ const char* EscapeOf(char letter) {
 }  // namespace
 
 void AppendEscaped(std::string_view text, std::string& markup) {
-  size_t begin = 0;
-  for (size_t end = 0; (end = text.find_first_of("&<>\"", begin)) != std::string_view::npos;) {
-    markup.append(text, begin, end - begin).append(EscapeOf(text[end]));
-    begin = end + 1;
+  for (;;) {
+    const auto* place = std::find_if(text.begin(), text.end(), [](char c) {
+      return c == '&' || c == '<' || c == '>' || c == '"';
+    });
+    const auto size = static_cast<size_t>(place - text.begin());
+    markup.append(text, 0, size);
+    if (size == text.size()) return;
+    markup += EscapeOf(*place);
+    text.remove_prefix(size + 1);
   }
-  markup.append(text, begin);
 }
 
 std::string Escaped(std::string_view text) {

@@ -8,28 +8,37 @@
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n";
+bool IsBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
-// Walks over the attributes of a name in well-formed markup: visit(begin, length) of each value.
+// Walks over the attributes of a name in well-formed markup: visit(begin, length) of each value,
+// which says whether to go on.
 template <typename Visitor>
 void ForEachAttribute(std::string_view markup, std::string_view name, Visitor visit) {
+  const size_t size = markup.size();
+  // Everything of every page comes by here, so each character is looked at once.
+  const auto find = [&](size_t from, auto isIt) {
+    while (from < size && !isIt(markup[from])) ++from;
+    return from;
+  };
   size_t at = 0;
   while ((at = markup.find('<', at)) != std::string_view::npos) {
-    at = markup.find_first_of(" \t\r\n>", at);
-    while (at < markup.size() && markup[at] != '>') {
-      const size_t begin = markup.find_first_not_of(kBlanks, at);
-      const size_t equals = markup.find_first_of("=>", begin);
-      if (equals == std::string_view::npos || markup[equals] == '>') {
-        at = equals;
+    at = find(at, [](char c) { return c == '>' || IsBlank(c); });
+    while (at < size && markup[at] != '>') {
+      const size_t begin = find(at, [](char c) { return !IsBlank(c); });
+      const size_t behind = find(begin, [](char c) { return c == '=' || c == '>' || IsBlank(c); });
+      const size_t equals = find(behind, [](char c) { return !IsBlank(c); });
+      if (equals == size || markup[equals] != '=') {
+        at = find(equals, [](char c) { return c == '>'; });
         break;
       }
-      const size_t quote = markup.find_first_of("\"'", equals);
-      if (quote == std::string_view::npos) return;
+      const size_t quote = find(equals, [](char c) { return c == '"' || c == '\''; });
+      if (quote == size) return;
       const size_t end = markup.find(markup[quote], quote + 1);
       if (end == std::string_view::npos) return;
-      const std::string_view found = markup.substr(begin, equals - begin);
-      if (found.substr(0, found.find_last_not_of(kBlanks) + 1) == name) {
-        visit(quote + 1, end - quote - 1);
+      if (markup.substr(begin, behind - begin) == name && !visit(quote + 1, end - quote - 1)) {
+        return;
       }
       at = end + 1;
     }
@@ -66,6 +75,7 @@ std::string PageLinks::Key(size_t document, std::string_view id) {
 void PageLinks::NoteIds(size_t document, size_t page, std::string_view body) {
   ForEachAttribute(body, "id", [&](size_t begin, size_t length) {
     pages.emplace(Key(document, body.substr(begin, length)), page);
+    return true;
   });
 }
 
@@ -82,15 +92,19 @@ bool PageLinks::Resolve(size_t document, size_t page, size_t unfinished, std::st
   ForEachAttribute(body, "href", [&](size_t begin, size_t length) {
     const std::optional<Target> target =
         TargetOf(std::string_view(body).substr(begin, length), document);
-    if (!target) return;
+    if (!target) return true;
     const auto known = pages.find(Key(target->document, target->id));
-    if (known == pages.end() && target->document >= unfinished) isComplete = false;
+    if (known == pages.end() && target->document >= unfinished) {
+      isComplete = false;
+      return false;
+    }
     const size_t there = known == pages.end() ? 0 : known->second;
     const bool isHere = target->document == document && there == page;
     resolved.append(body, taken, begin - taken);
     if (!isHere) resolved += PageName(target->document, there);
     resolved.append("#").append(target->id);
     taken = begin + length;
+    return true;
   });
   if (!isComplete) return false;
   if (taken > 0) body = resolved.append(body, taken);

@@ -204,6 +204,16 @@ constexpr struct {
     {"value", "li", "counter-set", FirstNumber},
 };
 
+// Those that most elements have, and that neither stay nor become style by a table.
+constexpr std::string_view kUsual[] = {"class", "href", "id", "name", "rel", "src"};
+
+bool HasUsualOnly(const GumboNode& element) {
+  const GumboVector& all = element.v.element.attributes;
+  return std::all_of(all.data, all.data + all.length, [](const void* attribute) {
+    return IsOneOf(kUsual, static_cast<const GumboAttribute*>(attribute)->name);
+  });
+}
+
 void AddPresentation(const GumboNode& element, std::string_view name, std::string& style) {
   for (const char* html = ""; const auto& row : kStyles) {
     const bool isOwn = row.element == name;
@@ -236,7 +246,7 @@ void AppendSafe(std::string_view text, std::string& markup) {
 std::string StyleOf(const GumboNode& element, std::string_view name, StyleRules& rules,
                     const StyleRules::Refer& refer) {
   std::string style;
-  if (element.v.element.attributes.length == 0) return style;
+  if (HasUsualOnly(element)) return style;
   AddPresentation(element, name, style);
   const std::string_view background = AttributeOf(element, "background");
   if (!background.empty()) {
@@ -257,7 +267,7 @@ std::string AttributesOf(const GumboNode& element, std::string_view name,
     if (!own.empty()) classes.append(classes.empty() ? "" : " ").append(own);
     if (!classes.empty()) Put("class", classes, attributes);
   }
-  if (element.v.element.attributes.length == 0) return attributes;
+  if (style.empty() && HasUsualOnly(element)) return attributes;
   for (const auto& row : kAttributes) {
     if (!row.element.empty() && row.element != name) continue;
     const std::string_view value = AttributeOf(element, row.html);

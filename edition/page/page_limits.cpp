@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <span>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -53,6 +54,42 @@ constexpr Names kRaw = {"iframe", "noembed",  "noframes", "script",
 // In these, tags may mean something else.
 constexpr Names kUncertain = {"frameset", "math", "select", "svg"};
 
+// What is known of a name, as bits.
+enum Trait : unsigned {
+  kIsVoid = 1,
+  kIsSelfEnding = 2,
+  kIsFormatting = 4,
+  kIsBlock = 8,
+  kIsBarrier = 16,
+  kIsForeign = 32,
+  kIsRaw = 64,
+  kIsUncertain = 128
+};
+
+unsigned TraitsOf(std::string_view name) {
+  static const auto kTraits = [] {
+    std::unordered_map<std::string_view, unsigned> traits;
+    const auto add = [&](std::span<const std::string_view> names, Trait trait) {
+      for (const std::string_view known : names) traits[known] |= trait;
+    };
+    add(kVoid, kIsVoid);
+    add(kSelfEnding, kIsSelfEnding);
+    add(kFormattingNames, kIsFormatting);
+    add(kBlockNames, kIsBlock);
+    add(kBarriers, kIsBarrier);
+    add(kForeignNames, kIsForeign);
+    add(kRaw, kIsRaw);
+    add(kUncertain, kIsUncertain);
+    return traits;
+  }();
+  const auto known = kTraits.find(name);
+  return known == kTraits.end() ? 0 : known->second;
+}
+
+bool EndsName(char c) {
+  return c == '>' || c == '/' || c == ' ' || (c >= '\t' && c <= '\r' && c != '\v');
+}
+
 bool IsLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
@@ -86,15 +123,21 @@ class Limiter {
   std::string Take() { return std::move(out); }
 
  private:
-  enum class Kind { kBlock, kBarrier, kFormatting, kOther };
   struct Open {
     std::string name;
-    Kind kind;
+    unsigned traits;
     std::string_view tag;
   };
 
+  // The first place from one on of which it holds; the end where there is none.
+  template <typename Holds>
+  size_t Find(size_t from, Holds holds) const {
+    while (from < html.size() && !holds(html[from])) ++from;
+    return from;
+  }
+
   std::string Name() {
-    const size_t end = std::min(html.find_first_of(" \t\n\r\f/>", at), html.size());
+    const size_t end = Find(at, EndsName);
     constexpr size_t kLongest = 32;
     std::string name = Lowered(html.substr(at, std::min(end - at, kLongest)));
     at = end;
@@ -106,14 +149,13 @@ class Limiter {
     const std::string name = Name();
     const size_t behindName = at;
     const size_t end = Attributes();
-    if (IsOneOf(kUncertain, name)) isUncertain = true;
-    if (Begins(name, html.substr(begin, end - begin)) &&
-        !Enter(name, html.substr(begin, end - begin))) {
-      Replace(begin, behindName);
-    }
+    const unsigned traits = TraitsOf(name);
+    if ((traits & kIsUncertain) != 0) isUncertain = true;
+    const std::string_view tag = html.substr(begin, end - begin);
+    if (Begins(traits, tag) && !Enter(name, traits, tag)) Replace(begin, behindName);
     // What looks like attributes may be more tags where it is not known what tags mean.
     at = isUncertain ? behindName : end;
-    if (!isUncertain && IsOneOf(kRaw, name)) SkipRaw(name);
+    if (!isUncertain && (traits & kIsRaw) != 0) SkipRaw(name);
   }
 
   // Goes over the attributes of a tag, and leaves out those that are too many; where it ends.
@@ -121,24 +163,21 @@ class Limiter {
     size_t count = 0;
     size_t last = at;
     size_t position = at;
-    const auto skip = [&](std::string_view letters) {
-      position = std::min(html.find_first_not_of(letters, position), html.size());
-    };
+    const auto isNoBlank = [](char c) { return c == '>' || c == '/' || !EndsName(c); };
     for (;;) {
-      skip(" \t\n\r\f/");
+      position = Find(position, [](char c) { return c == '>' || !EndsName(c); });
       if (position >= html.size() || html[position] == '>') break;
       if (++count == kMostAttributes) last = position;
-      position = std::min(html.find_first_of(" \t\n\r\f/>=", position + 1), html.size());
-      skip(kBlanks);
+      position = Find(position + 1, [](char c) { return c == '=' || EndsName(c); });
+      position = Find(position, isNoBlank);
       if (position >= html.size() || html[position] != '=') continue;
-      ++position;
-      skip(kBlanks);
+      position = Find(position + 1, isNoBlank);
       if (position >= html.size()) break;
       const char quote = html[position];
       if (quote == '"' || quote == '\'') {
         position = std::min(html.find(quote, position + 1), html.size() - 1) + 1;
       } else {
-        position = std::min(html.find_first_of(" \t\n\r\f>", position), html.size());
+        position = Find(position, [](char c) { return c != '/' && EndsName(c); });
       }
     }
     if (count > kMostAttributes) Cut(last, position);
@@ -160,53 +199,49 @@ class Limiter {
   }
 
   // Whether an element stays open.
-  bool Begins(const std::string& name, std::string_view tag) {
+  bool Begins(unsigned traits, std::string_view tag) const {
     if (foreign > 0) {
       const bool isClosed = tag.ends_with('/') &&
                             std::count(tag.begin(), tag.end(), '"') % 2 == 0 &&
                             std::count(tag.begin(), tag.end(), '\'') % 2 == 0;
       return !isClosed;
     }
-    return !IsOneOf(kVoid, name) && !IsOneOf(kSelfEnding, name);
-  }
-
-  static Kind KindOf(const std::string& name) {
-    if (IsOneOf(kBlockNames, name)) return Kind::kBlock;
-    if (IsOneOf(kBarriers, name)) return Kind::kBarrier;
-    return IsOneOf(kFormattingNames, name) ? Kind::kFormatting : Kind::kOther;
+    return (traits & (kIsVoid | kIsSelfEnding)) == 0;
   }
 
   // False when it would go too deep.
-  bool Enter(const std::string& name, std::string_view tag) {
-    const Kind kind = KindOf(name);
+  bool Enter(const std::string& name, unsigned traits, std::string_view tag) {
     if (open.size() >= kDeepest) return false;
-    if (kind == Kind::kFormatting && unended >= kMostUnended) return false;
-    if (IsOneOf(kForeignNames, name)) ++foreign;
-    open.push_back({name, kind, tag});
+    if ((traits & kIsFormatting) != 0 && unended >= kMostUnended) return false;
+    if ((traits & kIsForeign) != 0) ++foreign;
+    open.push_back({name, traits, tag});
     return true;
   }
 
   void End(const std::string& name) {
-    const Kind kind = KindOf(name);
+    constexpr unsigned kOfKind = kIsBlock | kIsBarrier | kIsFormatting;
+    const unsigned traits = TraitsOf(name);
     for (size_t i = open.size(); i-- > 0;) {
       const Open& element = open[i];
-      if (element.name == name) return Leave(i, kind);
-      if (element.kind == Kind::kBarrier && kind != Kind::kBarrier) return;
-      if (element.kind == Kind::kBarrier && IsOneOf(kForeignNames, element.name)) return;
-      if (element.kind == Kind::kBlock && kind == Kind::kOther) return;
+      if (element.name == name) return Leave(i, traits);
+      const bool isBarrier = (element.traits & kIsBarrier) != 0;
+      if (isBarrier && (traits & kIsBarrier) == 0) return;
+      if (isBarrier && (element.traits & kIsForeign) != 0) return;
+      if ((element.traits & kIsBlock) != 0 && (traits & kOfKind) == 0) return;
     }
   }
 
-  void Leave(size_t number, Kind kind) {
-    if (kind == Kind::kFormatting) {
+  void Leave(size_t number, unsigned traits) {
+    if ((traits & kIsFormatting) != 0) {
       open.erase(open.begin() + static_cast<std::ptrdiff_t>(number));
       return;
     }
     while (open.size() > number) {
       const Open& element = open.back();
-      if (IsOneOf(kForeignNames, element.name)) --foreign;
+      if ((element.traits & kIsForeign) != 0) --foreign;
       // The parser opens it again in what follows.
-      if (element.kind == Kind::kFormatting && ++alike[element.tag] <= kMostUnendedAlike) ++unended;
+      const bool isFormatting = (element.traits & kIsFormatting) != 0;
+      if (isFormatting && ++alike[element.tag] <= kMostUnendedAlike) ++unended;
       open.pop_back();
     }
   }
