@@ -29,6 +29,9 @@ constexpr char kContainer[] =
 // A page file has at most 250 KB. Some of it is left for its frame, and for links that grow.
 constexpr size_t kMostBody = 240'000;
 
+// Of pages whose links lead on; further ones are packed.
+constexpr size_t kKeptAsTheyAre = size_t{1} << 24;
+
 // The container has 32 bits for the size of an entry.
 constexpr size_t kMostEntry = 0xFFFFFFFE;
 
@@ -231,8 +234,10 @@ Status EpubWriter::AddPage(std::string body, bool isLast) {
   if (!isOnly) links.NoteIds(document, page, body);
   const size_t unfinished = isLast ? document + 1 : document;
   if (!links.Resolve(document, page, unfinished, body)) {
+    waitingBytes += body.size();
     waiting.push_back(
-        {document, page, current.title, current.language, current.look, std::move(body)});
+        {document, page, current.title, current.language, current.look, KeptText(std::move(body))});
+    if (waitingBytes > kKeptAsTheyAre) waiting.back().body.Pack();
     return Done();
   }
   return PackPage(PageName(document, page),
@@ -242,10 +247,11 @@ Status EpubWriter::AddPage(std::string body, bool isLast) {
 
 Status EpubWriter::AddWaitingPages() {
   for (WaitingPage& page : waiting) {
-    links.Resolve(page.document, page.page, parts.documents.size(), page.body);
+    std::string body = page.body.Take();
+    links.Resolve(page.document, page.page, parts.documents.size(), body);
     const char* bodyClass = ClassOf(parts.documents[page.document].role);
     if (Status status = PackPage(PageName(page.document, page.page),
-                                 {page.title, page.language, bodyClass, page.body,
+                                 {page.title, page.language, bodyClass, body,
                                   page.look ? &*page.look : nullptr, hasFurtherSheet});
         !status) {
       return status;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/zip_stream.h"
+#include "edition/book/kept_text.h"
 #include "edition/book/output.h"
 #include "edition/book/sink.h"
 #include "edition/epub/package_document.h"
@@ -50,7 +51,7 @@ class EpubWriter : public BookSink {
     std::string title;
     std::string language;
     std::optional<Document::Look> look;
-    std::string body;
+    KeptText body;
   };
 
   Status AddPages(bool isEnd);
@@ -83,6 +84,7 @@ class EpubWriter : public BookSink {
   bool hasFurtherSheet = false;
   Document current;  // with what of it is in no page yet
   std::vector<WaitingPage> waiting;
+  size_t waitingBytes = 0;
 };
 
 #endif

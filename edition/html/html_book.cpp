@@ -74,13 +74,17 @@ class Maker {
     HtmlPage& content = page.content;
     content.markup.body = page.body.Take();
     std::vector<bool> isPut(content.references.size(), false);
+    std::vector<std::string> links(content.references.size());
     const ResolveMark resolve = [&](size_t reference) {
       const PageReference& put = content.references[reference];
       const bool isLong =
           put.kind == PageReference::Kind::kLink && put.targets.front().size() > kLongestRepeated;
       if (isLong && isPut[reference]) return Result<std::string>(std::string());
+      const bool isNew = !isPut[reference];
       isPut[reference] = true;
-      return Becomes(page, put);
+      if (put.kind != PageReference::Kind::kLink) return Becomes(page, put);
+      if (isNew) links[reference] = Link(page, put.targets.front());
+      return Result<std::string>(links[reference]);
     };
     Document document;
     document.title = TitleOf(content, dropped[number]);

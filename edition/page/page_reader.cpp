@@ -6,6 +6,7 @@
 #include <charconv>
 #include <iterator>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 
 #include "base/text_gate.h"
@@ -105,6 +106,20 @@ bool IsAround(const GumboNode& element, std::string_view name) {
          HasAroundWord(AttributeOf(element, "class")) || HasAroundWord(AttributeOf(element, "id"));
 }
 
+// A tag's number is found more quickly than its name.
+const ElementRule& RuleOfElement(const GumboNode& element, std::string_view name) {
+  static const auto kByTag = [] {
+    std::array<const ElementRule*, GUMBO_TAG_UNKNOWN> rules{};
+    for (int tag = 0; tag < GUMBO_TAG_UNKNOWN; ++tag) {
+      rules[static_cast<size_t>(tag)] =
+          &RuleOf(gumbo_normalized_tagname(static_cast<GumboTag>(tag)));
+    }
+    return rules;
+  }();
+  const GumboTag tag = element.v.element.tag;
+  return tag < GUMBO_TAG_UNKNOWN ? *kByTag[static_cast<size_t>(tag)] : RuleOf(name);
+}
+
 class Reader {
  public:
   explicit Reader(const PageTree& read) : tree(read), weights(WeighElements(tree.Root())) {}
@@ -158,7 +173,7 @@ class Reader {
       return Skip(node);
     }
     const std::string name = Lowered(NameOf(node));
-    ElementRule rule = RuleOf(name);
+    ElementRule rule = RuleOfElement(node, name);
     if (space == GUMBO_NAMESPACE_MATHML) rule = RuleOfFormula(node);
     if (IsHidden(node, name)) rule.fate = ElementRule::Fate::kDropped;
     if (name == "noscript" && HoldsPicture(node)) rule.fate = ElementRule::Fate::kOpened;
@@ -221,7 +236,8 @@ class Reader {
     if (isFrame) added.append(added.empty() ? "" : " ").append(kPageClass);
     std::string attributes = AttributesOf(node, name, added, StyleOf(node, name, rules, Refer()));
     std::string id = IdOf(node, name);
-    const bool isLink = name == "a" && BeginLink(node, attributes, begun);
+    // In a formula it becomes another element.
+    const bool isLink = name == rule.name && name == "a" && BeginLink(node, attributes, begun);
     if (name.size() == 2 && name[0] == 'h' && name[1] >= '1' && name[1] <= '6') {
       BeginHeading(static_cast<unsigned>(name[1] - '0'), id, begun);
     }
@@ -262,7 +278,7 @@ class Reader {
     if (href == nullptr || openLinks > 0) return false;
     begun.isLink = true;
     ++openLinks;
-    attributes += AddReference({PageReference::Kind::kLink, {href}, {}, {}, {}});
+    attributes += AddLink(href);
     if (page.links.size() < kMostLinks) {
       page.links.push_back({href, static_cast<unsigned>(lists), PartHere()});
     }
@@ -328,11 +344,24 @@ class Reader {
     writer.Text(text);
   }
 
+  static std::string MarkOf(size_t reference) {
+    return std::string(1, kReferenceMark).append(std::to_string(reference)).append(1, kMarkEnd);
+  }
+
   // The mark that stands for it.
   std::string AddReference(PageReference reference) {
     page.references.push_back(std::move(reference));
-    std::string mark(1, kReferenceMark);
-    return mark.append(std::to_string(page.references.size() - 1)).append(1, kMarkEnd);
+    return MarkOf(page.references.size() - 1);
+  }
+
+  // Links to one place are one reference; long ones are not, as each of these is put once.
+  std::string AddLink(const char* target) {
+    const std::string_view written = target;
+    if (written.size() <= kLongestShared) {
+      const auto [known, isNew] = links.try_emplace(written, page.references.size());
+      if (!isNew) return MarkOf(known->second);
+    }
+    return AddReference({PageReference::Kind::kLink, {target}, {}, {}, {}});
   }
 
   StyleRules::Refer Refer() {
@@ -367,6 +396,7 @@ class Reader {
   }
 
   static constexpr size_t kMostLinks = 100'000;
+  static constexpr size_t kLongestShared = 256;
   static constexpr std::uint32_t kSmallPart = 200;
 
   const PageTree& tree;
@@ -376,6 +406,7 @@ class Reader {
   StyleRules rules;
   std::vector<Begun> path;
   std::vector<size_t> openParts;
+  std::unordered_map<std::string_view, size_t> links;  // references, by what the tree holds
   std::optional<PageHeading> heading;
   size_t number = 0;  // of the next element
   std::uint32_t whole = 0;
