@@ -1,28 +1,17 @@
 // Loads libkavepub-cover from beside this library when the first cover is drawn.
 #include "edition/drawn_cover.h"
 
-#include <dlfcn.h>
 #include <sys/mman.h>
 
 #include <string>
 
 #include "base/large_stack.h"
+#include "edition/book/companion.h"
 #include "edition/cover/draw_cover.h"
 
 namespace {
 
 constexpr size_t kMostAuthors = 3;
-
-// It stays loaded: what it stands on cannot be unloaded.
-kavepub_cover_function Load() {
-  Dl_info own{};
-  if (dladdr(reinterpret_cast<const void*>(&DrawnCover), &own) == 0) return nullptr;
-  const std::string path = own.dli_fname;
-  const std::string beside = path.substr(0, path.rfind('/') + 1) + KAVEPUB_COVER_LIBRARY;
-  void* library = dlopen(beside.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) return nullptr;
-  return reinterpret_cast<kavepub_cover_function>(dlsym(library, KAVEPUB_COVER_FUNCTION));
-}
 
 std::string AuthorsOf(const Metadata& metadata) {
   std::string authors;
@@ -57,7 +46,8 @@ void Keep(void* user, const void* bytes, size_t size) noexcept {
 }  // namespace
 
 std::optional<Resource> DrawnCover(const Metadata& metadata) {
-  static const kavepub_cover_function draw = Load();
+  static const auto draw = reinterpret_cast<kavepub_cover_function>(
+      CompanionFunction(KAVEPUB_COVER_LIBRARY, KAVEPUB_COVER_FUNCTION));
   const std::string authors = AuthorsOf(metadata);
   const kavepub_cover_texts texts = {metadata.title.c_str(), authors.c_str(),
                                      metadata.language.c_str()};

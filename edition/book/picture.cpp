@@ -1,7 +1,9 @@
 // What a picture is, by its content.
 #include "edition/book/picture.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <iterator>
 
 namespace {
 
@@ -10,6 +12,16 @@ constexpr std::string_view kJpegBegin = "\xFF\xD8\xFF";
 constexpr std::string_view kGifBegins[] = {"GIF87a", "GIF89a"};
 constexpr std::string_view kSvgElement = "<svg";
 constexpr size_t kSvgSearched = 4096;  // declarations, comments and styles may come before
+
+constexpr struct {
+  std::string_view beginning;
+  std::string_view name;
+} kConvertible[] = {
+    {"RIFF....WEBP", "WebP"},
+    {{"BM....\0\0\0\0", 10}, "BMP"},
+    {{"II*\0", 4}, "TIFF"},
+    {{"MM\0*", 4}, "TIFF"},
+};
 
 constexpr size_t kPngSize = 16;  // where the width is, and behind it the height
 constexpr size_t kGifSize = 6;
@@ -64,4 +76,17 @@ std::optional<PictureFacts> ExaminePicture(std::string_view bytes) {
   if (bytes.starts_with(kGifBegins[0]) || bytes.starts_with(kGifBegins[1])) return Gif(bytes);
   if (IsSvg(bytes)) return PictureFacts{"image/svg+xml", ".svg"};
   return std::nullopt;
+}
+
+std::string_view ConvertiblePicture(std::string_view bytes) {
+  const auto* row = std::find_if(
+      std::begin(kConvertible), std::end(kConvertible),
+      [&](const auto& convertible) { return BeginsLike(bytes, convertible.beginning); });
+  return row == std::end(kConvertible) ? std::string_view() : row->name;
+}
+
+bool BeginsLike(std::string_view bytes, std::string_view pattern) {
+  return bytes.size() >= pattern.size() &&
+         std::equal(pattern.begin(), pattern.end(), bytes.begin(),
+                    [](char wanted, char c) { return wanted == '.' || wanted == c; });
 }

@@ -16,4 +16,11 @@ struct PictureFacts {
 // Of the types that every reading system shows: JPEG, PNG, GIF, SVG. Nothing for all else.
 std::optional<PictureFacts> ExaminePicture(std::string_view bytes);
 
+// The name of a type that can be converted to one of these: "WebP", "BMP", "TIFF"; empty for all
+// else. The beginning of the file is enough.
+std::string_view ConvertiblePicture(std::string_view bytes);
+
+// Whether a file begins like a pattern, in which "." stands for any byte.
+bool BeginsLike(std::string_view bytes, std::string_view pattern);
+
 #endif

@@ -95,7 +95,9 @@ std::string BookFiles::AddData(std::string_view uri, Use use) {
 
 std::string BookFiles::AddFile(std::string_view name, std::string bytes, Use use) {
   Resource file{std::string(name), {}, std::move(bytes)};
-  const bool isTaken = TakePicture(file) || (use == Use::kStyle && TakeFont(file));
+  const Result<TakenPicture> taken = TakePicture(file);
+  if (taken && !taken->warning.empty()) run.Warn({taken->warning, file.name});
+  const bool isTaken = taken || (use == Use::kStyle && TakeFont(file));
   return isTaken ? Give(std::move(file)) : std::string();
 }
 

@@ -5,10 +5,18 @@
 #include <string>
 
 #include "edition/book/document.h"
+#include "edition/book/result.h"
 
-// Makes a file one that books can show: JPEG, PNG and GIF as they are, SVG without what runs.
-// False when it is no such picture.
-bool TakePicture(Resource& file);
+struct TakenPicture {
+  std::string title;    // that it has of itself; empty where it has none
+  std::string warning;  // what its reader may miss; empty where that is nothing
+  bool isWhole = true;  // else it is cut off or broken, but may show something
+};
+
+// Makes a file one that books can show: JPEG, PNG and GIF as they are, but JPEG turned as its Exif
+// says; SVG without what runs; WebP, BMP and TIFF as PNG or JPEG. A failure tells in words that go
+// on from its name what keeps it from that.
+Result<TakenPicture> TakePicture(Resource& file);
 
 // Whether it is a font that books can have; sets its type.
 bool TakeFont(Resource& file);

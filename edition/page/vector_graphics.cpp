@@ -308,6 +308,16 @@ void WriteTree(const xmlNode* root, Writer& writer) {
   }
 }
 
+// That of the drawing as a whole.
+std::string TitleOf(const xmlNode& root) {
+  for (const xmlNode* child = root.children; child != nullptr; child = child->next) {
+    if (child->type != XML_ELEMENT_NODE || View(child->name) != "title") continue;
+    const xmlNode* text = child->children;
+    return text == nullptr ? std::string() : OneLine(View(text->content));
+  }
+  return {};
+}
+
 // Entities of a drawing that stand in other files stay there: these may be anything.
 xmlEntity* IfOwn(xmlEntity* entity) {
   const bool isOwn = entity != nullptr && entity->etype != XML_EXTERNAL_GENERAL_PARSED_ENTITY &&
@@ -366,7 +376,7 @@ std::string TitleOfDrawing(const GumboNode& svg) {
   return title;
 }
 
-std::string CleanDrawing(std::string_view file) {
+CleanedDrawing CleanDrawing(std::string_view file) {
   constexpr int kOptions = XML_PARSE_NOENT | XML_PARSE_NONET | XML_PARSE_NOERROR |
                            XML_PARSE_NOWARNING | XML_PARSE_RECOVER | XML_PARSE_NOCDATA;
   const ErrorSilence silence;
@@ -383,5 +393,5 @@ std::string CleanDrawing(std::string_view file) {
   if (root == nullptr || View(root->name) != "svg" || !IsSvg(*root)) return {};
   Writer writer;
   WriteTree(root, writer);
-  return writer.Take();
+  return {writer.Take(), TitleOf(*root), parser->wellFormed == 1};
 }

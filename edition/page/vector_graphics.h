@@ -14,7 +14,13 @@ std::string DrawingOf(const GumboNode& svg);
 // What it shows, in words; empty where it does not say.
 std::string TitleOfDrawing(const GumboNode& svg);
 
-// The same of a file; empty when it is none.
-std::string CleanDrawing(std::string_view file);
+// The same of a file, what it is called, and whether all of it could be read. Empty when it is
+// none.
+struct CleanedDrawing {
+  std::string file;
+  std::string title;
+  bool isWhole = false;
+};
+CleanedDrawing CleanDrawing(std::string_view file);
 
 #endif

@@ -1,11 +1,13 @@
 // Names pictures by their content.
 #include "hosts/kavepub/make/pictures.h"
 
+#include <optional>
 #include <string_view>
 
+#include "base/read_file.h"
+#include "base/whole_picture.h"
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/plan/input_kind.h"
-#include "hosts/kavepub/source/picture_check.h"
 
 namespace {
 
@@ -36,7 +38,8 @@ std::string RequirePicture(const std::filesystem::path& picture) {
     KindOf(picture);  // tells better what is wrong with what is called like a picture
     throw Failure(picture, "is no JPEG, PNG or GIF picture; convert it to one of these first");
   }
-  if (!IsWholePicture(picture, type)) {
+  const std::optional<std::string> file = ReadRegularFile(picture.c_str());
+  if (!file || !IsWholePicture(*file)) {
     throw Failure(picture, "is a picture that is cut off or broken; get a whole copy of it");
   }
   return type;

@@ -1,35 +1,27 @@
 // Knows how JPEG, PNG and GIF pictures are put together.
-#include "hosts/kavepub/source/picture_check.h"
+#include "base/whole_picture.h"
 
 #include <libdeflate.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <string>
-#include <vector>
-
-#include "base/read_file.h"
+#include <iterator>
 
 namespace {
-
-constexpr size_t kBufferSize = size_t{1} << 18;
 
 // The bytes of a file in order. What is read behind its end counts as zero, and is remembered.
 class Bytes {
  public:
-  explicit Bytes(const std::filesystem::path& path) : file(OpenRegularFile(path.c_str())) {}
+  explicit Bytes(std::string_view file) : rest(file) {}
 
   bool IsExhausted() const { return isExhausted; }
 
-  // The bytes that follow, at least one and at most so many; none at the end.
+  // The bytes that follow, at most so many.
   std::string_view Next(std::uint64_t most) {
-    if (begin == end) Fill();
-    const size_t size = std::min<std::uint64_t>(most, end - begin);
-    const std::string_view bytes(buffer.data() + begin, size);
-    begin += size;
+    isExhausted = isExhausted || most > rest.size();
+    const std::string_view bytes = rest.substr(0, static_cast<size_t>(most));
+    rest.remove_prefix(bytes.size());
     return bytes;
   }
 
@@ -44,33 +36,16 @@ class Bytes {
     return number;
   }
 
-  void Skip(std::uint64_t count) {
-    while (count > 0 && !isExhausted) count -= Next(count).size();
-  }
+  void Skip(std::uint64_t count) { Next(count); }
 
   // Goes behind the next such byte.
   void SkipBehind(char byte) {
-    while (!isExhausted) {
-      const std::string_view rest = Next(kBufferSize);
-      const size_t place = rest.find(byte);
-      if (place == std::string_view::npos) continue;
-      begin -= rest.size() - place - 1;
-      return;
-    }
+    const size_t place = rest.find(byte);
+    Next(place == std::string_view::npos ? rest.size() + std::uint64_t{1} : place + 1);
   }
 
  private:
-  void Fill() {
-    const ssize_t count = file ? read(file.Get(), buffer.data(), buffer.size()) : 0;
-    begin = 0;
-    end = count > 0 ? static_cast<size_t>(count) : 0;
-    isExhausted = end == 0;
-  }
-
-  UniqueFd file;
-  std::vector<char> buffer = std::vector<char>(kBufferSize);
-  size_t begin = 0;
-  size_t end = 0;
+  std::string_view rest;
   bool isExhausted = false;
 };
 
@@ -100,19 +75,16 @@ bool IsWholeJpeg(Bytes& bytes) {
 
 bool IsWholePng(Bytes& bytes) {
   constexpr size_t kSignatureSize = 8;
+  constexpr size_t kTypeSize = 4;
   constexpr unsigned char kSmallLetter = 0x20;  // of a part that is not needed to show the picture
   bytes.Skip(kSignatureSize);
   bool hasData = false;
   while (!bytes.IsExhausted()) {
-    std::uint64_t left = bytes.GetNumber(4);
-    std::string type;
-    for (int i = 0; i < 4; ++i) type += static_cast<char>(bytes.Get());
-    std::uint32_t sum = libdeflate_crc32(0, type.data(), type.size());
-    while (left > 0 && !bytes.IsExhausted()) {
-      const std::string_view data = bytes.Next(left);
-      sum = libdeflate_crc32(sum, data.data(), data.size());
-      left -= data.size();
-    }
+    const std::uint64_t size = bytes.GetNumber(4);
+    const std::string_view part = bytes.Next(kTypeSize + size);
+    if (bytes.IsExhausted()) return false;
+    const std::string_view type = part.substr(0, kTypeSize);
+    const std::uint32_t sum = libdeflate_crc32(0, part.data(), part.size());
     const bool isNeeded = (static_cast<unsigned char>(type[0]) & kSmallLetter) == 0;
     if (bytes.GetNumber(4) != sum && isNeeded) return false;
     hasData = hasData || type == "IDAT";
@@ -156,15 +128,16 @@ bool IsWholeGif(Bytes& bytes) {
 }
 
 constexpr struct {
-  std::string_view type;
+  std::string_view beginning;
   bool (*isWhole)(Bytes& bytes);
-} kChecks[] = {{".jpg", IsWholeJpeg}, {".png", IsWholePng}, {".gif", IsWholeGif}};
+} kChecks[] = {{"\xFF\xD8\xFF", IsWholeJpeg}, {"\x89PNG", IsWholePng}, {"GIF8", IsWholeGif}};
 
 }  // namespace
 
-bool IsWholePicture(const std::filesystem::path& picture, std::string_view type) {
-  Bytes bytes(picture);
-  const auto* check = std::find_if(std::begin(kChecks), std::end(kChecks),
-                                   [&](const auto& row) { return row.type == type; });
+bool IsWholePicture(std::string_view file) {
+  Bytes bytes(file);
+  const auto* check = std::find_if(std::begin(kChecks), std::end(kChecks), [&](const auto& row) {
+    return file.starts_with(row.beginning);
+  });
   return check != std::end(kChecks) && check->isWhole(bytes);
 }
