@@ -7,22 +7,21 @@
 #include <string>
 #include <string_view>
 
+#include "edition/book/picture.h"
+
 namespace {
 
 constexpr size_t kPeekSize = 1024;
+constexpr std::string_view kSvgType = "image/svg+xml";
 
 struct Signature {
   std::string_view bytes;
   const char* meaning;
 };
 
-constexpr Signature kPictures[] = {
-    {"\xFF\xD8\xFF", "JPEG"}, {"\x89PNG\r\n\x1A\n", "PNG"}, {"GIF87a", "GIF"},
-    {"GIF89a", "GIF"},        {{"II*\0", 4}, "TIFF"},       {{"MM\0*", 4}, "TIFF"},
-};
-constexpr std::string_view kRiff = "RIFF";  // and what it holds, at this place
-constexpr std::string_view kWebp = "WEBP";
-constexpr size_t kRiffTypeAt = 8;
+// HEIC and AVIF, which nobody converts here; but people hear what to do about a picture.
+constexpr std::string_view kForeignPictures[] = {"....ftyphe", "....ftypmif1", "....ftypmsf1",
+                                                 "....ftypavi"};
 
 constexpr Signature kForeign[] = {
     {"PK\x03\x04", "a ZIP, EPUB or office file"},
@@ -41,16 +40,21 @@ constexpr size_t kPalmTypeAt = 60;
 constexpr std::string_view kPalmTypes[] = {"BOOKMOBI", "TEXtREAd", "TEXtTlDc"};
 
 constexpr std::string_view kHtmlBeginnings[] = {"<!doctype html", "<html", "<head", "<body"};
+constexpr std::string_view kSvgBeginnings[] = {"<svg", "<?xml", "<!--", "<!doctype svg"};
 constexpr std::string_view kHtmlRoots[] = {"<!doctype html", "<html"};
 
 constexpr struct {
   const char* extension;
   InputKind kind;
 } kExtensions[] = {
-    {".html", InputKind::kHtml},    {".htm", InputKind::kHtml},     {".xhtml", InputKind::kHtml},
-    {".mobi", InputKind::kMobi},    {".azw", InputKind::kMobi},     {".azw3", InputKind::kMobi},
-    {".prc", InputKind::kMobi},     {".jpg", InputKind::kPictures}, {".jpeg", InputKind::kPictures},
-    {".png", InputKind::kPictures}, {".gif", InputKind::kPictures}, {".svg", InputKind::kPictures},
+    {".html", InputKind::kHtml},     {".htm", InputKind::kHtml},
+    {".xhtml", InputKind::kHtml},    {".mobi", InputKind::kMobi},
+    {".azw", InputKind::kMobi},      {".azw3", InputKind::kMobi},
+    {".prc", InputKind::kMobi},      {".jpg", InputKind::kPictures},
+    {".jpeg", InputKind::kPictures}, {".png", InputKind::kPictures},
+    {".gif", InputKind::kPictures},  {".svg", InputKind::kPictures},
+    {".webp", InputKind::kPictures}, {".bmp", InputKind::kPictures},
+    {".tif", InputKind::kPictures},  {".tiff", InputKind::kPictures},
 };
 
 template <size_t count>
@@ -61,7 +65,7 @@ bool IsOneOf(const std::string_view (&texts)[count], std::string_view text) {
 template <size_t count>
 const Signature* FindSignature(const Signature (&table)[count], std::string_view beginning) {
   const auto* row = std::find_if(std::begin(table), std::end(table), [&](const Signature& entry) {
-    return beginning.starts_with(entry.bytes);
+    return BeginsLike(beginning, entry.bytes);
   });
   return row == std::end(table) ? nullptr : row;
 }
@@ -78,15 +82,36 @@ bool HoldsAlike(std::string_view text, std::string_view part) {
   return false;
 }
 
-bool IsHtml(std::string_view beginning) {
+template <size_t count>
+bool BeginsLikeOneOf(const std::string_view (&texts)[count], std::string_view text) {
+  return std::any_of(std::begin(texts), std::end(texts),
+                     [&](std::string_view begin) { return BeginsAlike(text, begin); });
+}
+
+// From the first letter on.
+std::string_view Trimmed(std::string_view beginning) {
   if (beginning.starts_with("\xEF\xBB\xBF")) beginning.remove_prefix(3);
   beginning.remove_prefix(std::min(beginning.find_first_not_of(" \t\r\n"), beginning.size()));
+  return beginning;
+}
+
+bool IsHtml(std::string_view beginning) {
   if (BeginsAlike(beginning, "<?xml") || beginning.starts_with("<!--")) {
     return std::any_of(std::begin(kHtmlRoots), std::end(kHtmlRoots),
                        [&](std::string_view root) { return HoldsAlike(beginning, root); });
   }
-  return std::any_of(std::begin(kHtmlBeginnings), std::end(kHtmlBeginnings),
-                     [&](std::string_view begin) { return BeginsAlike(beginning, begin); });
+  return BeginsLikeOneOf(kHtmlBeginnings, beginning);
+}
+
+bool IsPixels(std::string_view beginning) {
+  const std::optional<PictureFacts> facts = ExaminePicture(beginning);
+  return !ConvertiblePicture(beginning).empty() || (facts && facts->mediaType != kSvgType) ||
+         std::any_of(std::begin(kForeignPictures), std::end(kForeignPictures),
+                     [&](std::string_view pattern) { return BeginsLike(beginning, pattern); });
+}
+
+bool IsSvg(std::string_view beginning) {
+  return BeginsLikeOneOf(kSvgBeginnings, beginning) && ExaminePicture(beginning);
 }
 
 InputKind KindByName(std::string_view name) {
@@ -107,11 +132,7 @@ Result<InputKind> KindOf(const Input& input) {
   if (!count) return count.Why();
   beginning.resize(*count);
 
-  if (FindSignature(kPictures, beginning) != nullptr) return InputKind::kPictures;
-  const bool isRiff = beginning.starts_with(kRiff) && beginning.size() > kRiffTypeAt;
-  if (isRiff && std::string_view(beginning).substr(kRiffTypeAt).starts_with(kWebp)) {
-    return InputKind::kPictures;
-  }
+  if (IsPixels(beginning)) return InputKind::kPictures;
   if (beginning.size() > kPalmTypeAt &&
       IsOneOf(kPalmTypes, std::string_view(beginning).substr(kPalmTypeAt, 8))) {
     return InputKind::kMobi;
@@ -121,7 +142,9 @@ Result<InputKind> KindOf(const Input& input) {
                    input.Name() + " is " + foreign->meaning +
                        "; books are made of texts, HTML, MOBI books and pictures."};
   }
-  return IsHtml(beginning) ? InputKind::kHtml : KindByName(input.Name());
+  const std::string_view text = Trimmed(beginning);
+  if (IsHtml(text)) return InputKind::kHtml;
+  return IsSvg(text) ? InputKind::kPictures : KindByName(input.Name());
 }
 
 const char* NameOf(InputKind kind) {

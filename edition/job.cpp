@@ -13,6 +13,7 @@
 #include "edition/epub/epub_writer.h"
 #include "edition/html/html_book.h"
 #include "edition/input_kind.h"
+#include "edition/pictures/album.h"
 #include "edition/text/text_book.h"
 
 namespace {
@@ -23,6 +24,7 @@ constexpr struct {
 } kSources[] = {
     {InputKind::kText, MakeTextBook},
     {InputKind::kHtml, MakeHtmlBook},
+    {InputKind::kPictures, MakeAlbum},
 };
 
 constexpr char kNoCover[] =
@@ -30,6 +32,7 @@ constexpr char kNoCover[] =
     "with enough memory.";
 
 constexpr unsigned kMostAutomaticThreads = 16;
+constexpr size_t kMostOpen = 16;  // inputs at a time
 
 Result<Source> SourceOf(InputKind kind, const std::string& name) {
   const auto* row = std::find_if(std::begin(kSources), std::end(kSources),
@@ -223,6 +226,7 @@ Result<std::vector<Input>> Job::OpenInputs() const {
     Result<Input> opened = Input::Open(input.name);
     if (!opened) return opened.Why();
     inputs.push_back(std::move(*opened));
+    if (inputs.size() > kMostOpen) inputs.back().Close();
   }
   return inputs;
 }

@@ -18,6 +18,8 @@ struct BlockRun {
 struct Document : BlockRun {
   enum class Role {
     kText,
+    kCover,      // a picture alone, which stands for the book unless it has another cover
+    kPicture,    // a picture alone
     kTitlePage,  // before everything else
     kContents,   // the book's own contents page, in the place of one made from its entries
     kBackMatter
@@ -26,6 +28,7 @@ struct Document : BlockRun {
   std::string title;     // plain text, for the head of its pages; empty for that of the book
   std::string language;  // where it differs from that of the book
   Role role = Role::kText;
+  std::string picture;  // of a cover: the reference to the file that it shows
 
   // How its source shows it, in the place of the book's own style.
   struct Look {

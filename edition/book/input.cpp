@@ -9,9 +9,9 @@
 #include <cstring>
 #include <system_error>
 
-#include "base/read_file.h"
-
 namespace {
+
+constexpr char kHasChanged[] = ": has changed while it was read; try again";
 
 std::int64_t TimeOf(const struct stat& status) {
   constexpr std::int64_t kNanosecondsASecond = 1'000'000'000;
@@ -38,6 +38,7 @@ Result<Input> Input::Open(const std::string& path) {
   if (fstat(input.file.Get(), &status) != 0) return Unreadable(path, errno);
   input.size = static_cast<std::uint64_t>(status.st_size);
   input.changed = TimeOf(status);
+  input.identity = {status.st_dev, status.st_ino};
   return input;
 }
 
@@ -52,24 +53,37 @@ Input Input::OfMemory(std::string name, std::string_view bytes) {
 Result<size_t> Input::Read(std::uint64_t offset, char* buffer, size_t capacity) const {
   const size_t wanted =
       static_cast<size_t>(std::min<std::uint64_t>(capacity, offset < size ? size - offset : 0));
-  if (!file) {
+  if (path.empty()) {
     if (wanted > 0) std::memcpy(buffer, memory.data() + offset, wanted);
     return wanted;
   }
+  const UniqueFd reopened = file ? UniqueFd() : OpenRegularFile(path.c_str(), &identity);
+  const int opened = file ? file.Get() : reopened.Get();
+  if (opened < 0) return Failure{KAVEPUB_E_INPUT, name + kHasChanged};
   size_t taken = 0;
   while (taken < wanted) {
     const ssize_t count =
-        pread(file.Get(), buffer + taken, wanted - taken, static_cast<off_t>(offset + taken));
+        pread(opened, buffer + taken, wanted - taken, static_cast<off_t>(offset + taken));
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) return Unreadable(name, errno);
     if (count == 0) break;
     taken += static_cast<size_t>(count);
   }
   struct stat status {};
-  if (fstat(file.Get(), &status) != 0) return Unreadable(name, errno);
+  if (fstat(opened, &status) != 0) return Unreadable(name, errno);
   if (taken < wanted || static_cast<std::uint64_t>(status.st_size) != size ||
       TimeOf(status) != changed) {
-    return Failure{KAVEPUB_E_INPUT, name + ": has changed while it was read; try again"};
+    return Failure{KAVEPUB_E_INPUT, name + kHasChanged};
   }
   return taken;
+}
+
+Result<std::string> Input::ReadAll(std::uint64_t most) const {
+  if (size > most) {
+    return Failure{KAVEPUB_E_LIMIT, name + ": is larger than a file of its kind can be"};
+  }
+  std::string bytes(static_cast<size_t>(size), '\0');
+  const Result<size_t> count = Read(0, bytes.data(), bytes.size());
+  if (!count) return count.Why();
+  return bytes;
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/read_file.h"
 #include "base/unique_fd.h"
 #include "edition/book/result.h"
 
@@ -20,9 +21,15 @@ class Input {
   const std::string& Path() const { return path; }  // empty for bytes of the host
   std::uint64_t Size() const { return size; }
 
+  // Gives the file back to the system until it is read: a process can have few open at once.
+  void Close() { file = UniqueFd(); }
+
   // Reads up to `capacity` bytes from an offset on; fewer at the end only. A file that has become
   // shorter or longer since it was opened is a failure.
   Result<size_t> Read(std::uint64_t offset, char* buffer, size_t capacity) const;
+
+  // All of it, which is at most so much.
+  Result<std::string> ReadAll(std::uint64_t most) const;
 
  private:
   Input() = default;
@@ -33,6 +40,7 @@ class Input {
   std::string_view memory;
   std::uint64_t size = 0;
   std::int64_t changed = 0;  // when, in nanoseconds
+  FileIdentity identity{};
 };
 
 #endif

@@ -40,6 +40,10 @@ constexpr std::string_view kNameLetters =
 
 const char* ClassOf(Document::Role role) {
   switch (role) {
+    case Document::Role::kCover:
+      return "cover";
+    case Document::Role::kPicture:
+      return "picture";
     case Document::Role::kTitlePage:
       return "title-page";
     case Document::Role::kContents:
@@ -152,12 +156,27 @@ Status EpubWriter::Add(Document document) {
   current.title = OneLine(current.title);
   if (current.title.empty()) current.title = metadata.title;
   if (current.language.empty()) current.language = metadata.language;
+  if (current.role == Document::Role::kCover) TakeAsCover();
   parts.documents.push_back({0, current.role});
   isInDocument = true;
   if (current.look) {
     if (Status status = AddFurtherSheet(); !status) return status;
   }
   return AddPages(false);
+}
+
+// The document that has begun, unless there is another cover, or is to be none.
+void EpubWriter::TakeAsCover() {
+  const auto file =
+      std::find_if(parts.files.begin(), parts.files.end(),
+                   [&](const ManifestFile& known) { return known.name == current.picture; });
+  if (!options.wantsCover || parts.coverFile != PackageParts::kNoCover ||
+      file == parts.files.end()) {
+    current.role = Document::Role::kPicture;
+    return;
+  }
+  parts.coverFile = static_cast<size_t>(file - parts.files.begin());
+  parts.coverPage = PageName(parts.documents.size());
 }
 
 Status EpubWriter::Continue(BlockRun piece) {
@@ -186,6 +205,7 @@ Status EpubWriter::AddCover(Resource picture) {
   if (!name) return name.Why();
   const char* word = WordsOf(TagOf(metadata)).cover;
   ++pages;
+  parts.coverPage = kCoverPageName;
   const std::string body = CoverBody(*facts, *name, word);
   return PackPage(kCoverPageName, {metadata.title, metadata.language, "cover", body});
 }

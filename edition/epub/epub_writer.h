@@ -58,7 +58,7 @@ class EpubWriter : public BookSink {
   Status AddPage(std::string body, bool isLast);
   Status AddWaitingPages();
   Status EndDocument();
-  Status AddCoverPage();
+  void TakeAsCover();
   Status AddContents(const std::vector<ContentsEntry>& contents);
   Status AddPackage(const std::vector<ContentsEntry>& contents);
   Result<std::string> AddFile(Resource resource);

@@ -101,7 +101,7 @@ bool HasCover(const PackageParts& parts) {
 // The number of documents that come before the contents.
 size_t TitlePages(const std::vector<DocumentRecord>& documents) {
   const auto first = std::find_if(documents.begin(), documents.end(), [](const auto& document) {
-    return document.role != Document::Role::kTitlePage;
+    return document.role != Document::Role::kTitlePage && document.role != Document::Role::kCover;
   });
   return static_cast<size_t>(first - documents.begin());
 }
@@ -109,7 +109,7 @@ size_t TitlePages(const std::vector<DocumentRecord>& documents) {
 // Calls visit(name) for all pages in reading order.
 template <typename Visitor>
 void ForEachPage(const PackageParts& parts, Visitor visit) {
-  if (HasCover(parts)) visit(kCoverPageName);
+  if (parts.coverPage == kCoverPageName) visit(kCoverPageName);
   const size_t titlePages = TitlePages(parts.documents);
   for (size_t number = 0; number <= parts.documents.size(); ++number) {
     if (number == titlePages) {
@@ -128,10 +128,11 @@ void PutGuide(const PackageParts& parts, std::string& opf) {
     const char* type;
   } kReferences[] = {{Document::Role::kTitlePage, "title-page"},
                      {Document::Role::kContents, "toc"},
-                     {Document::Role::kText, "text"}};
+                     {Document::Role::kText, "text"},
+                     {Document::Role::kPicture, "text"}};
 
   std::string references;
-  if (HasCover(parts)) PutReference("cover", kCoverPageName, references);
+  if (HasCover(parts)) PutReference("cover", parts.coverPage, references);
   if (parts.contentsPages > 0) PutReference("toc", ContentsName(0), references);
   for (const auto& [role, type] : kReferences) {
     const auto document =

@@ -29,6 +29,7 @@ struct PackageParts {
   std::vector<DocumentRecord> documents;  // in reading order
   std::vector<ManifestFile> files;        // all else that pages show or use
   size_t coverFile = kNoCover;            // among them
+  std::string coverPage;                  // that shows it, one of its own or of a document
   bool hasPictures = false;               // beside the cover
   size_t contentsPages = 0;
 

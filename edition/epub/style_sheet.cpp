@@ -63,9 +63,9 @@ ol.contents a { text-decoration: none; }
 p.entry { margin-left: 1.5em; text-align: left; text-indent: -1.5em; }
 
 /* Pages of their own kind */
-body.cover { margin: 0; padding: 0; text-align: center; }
-body.cover div { height: 100%; }
-body.cover img { max-height: 100%; }
+body.cover, body.picture { height: 100%; margin: 0; padding: 0; text-align: center; }
+body.cover div, body.picture div { height: 100%; page-break-inside: avoid; }
+body.cover img, body.picture img { max-height: 100%; max-height: 100vh; }
 body.title-page { text-align: center; }
 body.title-page p { margin: 1em 0; text-align: center; text-indent: 0; }
 body.title-page h1 { margin-top: 25%; }

@@ -35,6 +35,10 @@ std::string RequirePicture(const std::filesystem::path& picture) {
   RequireReadable(picture);
   std::string type = PictureExtension(picture);
   if (type.empty()) {
+    const std::string kind = ConvertibleKind(picture);
+    if (!kind.empty()) {
+      throw Failure(picture, "is " + kind + " picture; convert it to JPEG, PNG or GIF first");
+    }
     KindOf(picture);  // tells better what is wrong with what is called like a picture
     throw Failure(picture, "is no JPEG, PNG or GIF picture; convert it to one of these first");
   }

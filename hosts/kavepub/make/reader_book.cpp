@@ -7,9 +7,17 @@ namespace {
 
 constexpr char kUndetermined[] = "und";  // the language of what has too few words
 
+std::string AlbumTitle(const BookOrder& order) {
+  return (order.folder.empty() ? order.output.stem() : order.folder.filename()).string();
+}
+
 EditionJob NewJob(const BookOrder& order, const BookOptions& options, const std::string& piped) {
   EditionOptions chosen = options.chosen;
   if (!options.isAlone) chosen.emplace_back("threads", "1");
+  // First, so that one that was chosen counts. A picture's name would be no title of an album.
+  if (order.kind == BookKind::kPictures && order.output != kStandardStream) {
+    chosen.insert(chosen.begin(), {"title", AlbumTitle(order)});
+  }
   EditionJob job(chosen);
   if (order.inputs.front() == kStandardStream) {
     job.AddStandardInput(TitleOf(order), piped);
@@ -55,6 +63,9 @@ std::string RemarkOn(const BookReport& report) {
     if (!fact.empty() && fact != kUndetermined) remark += fact + ", ";
   }
   const size_t count = report.chapters.size();
+  if (report.Fact("kind") == "pictures") {
+    return remark + std::to_string(count) + (count == 1 ? " picture" : " pictures");
+  }
   if (count == 0) return remark + "no chapters";
   return remark + std::to_string(count) + (count == 1 ? " chapter" : " chapters");
 }

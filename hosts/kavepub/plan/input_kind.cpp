@@ -27,10 +27,18 @@ constexpr Signature kPictures[] = {
     {"GIF89a", ".gif"},
 };
 
+// Those that only the reader's edition shows.
+constexpr Signature kConvertiblePictures[] = {
+    {"RIFF....WEBP"sv, "a WebP"},
+    {"BM....\0\0\0\0"sv, "a BMP"},
+    {"II*\0"sv, "a TIFF"},
+    {"MM\0*"sv, "a TIFF"},
+};
+constexpr std::string_view kSvg = "<svg";
+
 constexpr Signature kForeignPictures[] = {
-    {"RIFF....WEBP"sv, "a WebP"}, {"BM....\0\0\0\0"sv, "a BMP"}, {"II*\0"sv, "a TIFF"},
-    {"MM\0*"sv, "a TIFF"},        {"....ftyphe"sv, "a HEIC"},    {"....ftypmif1"sv, "a HEIC"},
-    {"....ftypmsf1"sv, "a HEIC"}, {"....ftypavif"sv, "an AVIF"}, {"....ftypavis"sv, "an AVIF"},
+    {"....ftyphe"sv, "a HEIC"},    {"....ftypmif1"sv, "a HEIC"},  {"....ftypmsf1"sv, "a HEIC"},
+    {"....ftypavif"sv, "an AVIF"}, {"....ftypavis"sv, "an AVIF"},
 };
 
 constexpr std::string_view kZip = "PK\x03\x04";
@@ -58,18 +66,14 @@ constexpr Signature kForeign[] = {
 constexpr std::string_view kPalmTypes[] = KAV_MOBI_TYPES;
 
 // Markup that is no HTML, and what may stand before it.
-constexpr Signature kRoots[] = {
-    {"<svg", "an SVG picture; convert it to JPEG, PNG or GIF first"},
-    {"<fictionbook", "a FictionBook; convert it to HTML first"},
-};
+constexpr std::string_view kFictionBook = "<fictionbook";
 constexpr struct {
   std::string_view begin;
   std::string_view end;
 } kPrologue[] = {{"<?", "?>"}, {"<!--", "-->"}, {"<!", ">"}};
 constexpr std::string_view kHtmlBeginnings[] = {"<!doctype html", "<html", "<head", "<body"};
 
-constexpr std::string_view kForeignPictureExtensions[] = {".webp", ".bmp",  ".tif",  ".tiff",
-                                                          ".heic", ".heif", ".avif", ".svg"};
+constexpr std::string_view kForeignPictureExtensions[] = {".heic", ".heif", ".avif"};
 
 constexpr struct {
   std::string_view extension;
@@ -79,7 +83,8 @@ constexpr struct {
     {".htm", BookKind::kHtml},     {".xhtml", BookKind::kHtml},    {".mobi", BookKind::kMobi},
     {".azw", BookKind::kMobi},     {".azw3", BookKind::kMobi},     {".prc", BookKind::kMobi},
     {".jpg", BookKind::kPictures}, {".jpeg", BookKind::kPictures}, {".png", BookKind::kPictures},
-    {".gif", BookKind::kPictures},
+    {".gif", BookKind::kPictures}, {".svg", BookKind::kPictures},  {".webp", BookKind::kPictures},
+    {".bmp", BookKind::kPictures}, {".tif", BookKind::kPictures},  {".tiff", BookKind::kPictures},
 };
 
 std::string Peek(const std::filesystem::path& file) {
@@ -146,12 +151,9 @@ std::string ReasonAgainst(std::string_view beginning, std::string_view element) 
   }
   if (const Signature* foreign = FindSignature(kForeign, beginning)) {
     return "is " + std::string(foreign->meaning) +
-           "; only texts, HTML, MOBI books and pictures (JPEG, PNG, GIF) can be converted";
+           "; only texts, HTML, MOBI books and pictures can be converted";
   }
-  for (const Signature& root : kRoots) {
-    if (element.starts_with(root.bytes)) return "is " + std::string(root.meaning);
-  }
-  return {};
+  return element.starts_with(kFictionBook) ? "is a FictionBook; convert it to HTML first" : "";
 }
 
 }  // namespace
@@ -163,16 +165,19 @@ BookKind KindOf(const std::filesystem::path& file) {
 
 BookKind KindOfBytes(const std::filesystem::path& file, std::string_view beginning) {
   beginning = beginning.substr(0, kPeekSize);
-  if (FindSignature(kPictures, beginning) != nullptr) return BookKind::kPictures;
+  if (FindSignature(kPictures, beginning) != nullptr ||
+      FindSignature(kConvertiblePictures, beginning) != nullptr) {
+    return BookKind::kPictures;
+  }
   if (BeginsLikeMobi(beginning)) return BookKind::kMobi;
   const std::string element = FirstElement(beginning);
   if (BeginsLikeHtml(element)) return BookKind::kHtml;
+  if (element.starts_with(kSvg)) return BookKind::kPictures;
   const std::string reason = ReasonAgainst(beginning, element);
   if (!reason.empty()) throw Failure(file, reason);
   const BookKind kind = KindByName(file).value_or(BookKind::kText);
   if (kind == BookKind::kPictures) {
-    throw Failure(file,
-                  "is no JPEG, PNG or GIF picture in spite of its name; get a whole copy of it");
+    throw Failure(file, "is no picture in spite of its name; get a whole copy of it");
   }
   return kind;
 }
@@ -188,6 +193,14 @@ std::optional<BookKind> KindByName(const std::filesystem::path& file) {
 bool IsCalledLikePicture(const std::filesystem::path& file) {
   return KindByName(file) == BookKind::kPictures ||
          IsOneOf(kForeignPictureExtensions, ExtensionOf(file));
+}
+
+std::string ConvertibleKind(const std::filesystem::path& file) {
+  const std::string beginning = Peek(file);
+  if (const Signature* row = FindSignature(kConvertiblePictures, beginning)) {
+    return std::string(row->meaning);
+  }
+  return FirstElement(beginning).starts_with(kSvg) ? "an SVG" : "";
 }
 
 bool IsZip(const std::filesystem::path& file) {

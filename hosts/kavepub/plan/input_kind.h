@@ -31,6 +31,9 @@ std::string ExtensionOf(const std::filesystem::path& file);
 // Whether a file is a Palm database that holds a book.
 bool IsMobi(const std::filesystem::path& file);
 
+// What a picture is that only the reader's edition shows, as "a WebP"; empty for anything else.
+std::string ConvertibleKind(const std::filesystem::path& file);
+
 // The extension that a picture's content asks for: ".jpg", ".png" or ".gif"; empty for anything
 // else.
 std::string PictureExtension(const std::filesystem::path& file);
