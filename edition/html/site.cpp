@@ -153,11 +153,11 @@ size_t Site::Lead(size_t from, const std::string& target) {
 
 SitePage& Site::Add(size_t root, std::string path, size_t from) {
   const size_t number = pages.size();
-  SitePage& page = pages.emplace_back(SitePage{root, std::move(path), {}, {}, {}, {}});
-  page.from = from;
-  const auto [known, isNew] = numbers.try_emplace(std::pair(root, page.path), number);
+  const auto [known, isNew] = numbers.try_emplace(std::pair(root, path), number);
   if (known->second == kNoPage) known->second = number;
-  return page;
+  pages.push_back(SitePage{root, std::move(path), {}, {}, {}, {}});
+  pages.back().from = from;
+  return pages.back();
 }
 
 Status Site::ReadInput(const Input& input, SitePage& page) {
