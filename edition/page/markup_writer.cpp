@@ -54,8 +54,7 @@ void MarkupWriter::Begin(const char* name, Place place, Model model, std::string
   Fit fit;
   element.host = Host(place, fit);
   if (fit.way == Fit::Way::kStays && blocks[element.host].model == Model::kTable) {
-    FitIntoTable(element);
-    if (element.place == Place::kInText) fit.way = Fit::Way::kPutInLine;
+    FitIntoTable(element, fit);
   }
   if (fit.way == Fit::Way::kPutInLine) {
     AddClass(name, element.attributes);
@@ -69,8 +68,8 @@ void MarkupWriter::Begin(const char* name, Place place, Model model, std::string
   blocks.push_back(std::move(element));
 }
 
-// Of a table, parts come in a fixed order; those that come too late are bodies.
-void MarkupWriter::FitIntoTable(Element& element) {
+// Of a table, parts come in a fixed order; those that come too late are bodies, but for columns.
+void MarkupWriter::FitIntoTable(Element& element, Fit& fit) {
   int& stage = blocks[element.host].tableStage;
   int own = kBodyBegun;
   if (element.place == Place::kCaption) own = kCaptionBegun;
@@ -81,7 +80,9 @@ void MarkupWriter::FitIntoTable(Element& element) {
   if (own > stage || (repeats && own == stage)) {
     stage = own;
   } else if (element.place == Place::kCaption) {
-    element.place = Place::kInText;
+    fit.way = Fit::Way::kPutInLine;
+  } else if (element.place == Place::kColumnGroup) {
+    fit.way = Fit::Way::kTransparent;
   } else if (element.place == Place::kRowGroup) {
     AddClass(element.name, element.attributes);
     element.name = "tbody";

@@ -78,7 +78,7 @@ class MarkupWriter {
   void EndBlock();
   size_t Host(Place place, Fit& fit) const;
   size_t Opaque(size_t block) const;
-  void FitIntoTable(Element& element);
+  void FitIntoTable(Element& element, Fit& fit);
 
   void OpenBlock(size_t block);
   void GoTo(size_t block, Place place);
