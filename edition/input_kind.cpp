@@ -47,6 +47,7 @@ constexpr struct {
   const char* extension;
   InputKind kind;
 } kExtensions[] = {
+    {".md", InputKind::kMarkdown},   {".markdown", InputKind::kMarkdown},
     {".html", InputKind::kHtml},     {".htm", InputKind::kHtml},
     {".xhtml", InputKind::kHtml},    {".mobi", InputKind::kMobi},
     {".azw", InputKind::kMobi},      {".azw3", InputKind::kMobi},
@@ -142,12 +143,14 @@ Result<InputKind> KindOf(const Input& input) {
                    input.Name() + " is " + foreign->meaning +
                        "; books are made of texts, HTML, MOBI books and pictures."};
   }
+  const InputKind promised = KindByName(input.Name());
+  if (promised == InputKind::kMarkdown) return promised;
   const std::string_view text = Trimmed(beginning);
   if (IsHtml(text)) return InputKind::kHtml;
-  return IsSvg(text) ? InputKind::kPictures : KindByName(input.Name());
+  return IsSvg(text) ? InputKind::kPictures : promised;
 }
 
 const char* NameOf(InputKind kind) {
-  constexpr const char* kNames[] = {"text", "html", "mobi", "pictures"};
+  constexpr const char* kNames[] = {"text", "html", "mobi", "pictures", "markdown"};
   return kNames[static_cast<size_t>(kind)];
 }

@@ -5,7 +5,7 @@
 #include "edition/book/input.h"
 #include "edition/book/result.h"
 
-enum class InputKind { kText, kHtml, kMobi, kPictures };
+enum class InputKind { kText, kHtml, kMobi, kPictures, kMarkdown };
 
 // By the content first and by the extension second.
 Result<InputKind> KindOf(const Input& input);

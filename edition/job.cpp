@@ -25,6 +25,7 @@ constexpr struct {
     {InputKind::kText, MakeTextBook},
     {InputKind::kHtml, MakeHtmlBook},
     {InputKind::kPictures, MakeAlbum},
+    {InputKind::kMarkdown, MakeHtmlBook},
 };
 
 constexpr char kNoCover[] =

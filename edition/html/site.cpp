@@ -11,17 +11,20 @@
 #include <memory>
 
 #include "base/encoding/html_encoding.h"
+#include "edition/html/markdown.h"
 #include "edition/page/page_reader.h"
 #include "edition/page/words.h"
 
 namespace {
 
 constexpr std::string_view kPageEndings[] = {".html", ".htm", ".xhtml"};
-constexpr std::string_view kIndexes[] = {"index.html", "index.htm", "index.xhtml"};
+constexpr std::string_view kIndexes[] = {"index.html", "index.htm", "index.xhtml", "index.md",
+                                         "README.md"};
 constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 30;
 constexpr size_t kKeptAsTheyAre = size_t{1} << 24;  // bytes of bodies; the others are packed
 
 bool IsCalledPage(std::string_view path) {
+  if (IsMarkdown(path)) return CanReadMarkdown();
   const std::string name = Lowered(path);
   return std::any_of(std::begin(kPageEndings), std::end(kPageEndings),
                      [&](std::string_view ending) { return name.ends_with(ending); });
@@ -164,23 +167,32 @@ Status Site::ReadInput(const Input& input, SitePage& page) {
   std::string bytes(static_cast<size_t>(input.Size()), '\0');
   const Result<size_t> count = input.Read(0, bytes.data(), bytes.size());
   if (!count) return count.Why();
-  Take(bytes, page);
-  return Done();
+  return Take(bytes, page);
 }
 
 // One that has gone meanwhile is empty.
 Status Site::ReadLinked(SitePage& page) {
   const UniqueFd file = roots[page.root]->directory.Open(page.path);
-  Take(file ? ReadFile(file.Get()).value_or("") : "", page);
-  return Done();
+  return Take(file ? ReadFile(file.Get()).value_or("") : "", page);
 }
 
-void Site::Take(std::string_view bytes, SitePage& page) {
-  page.content = ReadPage(HtmlToUtf8(bytes, options.encoding));
+Status Site::Take(std::string_view bytes, SitePage& page) {
+  std::string html = HtmlToUtf8(bytes, options.encoding);
+  const bool isMarkdown = IsMarkdown(page.path);
+  if (isMarkdown) {
+    Result<std::string> made = MarkdownToHtml(html);
+    if (!made) return Failure{made.Why().code, page.path + ": " + made.Why().message};
+    html = std::move(*made);
+  }
+  page.content = ReadPage(std::move(html));
+  std::string& title = page.content.facts.title;
+  const bool hasHeading = !page.content.headings.empty();
+  if (isMarkdown && title.empty() && hasHeading) title = page.content.headings.front().title;
   const Reference base = Resolve(page.content.base, page.path);
   page.base = base.kind == Reference::Kind::kFile ? base.target : page.path;
   page.body = KeptText(std::move(page.content.markup.body));
   if (keptBytes.fetch_add(page.body.Size()) > kKeptAsTheyAre) page.body.Pack();
+  return Done();
 }
 
 size_t Site::PageOf(const SitePage& from, const Reference& reference) const {

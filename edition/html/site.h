@@ -71,7 +71,7 @@ class Site {
   SitePage& Add(size_t root, std::string path, size_t from);
   Status ReadInput(const Input& input, SitePage& page);
   Status ReadLinked(SitePage& page);
-  void Take(std::string_view bytes, SitePage& page);
+  Status Take(std::string_view bytes, SitePage& page);
   bool IsPage(size_t root, const std::string& path) const;
   size_t Find(size_t root, const std::string& path) const;
 

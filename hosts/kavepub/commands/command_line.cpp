@@ -80,7 +80,8 @@ void AddConvert(CLI::App& app, ConvertArguments& arguments) {
     return convert.add_option(name, value, text)->type_name(type);
   };
   option(kInputs, selection.inputs, "",
-         "Texts, HTML pages, MOBI books, pictures, or folders of them; - for a text that is piped")
+         "Texts, HTML pages, Markdown, MOBI books, pictures, or folders of them; - for a text that "
+         "is piped")
       ->required();
   option("-o,--output", selection.output, kAnyFile,
          "The book, a directory for the books, or - to pipe it (default: beside the input)");

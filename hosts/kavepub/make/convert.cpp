@@ -41,6 +41,7 @@ class Build {
   Conversion Run() {
     switch (order.kind) {
       case BookKind::kText:
+      case BookKind::kMarkdown:
         return MakeOfText();
       case BookKind::kHtml:
         return MakeOfHtml();
@@ -77,6 +78,9 @@ class Build {
   Conversion MakeOfText() {
     const std::filesystem::path& input = order.inputs.front();
     const bool isPiped = input == kStandardStream;
+    if (order.inputs.size() > 1) {
+      throw Failure(order.inputs[1], "is joined with others in the reader's edition only");
+    }
     if (isPiped && KindOfBytes(kStandardInput, piped) != BookKind::kText) {
       throw Failure(kStandardInput, "is no text; save it to a file and convert that");
     }

@@ -94,5 +94,6 @@ Provenance ProvenanceOf(const BookOrder& order, const BookOptions& options) {
 
 bool IsAllKnown(const BookOrder& order) {
   if (order.inputs.front() == kStandardStream) return false;
-  return order.kind != BookKind::kHtml || !order.folder.empty();
+  const bool isOfPages = order.kind == BookKind::kHtml || order.kind == BookKind::kMarkdown;
+  return !isOfPages || !order.folder.empty();
 }

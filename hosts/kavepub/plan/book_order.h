@@ -13,10 +13,10 @@ inline constexpr char kBookExtension[] = ".epub";
 // As an input or output it stands for the standard one.
 inline constexpr char kStandardStream[] = "-";
 
-enum class BookKind { kText, kHtml, kMobi, kPictures };
+enum class BookKind { kText, kHtml, kMobi, kPictures, kMarkdown };
 
 inline const char* NameOf(BookKind kind) {
-  constexpr const char* kNames[] = {"text", "HTML", "MOBI", "pictures"};
+  constexpr const char* kNames[] = {"text", "HTML", "MOBI", "pictures", "Markdown"};
   return kNames[static_cast<size_t>(kind)];
 }
 

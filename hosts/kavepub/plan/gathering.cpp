@@ -18,7 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::array kIndexNames = {"index.html", "index.htm", "index.xhtml"};
+constexpr std::array kIndexNames = {"index.html", "index.htm", "index.xhtml", "index.md"};
+constexpr std::array kFirstNames = {"README.md", "readme.md"};  // of Markdown
 constexpr char kStandardInputName[] = "stdin";
 
 constexpr char kIsLink[] = "is a link to a folder";
@@ -61,6 +62,21 @@ Listing List(const fs::path& folder) {
   return listing;
 }
 
+// Whether something below a folder is called like a book or a page that is no Markdown.
+bool HoldsOtherBooks(const fs::path& folder) {
+  std::error_code error;
+  for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (entry->path().filename().string().starts_with('.')) {
+      entry.disable_recursion_pending();
+      continue;
+    }
+    const std::optional<BookKind> kind = KindByName(entry->path());
+    if (kind && kind != BookKind::kMarkdown && kind != BookKind::kPictures) return true;
+  }
+  return static_cast<bool>(error);
+}
+
 class Gatherer {
  public:
   Gatherer(bool separate, Gathering& gathering) : isSeparate(separate), found(gathering) {}
@@ -90,7 +106,7 @@ class Gatherer {
         return;
       }
     }
-    const bool joins = !isSeparate && (kind == BookKind::kHtml || kind == BookKind::kPictures);
+    const bool joins = !isSeparate && kind != BookKind::kText && kind != BookKind::kMobi;
     const auto shared = std::find_if(
         found.drafts.begin(), found.drafts.end(),
         [&](const Draft& draft) { return draft.isShared && draft.order.kind == kind; });
@@ -136,13 +152,21 @@ class Gatherer {
     }
   }
 
-  // A folder with an index page is a site; all in it belongs to that.
+  // A folder with an index page is a site; all in it belongs to that. So is one of Markdown alone,
+  // with a page that is to be read first.
   bool AddSite(const fs::path& folder, const std::vector<fs::path>& files, const fs::path& name) {
-    const auto index = std::find_if(files.begin(), files.end(), [](const fs::path& file) {
-      return IsNamedIn(kIndexNames, file.filename());
-    });
+    const auto find = [&](const auto& names) {
+      return std::find_if(files.begin(), files.end(),
+                          [&](const fs::path& file) { return IsNamedIn(names, file.filename()); });
+    };
+    auto index = find(kIndexNames);
+    if (index == files.end()) {
+      index = find(kFirstNames);
+      if (index != files.end() && HoldsOtherBooks(folder)) return false;
+    }
     if (index == files.end() || isSeparate) return false;
-    Add(BookKind::kHtml, {*index}, name, folder.parent_path()).order.folder = folder;
+    const BookKind kind = KindByName(*index).value_or(BookKind::kHtml);
+    Add(kind, {*index}, name, folder.parent_path()).order.folder = folder;
     return true;
   }
 
@@ -150,17 +174,28 @@ class Gatherer {
   void AddFilesOfFolder(const fs::path& folder, const std::vector<fs::path>& files,
                         const fs::path& name) {
     std::vector<fs::path> pages;
+    std::vector<fs::path> notes;  // in Markdown
     std::vector<fs::path> pictures;
     size_t books = 0;
     for (const fs::path& file : files) {
       const std::optional<BookKind> kind = KindInFolder(file, name);
       if (kind == BookKind::kPictures) pictures.push_back(file);
       if (kind == BookKind::kHtml) pages.push_back(file);
+      if (kind == BookKind::kMarkdown) notes.push_back(file);
       const bool isBook = kind == BookKind::kText || kind == BookKind::kMobi;
       if (isBook && IsNew(file)) Add(*kind, {file}, name / file.filename(), folder);
       books += isBook ? 1 : 0;
     }
     AddTogether(BookKind::kHtml, pages, folder, name);
+    std::stable_partition(notes.begin(), notes.end(), [](const fs::path& file) {
+      return IsNamedIn(kFirstNames, file.filename());
+    });
+    if (pages.empty() && books == 0) {
+      AddTogether(BookKind::kMarkdown, notes, folder, name);
+      if (!notes.empty()) pages = std::move(notes);
+    } else {
+      for (const fs::path& note : notes) Skip(note, kIsBesideBooks);
+    }
     if (pages.empty() && pictures.size() > books) {
       AddTogether(BookKind::kPictures, pictures, folder, name);
     } else {

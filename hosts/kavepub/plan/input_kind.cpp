@@ -79,12 +79,16 @@ constexpr struct {
   std::string_view extension;
   BookKind kind;
 } kExtensions[] = {
-    {".txt", BookKind::kText},     {".text", BookKind::kText},     {".html", BookKind::kHtml},
-    {".htm", BookKind::kHtml},     {".xhtml", BookKind::kHtml},    {".mobi", BookKind::kMobi},
-    {".azw", BookKind::kMobi},     {".azw3", BookKind::kMobi},     {".prc", BookKind::kMobi},
-    {".jpg", BookKind::kPictures}, {".jpeg", BookKind::kPictures}, {".png", BookKind::kPictures},
-    {".gif", BookKind::kPictures}, {".svg", BookKind::kPictures},  {".webp", BookKind::kPictures},
-    {".bmp", BookKind::kPictures}, {".tif", BookKind::kPictures},  {".tiff", BookKind::kPictures},
+    {".txt", BookKind::kText},      {".text", BookKind::kText},
+    {".html", BookKind::kHtml},     {".htm", BookKind::kHtml},
+    {".xhtml", BookKind::kHtml},    {".mobi", BookKind::kMobi},
+    {".azw", BookKind::kMobi},      {".azw3", BookKind::kMobi},
+    {".prc", BookKind::kMobi},      {".jpg", BookKind::kPictures},
+    {".jpeg", BookKind::kPictures}, {".png", BookKind::kPictures},
+    {".gif", BookKind::kPictures},  {".svg", BookKind::kPictures},
+    {".webp", BookKind::kPictures}, {".bmp", BookKind::kPictures},
+    {".tif", BookKind::kPictures},  {".tiff", BookKind::kPictures},
+    {".md", BookKind::kMarkdown},   {".markdown", BookKind::kMarkdown},
 };
 
 std::string Peek(const std::filesystem::path& file) {
@@ -170,6 +174,7 @@ BookKind KindOfBytes(const std::filesystem::path& file, std::string_view beginni
     return BookKind::kPictures;
   }
   if (BeginsLikeMobi(beginning)) return BookKind::kMobi;
+  if (KindByName(file) == BookKind::kMarkdown) return BookKind::kMarkdown;
   const std::string element = FirstElement(beginning);
   if (BeginsLikeHtml(element)) return BookKind::kHtml;
   if (element.starts_with(kSvg)) return BookKind::kPictures;
