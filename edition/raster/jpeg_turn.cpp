@@ -8,8 +8,9 @@
 namespace {
 
 // By what Exif calls orientation.
-constexpr int kTurns[] = {TJXOP_NONE,      TJXOP_NONE,  TJXOP_HFLIP,      TJXOP_ROT180, TJXOP_VFLIP,
-                          TJXOP_TRANSPOSE, TJXOP_ROT90, TJXOP_TRANSVERSE, TJXOP_ROT270};
+constexpr int kTransforms[] = {TJXOP_NONE,   TJXOP_NONE,       TJXOP_HFLIP,
+                               TJXOP_ROT180, TJXOP_VFLIP,      TJXOP_TRANSPOSE,
+                               TJXOP_ROT90,  TJXOP_TRANSVERSE, TJXOP_ROT270};
 constexpr int kLeastShare = 100;  // of a side that is lost at most, one by this
 
 // Whether blocks that are not whole, which cannot be turned, are hardly missed.
@@ -37,7 +38,7 @@ kavepub_raster_code TurnJpeg(std::string_view file, int orientation, std::string
     return KAVEPUB_RASTER_UNFIT;
   }
   tjtransform transform{};
-  transform.op = kTurns[orientation];
+  transform.op = kTransforms[orientation];
   transform.options = TJXOPT_TRIM;
   unsigned char* room = nullptr;
   unsigned long size = 0;

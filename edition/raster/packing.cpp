@@ -103,6 +103,5 @@ std::string Packed(const Pixels& pixels) {
   }
   numbers = {};
   if (fitsJpeg && IsPhotograph(pixels)) return Jpeg(pixels);
-  return isOpaque ? OpaquePng(pixels)
-                  : Png(pixels, PNG_FORMAT_RGBA, pixels.rows.get(), nullptr, 0);
+  return isOpaque ? OpaquePng(pixels) : Png(pixels, PNG_FORMAT_RGBA, pixels.rows.get(), nullptr, 0);
 }
