@@ -40,11 +40,11 @@ int NextDescriptor() {
 
 // To load the converters of encodings anew for each input would take longer than most inputs do.
 void KeepConverters() {
-  static std::vector<iconv_t> kept;
+  static auto* const kept = new std::vector<iconv_t>;  // until the process ends
   for (const char* name : {"WINDOWS-1250", "WINDOWS-1251", "WINDOWS-1252", "WINDOWS-1253",
                            "WINDOWS-1254", "GB18030", "BIG5-HKSCS", "CP950", "CP932", "EUC-JP-MS",
                            "CP949", "KOI8-R", "CP866", "CP850", "MACINTOSH"}) {
-    kept.push_back(iconv_open("UTF-8", name));
+    kept->push_back(iconv_open("UTF-8", name));
   }
 }
 
