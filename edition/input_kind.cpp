@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/mobi/reader.h"
 #include "edition/book/picture.h"
 
 namespace {
@@ -35,10 +36,6 @@ constexpr Signature kForeign[] = {
      "a program"},
 };
 
-// Type and creator of a Palm database, at this place in its header.
-constexpr size_t kPalmTypeAt = 60;
-constexpr std::string_view kPalmTypes[] = {"BOOKMOBI", "TEXtREAd", "TEXtTlDc"};
-
 constexpr std::string_view kHtmlBeginnings[] = {"<!doctype html", "<html", "<head", "<body"};
 constexpr std::string_view kSvgBeginnings[] = {"<svg", "<?xml", "<!--", "<!doctype svg"};
 constexpr std::string_view kHtmlRoots[] = {"<!doctype html", "<html"};
@@ -57,11 +54,6 @@ constexpr struct {
     {".webp", InputKind::kPictures}, {".bmp", InputKind::kPictures},
     {".tif", InputKind::kPictures},  {".tiff", InputKind::kPictures},
 };
-
-template <size_t count>
-bool IsOneOf(const std::string_view (&texts)[count], std::string_view text) {
-  return std::find(std::begin(texts), std::end(texts), text) != std::end(texts);
-}
 
 template <size_t count>
 const Signature* FindSignature(const Signature (&table)[count], std::string_view beginning) {
@@ -94,6 +86,12 @@ std::string_view Trimmed(std::string_view beginning) {
   if (beginning.starts_with("\xEF\xBB\xBF")) beginning.remove_prefix(3);
   beginning.remove_prefix(std::min(beginning.find_first_not_of(" \t\r\n"), beginning.size()));
   return beginning;
+}
+
+bool IsPalm(std::string_view beginning) {
+  beginning.remove_prefix(std::min(kav_mobi::kTypeOffset, beginning.size()));
+  return std::any_of(std::begin(kav_mobi::kBookTypes), std::end(kav_mobi::kBookTypes),
+                     [&](std::string_view type) { return beginning.starts_with(type); });
 }
 
 bool IsHtml(std::string_view beginning) {
@@ -134,10 +132,7 @@ Result<InputKind> KindOf(const Input& input) {
   beginning.resize(*count);
 
   if (IsPixels(beginning)) return InputKind::kPictures;
-  if (beginning.size() > kPalmTypeAt &&
-      IsOneOf(kPalmTypes, std::string_view(beginning).substr(kPalmTypeAt, 8))) {
-    return InputKind::kMobi;
-  }
+  if (IsPalm(beginning)) return InputKind::kMobi;
   if (const Signature* foreign = FindSignature(kForeign, beginning)) {
     return Failure{KAVEPUB_E_FORMAT,
                    input.Name() + " is " + foreign->meaning +

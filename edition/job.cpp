@@ -13,6 +13,7 @@
 #include "edition/epub/epub_writer.h"
 #include "edition/html/html_book.h"
 #include "edition/input_kind.h"
+#include "edition/palm_book.h"
 #include "edition/pictures/album.h"
 #include "edition/text/text_book.h"
 
@@ -24,6 +25,7 @@ constexpr struct {
 } kSources[] = {
     {InputKind::kText, MakeTextBook},
     {InputKind::kHtml, MakeHtmlBook},
+    {InputKind::kMobi, MakePalmBook},
     {InputKind::kPictures, MakeAlbum},
     {InputKind::kMarkdown, MakeHtmlBook},
 };

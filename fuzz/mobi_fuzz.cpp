@@ -1,5 +1,6 @@
-// The MOBI reader and the conversion that it feeds: whatever the file says, a page whose references
-// lead to what was extracted, or one of the documented codes.
+// The MOBI reader, the conversion that it feeds, and the source of the reader's edition: whatever
+// the file says, a page whose references lead to what was extracted and a sound book of each
+// edition, or one of the documented codes.
 #include <libxml/HTMLparser.h>
 #include <strings.h>
 
@@ -7,8 +8,10 @@
 #include <cstdlib>
 #include <set>
 
+#include "edition/kavepub.h"
 #include "fuzz/book_check.h"
 #include "fuzz/harness.h"
+#include "fuzz/readers_book_check.h"
 #include "platform/kav_mobi/kav_mobi.h"
 #include "service/epub_service.h"
 
@@ -63,6 +66,19 @@ int Read(const std::string& path, const std::string& directory) {
   return code;
 }
 
+int MakeReadersBook(const std::string& input, const std::string& path) {
+  kavepub_job* job = kavepub_job_new();
+  kavepub_job_add_memory(job, "in.mobi", input.data(), input.size());
+  kavepub_job_set_option(job, "cover", "none");
+  kavepub_job_set_option(job, "threads", "1");
+  kavepub_job_set_option(job, "encoding-errors", "replace");
+  kavepub_job_set_output_path(job, path.c_str());
+  const int code = kavepub_job_run(job);
+  Require((code == KAVEPUB_OK) == std::string(kavepub_job_error(job)).empty(), "words, or none");
+  kavepub_job_free(job);
+  return code;
+}
+
 }  // namespace
 
 void Fuzz(const std::string& input, Sandbox& box) {
@@ -80,4 +96,9 @@ void Fuzz(const std::string& input, Sandbox& box) {
   Require(code == read, "what can be read can be converted");
   if (code == KAV_MOBI_OK) CheckBook(box / "out/book.epub", box.Secret());
   Require(std::filesystem::exists(box / "out/book.epub") == (code == 0), "a book, or none");
+
+  const int readers = MakeReadersBook(input, box / "out/readers.epub");
+  Require(readers == KAVEPUB_OK || readers == KAVEPUB_E_FORMAT, "a code for readers that fits");
+  Require((readers == KAVEPUB_OK) <= (read == KAV_MOBI_OK), "no book of what cannot be read");
+  if (readers == KAVEPUB_OK) CheckReadersBook(box / "out/readers.epub", box.Secret());
 }

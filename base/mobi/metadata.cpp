@@ -29,6 +29,17 @@ std::string Tidy(Bytes raw) {
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
+// A resource number of the metadata, counted from 0 there and from 1 here; 0 when it is absent.
+size_t NumberOf(const Book& book, MOBIExthTag tag) {
+  const MOBIExthHeader* record = mobi_get_exthrecord_by_tag(book.Data(), tag);
+  if (record == nullptr || record->data == nullptr || record->size > sizeof(uint32_t)) return 0;
+  const uint32_t number =
+      mobi_decode_exthvalue(static_cast<const unsigned char*>(record->data), record->size);
+  return number == MOBI_NOTSET ? 0 : size_t{number} + 1;
+}
+
+}  // namespace
+
 std::vector<std::string> StringsOf(const Book& book, MOBIExthTag tag) {
   std::vector<std::string> strings;
   MOBIExthHeader* next = nullptr;
@@ -44,17 +55,6 @@ std::vector<std::string> StringsOf(const Book& book, MOBIExthTag tag) {
   } while (next != nullptr);
   return strings;
 }
-
-// A resource number of the metadata, counted from 0 there and from 1 here; 0 when it is absent.
-size_t NumberOf(const Book& book, MOBIExthTag tag) {
-  const MOBIExthHeader* record = mobi_get_exthrecord_by_tag(book.Data(), tag);
-  if (record == nullptr || record->data == nullptr || record->size > sizeof(uint32_t)) return 0;
-  const uint32_t number =
-      mobi_decode_exthvalue(static_cast<const unsigned char*>(record->data), record->size);
-  return number == MOBI_NOTSET ? 0 : size_t{number} + 1;
-}
-
-}  // namespace
 
 std::string TitleOf(const Book& book) {
   for (const MOBIExthTag tag : {EXTH_UPDATEDTITLE, EXTH_TITLE}) {

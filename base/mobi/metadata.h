@@ -13,6 +13,8 @@ namespace kav_mobi {
 constexpr Bytes kEmbedPrefix = "kindle:embed:";
 
 std::string TitleOf(const Book& book);
+// The texts of a kind of the book's metadata, each on one line; none that are empty.
+std::vector<std::string> StringsOf(const Book& book, MOBIExthTag tag);
 std::string AuthorsOf(const Book& book);
 
 // The resources that may be the cover, best first.

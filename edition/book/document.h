@@ -18,10 +18,11 @@ struct BlockRun {
 struct Document : BlockRun {
   enum class Role {
     kText,
-    kCover,      // a picture alone, which stands for the book unless it has another cover
-    kPicture,    // a picture alone
-    kTitlePage,  // before everything else
-    kContents,   // the book's own contents page, in the place of one made from its entries
+    kCover,        // a picture alone, which stands for the book unless it has another cover
+    kPicture,      // a picture alone
+    kTitlePage,    // before everything else
+    kFrontMatter,  // before the place where reading begins
+    kContents,     // the book's own contents page, in the place of one made from its entries
     kBackMatter
   };
 

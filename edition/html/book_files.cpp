@@ -4,6 +4,7 @@
 #include "base/encoding/html_encoding.h"
 #include "edition/page/base64.h"
 #include "edition/page/default_styles.h"
+#include "edition/page/font_file.h"
 #include "edition/page/picture_file.h"
 
 namespace {

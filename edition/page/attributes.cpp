@@ -158,9 +158,14 @@ std::string Centered(std::string_view value) {
   return Alignment(value) == "center" ? "auto" : "";
 }
 
+// A counter is set behind its step, and reset before it.
+std::string OwnNumber(std::string_view value) {
+  return IsNumber(value) ? "list-item " + std::string(value) : std::string();
+}
+
 std::string FirstNumber(std::string_view value) {
-  if (!IsNumber(value)) return {};
-  return "list-item " + std::to_string(std::stoi(std::string(value)) - 1);
+  return IsNumber(value) ? OwnNumber(std::to_string(std::stoi(std::string(value)) - 1))
+                         : std::string();
 }
 
 // Attributes that become style: of one element, or "" of any that has no rule of its own.
@@ -201,7 +206,7 @@ constexpr struct {
     {"type", "ul", "list-style-type", ListStyle},
     {"type", "li", "list-style-type", ListStyle},
     {"start", "ol", "counter-reset", FirstNumber},
-    {"value", "li", "counter-set", FirstNumber},
+    {"value", "li", "counter-set", OwnNumber},
 };
 
 // Those that most elements have, and that neither stay nor become style by a table.

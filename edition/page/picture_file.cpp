@@ -1,4 +1,4 @@
-// Pictures and fonts, by their content.
+// Pictures, by their content.
 #include "edition/page/picture_file.h"
 
 #include <algorithm>
@@ -30,16 +30,6 @@ constexpr char kBroken[] = "is a picture that is cut off or broken; get a whole 
 constexpr char kLiesOnSide[] =
     "cannot be turned as its Exif data asks, so readers that do not heed these show it as it lies";
 constexpr char kOnlyFirst[] = " pictures, of which the book has the first one only";
-
-constexpr struct {
-  std::string_view beginning;
-  const char* mediaType;
-} kFonts[] = {
-    {"OTTO", "application/vnd.ms-opentype"},
-    {{"\0\1\0\0", 4}, "application/vnd.ms-opentype"},
-    {"true", "application/vnd.ms-opentype"},
-    {"wOFF", "application/font-woff"},
-};
 
 Result<TakenPicture> TakeDrawing(Resource& file) {
   CleanedDrawing drawing = CleanDrawing(file.bytes);
@@ -133,13 +123,4 @@ Result<TakenPicture> TakePicture(Resource& file) {
     taken.warning = kLiesOnSide;
   }
   return taken;
-}
-
-bool TakeFont(Resource& file) {
-  const auto* font = std::find_if(std::begin(kFonts), std::end(kFonts), [&](const auto& known) {
-    return file.bytes.starts_with(known.beginning);
-  });
-  if (font == std::end(kFonts)) return false;
-  file.mediaType = font->mediaType;
-  return true;
 }

@@ -1,4 +1,4 @@
-// Pictures and fonts, by their content.
+// Pictures, by their content.
 #ifndef KAVEPUB_PAGE_PICTURE_FILE_H
 #define KAVEPUB_PAGE_PICTURE_FILE_H
 
@@ -17,8 +17,5 @@ struct TakenPicture {
 // says; SVG without what runs; WebP, BMP and TIFF as PNG or JPEG. A failure tells in words that go
 // on from its name what keeps it from that.
 Result<TakenPicture> TakePicture(Resource& file);
-
-// Whether it is a font that books can have; sets its type.
-bool TakeFont(Resource& file);
 
 #endif

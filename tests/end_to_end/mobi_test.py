@@ -2,8 +2,10 @@
 
 import html
 import re
+import xml.etree.ElementTree as ET
 
-from book import ALLOWED, TESTS, WITHOUT_COVER, XHTML, ToolTest, data_rows
+from book import (ALLOWED, NCX, OPF, TESTS, WITHOUT_COVER, XHTML, Book, ToolTest, data_rows,
+                  leave_for_epubcheck)
 
 FIXTURES = TESTS / "fixtures" / "mobi"
 
@@ -69,3 +71,109 @@ class Books(ToolTest):
                 book, body = self.open(name, messages)
                 self.assertEqual(book.title, title)
                 self.assertIn(sentence, " ".join(" ".join(body.itertext()).split()))
+
+
+class ReadersBooks(ToolTest):
+    """What is in the source of a book is in the book for readers."""
+
+    METADATA = {"title": ["Le phare et la marée"], "creator": ["Élise Marnier", "Jean Cap"],
+                "language": ["fr"], "publisher": ["Éditions du Quai"], "date": ["1998-03-14"],
+                "description": ["Un phare, deux gardiens. Et la mer."],
+                "subject": ["Mer", "Phares anciens"]}
+
+    def open(self, name, *options):
+        done = self.kavepub("convert", "-fq", FIXTURES / name, "-o", "book.epub", *options)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        book = Book(self.dir / "book.epub")
+        leave_for_epubcheck(book.path, set())
+        self.pages = {name: book.page(name) for name in book.spine if name.startswith("page-")}
+        return book
+
+    def entries(self, point, level=0):
+        for entry in point.findall("ncx:navPoint", NCX):
+            yield (level, entry.findtext("ncx:navLabel/ncx:text", "", NCX),
+                   entry.find("ncx:content", NCX).get("src"))
+            yield from self.entries(entry, level + 1)
+
+    def contents(self, book):
+        return list(self.entries(ET.fromstring(book.read("OEBPS/toc.ncx")).find("ncx:navMap", NCX)))
+
+    def text_from(self, page, target):
+        """All text of the page from where a link leads on."""
+        name, _, wanted = target.partition("#")
+        root = self.pages[name or page]
+        text, isBehind = "", not wanted
+        for element in root.find(XHTML + "body").iter():
+            isBehind = isBehind or element.get("id") == wanted
+            if isBehind:
+                text += (element.text or "") + " "
+            text += (element.tail or "") if isBehind else ""
+        return " ".join(text.split())
+
+    def test_everything_of_a_rich_book(self):
+        for name in ("lighthouse.mobi", "lighthouse.azw3"):
+            with self.subTest(name):
+                book = self.open(name)
+                for field, values in self.METADATA.items():
+                    found = book.opf.findall(f"opf:metadata/dc:{field}", OPF)
+                    self.assertEqual([element.text for element in found], values)
+                self.assertIn("9782070360024", [element.text for element in
+                                                book.opf.findall(".//dc:identifier", OPF)])
+                source = (FIXTURES / "source" / "lighthouse.html").read_text(encoding="utf-8")
+                headings = re.findall("<h([123])[^>]*>(.*?)</h", source)
+                contents = self.contents(book)
+                self.assertEqual([(level + 1, title) for level, title, _ in contents],
+                                 [(int(level), html.unescape(title)) for level, title in headings])
+                for _, title, target in contents:
+                    self.assertTrue(self.text_from("", target).startswith(title), title)
+                self.check_text(source)
+                self.check_links()
+                cover = book.read("OEBPS/" + book.manifest["cover-picture"])
+                self.assertEqual(cover, (FIXTURES / "source" / "cover.jpg").read_bytes())
+
+    def check_text(self, source):
+        """A converter writes small capitals as such, and adds a contents page."""
+        text = " ".join(" ".join(root.find(XHTML + "body").itertext()) for root in self.pages.values())
+        letters = re.sub(r"\W", "", text).lower()
+        source = re.sub("<svg.*?</svg>", "", source[source.index("<body"):])
+        at = 0
+        for piece in filter(None, (re.sub(r"\W", "", html.unescape(text)).lower()
+                                   for text in re.split("<[^>]*>", source))):
+            found = letters.find(piece, at)
+            self.assertGreaterEqual(found, 0, piece)
+            at = found + len(piece)
+
+    def check_links(self):
+        leads = {}
+        for page, root in self.pages.items():
+            for link in root.iter(XHTML + "a"):
+                if link.get("href"):
+                    leads["".join(link.itertext()).strip()] = (page, link.get("href"))
+        self.assertEqual(leads["la page du phare"][1], "https://example.org/phare?jour=1&lieu=quai")
+        for text, beginning in (("le tableau des marées", "Les marées d’une semaine"),
+                                ("1", "1. Le registre"), ("1.", "1")):
+            self.assertTrue(self.text_from(*leads[text]).startswith(beginning), text)
+
+    def test_what_only_the_new_format_has(self):
+        book = self.open("lighthouse.azw3")
+        font = (FIXTURES / "source" / "marine.ttf").read_bytes()
+        [name] = [name for name in book.names if book.read(name) == font]
+        sheets = b"".join(book.read(name) for name in book.names if name.endswith(".css"))
+        self.assertIn(f"url({name.removeprefix('OEBPS/')})".encode(), sheets)
+        self.assertIn(b"small-caps", sheets)
+        used = {word for root in self.pages.values() for element in root.iter()
+                for word in element.get("class", "").split()}
+        self.assertTrue(any(f".{word} ".encode() in sheets for word in used))
+        self.assertTrue(any(b"#ffcc00" in book.read(name) for name in book.names if name.endswith(".svg")))
+
+    def test_options_and_other_kinds(self):
+        book = self.open("lighthouse.mobi", "--title", "T", "--cover", "none")
+        self.assertEqual((book.title, "cover-picture" in book.manifest), ("T", False))
+        book = self.open("dictionary.mobi")
+        self.assertEqual([title for _, title, _ in self.contents(book)], ["A", "Β", "G", "R", "O"])
+        for _, title, target in self.contents(book):
+            self.assertTrue(self.text_from("", target).startswith(title), title)
+        book = self.open("plain.pdb")
+        self.assertEqual(book.title, "A Plain Café")
+        for name in ("both.mobi", "drawing.azw3", "cp1252.mobi", "huffman.mobi"):
+            self.open(name)

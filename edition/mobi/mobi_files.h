@@ -1,0 +1,56 @@
+// The pictures, drawings, fonts and style sheets of a MOBI book on their way into another.
+#ifndef KAVEPUB_MOBI_MOBI_FILES_H
+#define KAVEPUB_MOBI_MOBI_FILES_H
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "edition/book/run.h"
+#include "edition/book/sink.h"
+#include "edition/mobi/book_text.h"
+#include "edition/page/page.h"
+#include "edition/page/style_rules.h"
+
+// Gives each of them to the sink once, when it is first asked for. Their names are empty where the
+// book cannot have them.
+class MobiFiles {
+ public:
+  MobiFiles(const BookText& source, BookSink& target, Run& shared)
+      : text(source), sink(target), run(shared) {}
+
+  // What a page shows, by the reference to it.
+  Result<std::string> Picture(const std::string& reference);
+  Result<std::string> Drawing(std::string file);
+  Result<std::string> FileOfStyle(const std::string& reference);
+
+  // The sheets of a page, between those that all pages have.
+  Result<std::vector<std::string>> Sheets(const std::vector<PageSheet>& sheets);
+
+  // The content of a picture that is a resource; nothing where it is none.
+  std::optional<Resource> PictureFile(size_t number) const;
+
+ private:
+  std::string Find(const std::string& reference, bool mayBeFont);
+  std::string AddDrawing(size_t flow);
+  std::string AddResource(size_t number, bool mayBeFont);
+  std::string Sheet(size_t flow, int depth);
+  std::string CleanSheet(std::string_view css, int depth);
+  std::string WithPictures(std::string_view drawing);
+  std::string Give(Resource resource);
+
+  const BookText& text;
+  BookSink& sink;
+  Run& run;
+  StyleRules rules;
+  Status failure = Done();
+  std::unordered_map<std::string, std::string> names;     // by reference
+  std::map<size_t, std::string> sheetNames;               // by flow
+  std::unordered_map<std::string, std::string> contents;  // by what they hold
+  size_t embedded = 0;                                    // bytes of pictures in drawings
+};
+
+#endif

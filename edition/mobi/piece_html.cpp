@@ -1,0 +1,173 @@
+// Copies tags and texts, and puts between them what is to be there.
+#include "edition/mobi/piece_html.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/mobi/encoding.h"
+#include "edition/book/markup.h"
+#include "edition/book/metadata.h"
+#include "edition/mobi/start_tag.h"
+#include "edition/page/page_tree.h"
+
+namespace {
+
+constexpr size_t kLongestHeading = 2048;
+constexpr size_t kLowestHeading = 6;
+
+class PieceWriter {
+ public:
+  PieceWriter(const BookText& source, const Piece& written,
+              const std::vector<const BookPlace*>& toMark, const Additions& toPut)
+      : text(source),
+        piece(written),
+        places(toMark),
+        headwords(toPut.headwords),
+        headings(toPut.headings),
+        decoder(source.Book().CodePage()),
+        headword(FirstOf(headwords)),
+        heading(FirstOf(headings)) {}
+
+  std::string Write() {
+    const BookText::Part& part = text.Parts()[piece.part];
+    const size_t start = piece.begin - part.begin;
+    const std::string_view bytes = part.text.substr(start, piece.end - piece.begin);
+    html.reserve(bytes.size() + bytes.size() / 4);
+    Put(piece.opening);
+    if (!piece.heading.empty()) html.append("<h1>").append(piece.heading).append("</h1>");
+    kav_mobi::Tag tag;
+    size_t textBegin = 0;
+    for (kav_mobi::TagScanner scanner(bytes); scanner.Next(tag);) {
+      if (tag.begin < textBegin) continue;  // in a heading
+      WriteText(bytes.substr(textBegin, tag.begin - textBegin), textBegin);
+      textBegin = tag.begin + WriteHeading(bytes.substr(tag.begin), tag);
+      if (textBegin > tag.begin) continue;
+      WriteTag(bytes.substr(tag.begin, tag.end - tag.begin), tag);
+      textBegin = tag.end;
+    }
+    WriteText(bytes.substr(textBegin), textBegin);
+    MarkUpTo(piece.end);
+    return std::move(html);
+  }
+
+ private:
+  // The number of the first of some things that lies in the piece.
+  template <typename Thing>
+  size_t FirstOf(const std::vector<Thing>& things) const {
+    const auto first = std::partition_point(things.begin(), things.end(), [&](const Thing& thing) {
+      return thing.position < piece.begin;
+    });
+    return static_cast<size_t>(first - things.begin());
+  }
+
+  void Put(std::string_view bytes) { decoder.Append(bytes, html); }
+
+  // How much of the text from a tag on was a paragraph that became a heading; 0 for none.
+  size_t WriteHeading(std::string_view bytes, const kav_mobi::Tag& tag) {
+    const size_t position = piece.begin + tag.end;
+    const bool mayBe = heading < headings.size() && headings[heading].position < position &&
+                       tag.kind == kav_mobi::TagKind::kStart && tag.element != nullptr &&
+                       tag.element->name == std::string_view("p");
+    if (!mayBe) return 0;
+    const IndexEntry& entry = headings[heading];
+    const size_t size = SizeOfHeading(bytes.substr(0, kLongestHeading), entry.title);
+    if (size == 0) return 0;
+    MarkUpTo(piece.begin + tag.begin + size);
+    ++heading;
+    const std::string name = "h" + std::to_string(std::min(entry.level + 1, kLowestHeading));
+    html.append("<").append(name).append(">");
+    AppendEscaped(entry.title, html);
+    html.append("</").append(name).append(">");
+    return size;
+  }
+
+  // Up to the end of a paragraph that has this text and nothing else.
+  size_t SizeOfHeading(std::string_view bytes, const std::string& title) const {
+    kav_mobi::Tag tag;
+    for (kav_mobi::TagScanner scanner(bytes); scanner.Next(tag);) {
+      if (tag.element == nullptr) continue;
+      const bool isOther = tag.element->role == kav_mobi::Role::kPicture ||
+                           tag.element->name == std::string_view("a");
+      if (isOther) return 0;
+      const bool isEnd =
+          tag.kind == kav_mobi::TagKind::kEnd && tag.element->role == kav_mobi::Role::kParagraph;
+      if (!isEnd) continue;
+      std::string paragraph;
+      kav_mobi::TextDecoder(text.Book().CodePage()).Append(bytes.substr(0, tag.end), paragraph);
+      const bool isTitle = OneLine(TextOf(PageTree(std::move(paragraph)).Root())) == title;
+      return isTitle ? tag.end : 0;
+    }
+    return 0;
+  }
+
+  // What leads into a run of text leads to its beginning.
+  void WriteText(std::string_view run, size_t at) {
+    if (foreign == 0 && run.find_first_not_of(kav_mobi::kBlanks) != std::string_view::npos) {
+      MarkUpTo(piece.begin + at + run.size());
+      PutHeadwordsUpTo(piece.begin + at + run.size());
+      const size_t end = piece.begin + at + run.size();
+      while (heading < headings.size() && headings[heading].position < end) ++heading;
+    }
+    Put(run);
+  }
+
+  void WriteTag(std::string_view bytes, const kav_mobi::Tag& tag) {
+    const size_t end = piece.begin + tag.end;
+    if (tag.element != nullptr && tag.element->role == kav_mobi::Role::kPageBreak) return;
+    NoteForeign(tag);
+    const bool isStart = tag.kind == kav_mobi::TagKind::kStart && tag.element != nullptr;
+    if (!isStart || foreign > 0) return Put(bytes);
+    std::string_view id;
+    while (place < places.size() && places[place]->position < end) {
+      const BookPlace& here = *places[place++];
+      if (here.isOwn) continue;
+      if (!id.empty()) Mark(id);
+      id = here.id;
+    }
+    const bool holdsText = tag.element->role <= kav_mobi::Role::kItem;
+    if (!holdsText && !id.empty()) Mark(std::exchange(id, {}));
+    std::string written;
+    AppendStartTag(bytes, tag, text.IsNew(), id, written);
+    Put(written);
+  }
+
+  // Marks in drawings and formulas would end them.
+  void NoteForeign(const kav_mobi::Tag& tag) {
+    if (tag.selfClosing || (tag.name != "svg" && tag.name != "math")) return;
+    if (tag.kind == kav_mobi::TagKind::kStart) ++foreign;
+    if (tag.kind == kav_mobi::TagKind::kEnd && foreign > 0) --foreign;
+  }
+
+  void MarkUpTo(size_t end) {
+    for (; place < places.size() && places[place]->position < end; ++place) {
+      if (!places[place]->isOwn) Mark(places[place]->id);
+    }
+  }
+
+  void Mark(std::string_view id) { html.append("<span id=\"").append(id).append("\"></span>"); }
+
+  void PutHeadwordsUpTo(size_t end) {
+    for (; headword < headwords.size() && headwords[headword].position < end; ++headword) {
+      html.append("<b>").append(headwords[headword].markup).append("</b> ");
+    }
+  }
+
+  const BookText& text;
+  const Piece& piece;
+  const std::vector<const BookPlace*>& places;
+  const std::vector<kav_mobi::Headword>& headwords;
+  const std::vector<IndexEntry>& headings;
+  kav_mobi::TextDecoder decoder;
+  std::string html;
+  size_t place = 0;
+  size_t headword;
+  size_t heading;
+  size_t foreign = 0;  // drawings and formulas that are open
+};
+
+}  // namespace
+
+std::string HtmlOf(const BookText& text, const Piece& piece,
+                   const std::vector<const BookPlace*>& places, const Additions& additions) {
+  return PieceWriter(text, piece, places, additions).Write();
+}
