@@ -213,7 +213,7 @@ def compare_book(bench, kind, size):
 
     commands = {"engine": (bench.engine(job, source, outputs["engine"]), outputs["engine"]),
                 "floor": (floor, outputs["floor"]), "kavepub": (tool, outputs["kavepub"])}
-    if job == "text":
+    if job in ("text", "html"):
         commands["reader"] = ([bench.tool, "convert", "--cover", "none", "-f", "-o",
                                outputs["reader"], source], outputs["reader"])
     if kind not in ("pages", "chapters"):

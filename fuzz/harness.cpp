@@ -142,8 +142,11 @@ void Sandbox::Clear() {
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
   static Sandbox box;
+  const std::string input(reinterpret_cast<const char*>(data), size);
+  // What is compared becomes known to the fuzzer, in time.
+  if (input.find(box.Secret()) != std::string::npos) return 0;
   const int nextBefore = NextDescriptor();
-  Fuzz(std::string(reinterpret_cast<const char*>(data), size), box);
+  Fuzz(input, box);
   box.RequireUntouched();
   box.Clear();
   Require(NextDescriptor() == nextBefore, "all files are closed");
