@@ -192,6 +192,7 @@ Conversion ConvertBook(const BookOrder& order, const BookOptions& options,
       std::vector<BookWarning> warnings = report.warnings;
       return {RemarkOn(report), std::move(warnings), std::move(report)};
     } catch (const Unsupported&) {
+      if (order.kind == BookKind::kPictures) throw;
       // Something else than its name promises, of which only plain books are made.
     }
   }
