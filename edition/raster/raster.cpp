@@ -39,7 +39,7 @@ kavepub_raster_code Convert(std::string_view file, int orientation, size_t& pict
   pixels = Turned(std::move(pixels), orientation);
   pictures = pixels.pictures;
   made = Packed(pixels);
-  return made.empty() ? KAVEPUB_RASTER_MEMORY : KAVEPUB_RASTER_OK;
+  return made.empty() ? KAVEPUB_RASTER_FOREIGN : KAVEPUB_RASTER_OK;  // longer than PNG can be
 }
 
 }  // namespace

@@ -122,12 +122,16 @@ class Albums(ToolTest):
         self.assertLessEqual({"A Wood", "A drawn house", "Quarters", "colours"}, titles)
         self.assertNotIn(b"alert", book.read("OEBPS/drawing.svg"))
 
-    def test_bomb(self):
-        """What tells of 200 million pixels is not unpacked."""
+    def test_bombs(self):
+        """What tells of 200 million pixels is not unpacked; nor is one that is too long for PNG."""
         size = struct.pack("<4LLL", 0, 0, 54, 40, 14142, 14142)
-        self.write("large.bmp", content=b"BM" + size + struct.pack("<HH6L", 1, 1, *[0] * 6))
-        done = self.kavepub("convert", "large.bmp")
-        self.assertEqual((done.returncode, "67 million pixels" in done.stderr), (1, True))
+        bitmap = b"BM" + size + struct.pack("<HH6L", 1, 1, *[0] * 6)
+        strip = bytearray((SEEDS / "animated.webp").read_bytes())
+        strip[29] = 0x10  # of its height
+        for picture, words in (bitmap, "67 million pixels"), (bytes(strip), "a rare form"):
+            self.write("large", content=picture)
+            done = self.kavepub("convert", "large")
+            self.assertEqual((done.returncode, words in done.stderr), (1, True), done.stderr)
 
     def test_many(self):
         """More than a process may have open."""
