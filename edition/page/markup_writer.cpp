@@ -38,6 +38,19 @@ void AddClass(std::string_view name, std::string& attributes) {
   }
 }
 
+// Those that every element may have.
+std::string CommonAttributes(std::string_view attributes) {
+  constexpr std::string_view kCommon[] = {"class", "dir", "style", "title", "xml:lang"};
+  std::string common;
+  while (!attributes.empty()) {
+    const size_t equals = attributes.find('=');
+    const size_t end = std::min(attributes.find('"', equals + 2), attributes.size() - 1) + 1;
+    if (IsOneOf(kCommon, attributes.substr(1, equals - 1))) common += attributes.substr(0, end);
+    attributes.remove_prefix(end);
+  }
+  return common;
+}
+
 }  // namespace
 
 MarkupWriter::MarkupWriter() {
@@ -57,6 +70,7 @@ void MarkupWriter::Begin(const char* name, Place place, Model model, std::string
     FitIntoTable(element, fit);
   }
   if (fit.way == Fit::Way::kPutInLine) {
+    element.attributes = CommonAttributes(element.attributes);
     AddClass(name, element.attributes);
     AddClass("line", element.attributes);
     return BeginInline("span", std::move(element.attributes), std::move(element.id));
