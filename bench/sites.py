@@ -13,7 +13,7 @@ import pathlib
 import re
 import shutil
 import subprocess
-import time
+import sys
 import urllib.parse
 import zipfile
 
@@ -35,7 +35,7 @@ FORMS = {"select", "textarea", "button", "input"}
 BLOCKS = set("""address article aside blockquote body br caption center dd details dialog dir div dl dt
     fieldset figcaption figure footer form h1 h2 h3 h4 h5 h6 header hr li listing main menu nav ol p
     plaintext pre section summary table tbody td tfoot th thead tr ul xmp""".split())
-COUNTED = {"headings": ("h1", "h2", "h3", "h4", "h5", "h6"), "lists": ("ul", "ol", "menu", "dir"),
+COUNTED = {"headings": ("h1", "h2", "h3", "h4", "h5", "h6"), "lists": ("ul", "ol", "menu", "dir", "map"),
            "tables": ("table",), "listings": ("pre", "listing", "xmp", "plaintext"), "dl": ("dl",)}
 KIND_OF = {name: kind for kind, names in COUNTED.items() for name in names}
 PERMALINKS = ("#", "¶", "§", "🔗", "∞")
@@ -90,7 +90,7 @@ class Page:
     def add_sheet(self, element, href):
         media = element.get("media", "").lower()
         if not media or "screen" in media or "all" in media:
-            self.sheets.append(href)
+            self.sheets.append((href, "".join(element.itertext())))
 
     def walk(self, element, around):
         """Whether there is anything to be seen in it."""
@@ -116,7 +116,9 @@ class Page:
         if breaks or name in TOKENS:
             self.end_run()
         place = len(self.links)
-        if name in ("a", "area") and element.get("href") is not None:
+        if name == "area" and element.get("alt"):
+            self.sentences.append(plain(element.get("alt")))
+        if name in ("a", "area") and element.get("href", "#") != "#":
             self.links.append(element.get("href"))
         self.run.append(element.text or "")
         seen = name in ("img", "area") or bool(plain(element.text or ""))
@@ -127,7 +129,7 @@ class Page:
             seen |= bool(plain(child.tail or ""))
         if breaks or name in TOKENS:
             self.end_run()
-        if name in KIND_OF and seen:
+        if name in KIND_OF and seen and (name != "pre" or "pre" not in around):
             self.counts[KIND_OF[name]] += 1
             if KIND_OF[name] == "headings":
                 self.titles.append(plain("".join(self.texts(element))))
@@ -194,8 +196,23 @@ class Site:
             found = page.path
         if found not in self.pages:
             return None
+        shown = [self.pages.get(self.file(self.pages[found], frame)) for frame in self.pages[found].frames]
+        if not self.pages[found].text and any(shown):
+            found = max(filter(None, shown), key=lambda page: len(page.text)).path
         fragment = urllib.parse.unquote(href.partition("#")[2])
         return "in", found, fragment in self.pages[found].ids
+
+
+def read_sheet(path):
+    return path.read_text("utf-8", "replace") if path else ""
+
+
+def has_rules(css):
+    """Whether a sheet has more than variables, fonts, which may not be there, and what is printed."""
+    css = re.sub(r"/\*.*?\*/", " ", css, flags=re.DOTALL)
+    css = re.sub(r"@media\s+print\s*\{([^{}]*\{[^{}]*\})*[^{}]*\}", "", css)
+    css = re.sub(r"@font-face\s*\{[^{}]*\}", "", css)
+    return "@import" in css or re.search(r"[{;]\s*(?!--)[a-z-]+\s*:", css)
 
 
 def outward(href):
@@ -302,23 +319,13 @@ class Book:
 
 def run(*command):
     """Code, what it said, seconds, processor seconds and peak MB."""
-    start = time.monotonic()
-    with (SCRATCH / "said").open("w+b") as said:
-        process = subprocess.Popen([str(part) for part in command], stdout=said, stderr=said)
-        deadline = start + LIMIT
-        while True:
-            pid, status, usage = os.wait4(process.pid, os.WNOHANG)
-            if pid:
-                break
-            if time.monotonic() > deadline:
-                process.kill()
-                deadline += LIMIT
-            time.sleep(0.005)
-        process.returncode = os.waitstatus_to_exitcode(status)
-        said.seek(0)
-        words = said.read().decode(errors="replace")
-    return (process.returncode, words, time.monotonic() - start,
-            usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024 / 1e6)
+    figures = SCRATCH / "figures"
+    timed = ("/usr/bin/time", "-o", figures, "-f", "%e %U %S %M", "timeout", str(LIMIT))
+    done = subprocess.run([str(part) for part in (*timed, *command)], stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT)
+    wall, user, system, peak = map(float, figures.read_text().split("\n")[-2].split())
+    return (done.returncode, done.stdout.decode(errors="replace"), wall, user + system,
+            peak * 1024 / 1e6)
 
 
 def messages_of(book):
@@ -443,7 +450,8 @@ class Row:
         self.note("broken", links_of(lean_targets, "broken"))
         self.styled = [0, 0]
         for path, page in pages.items():
-            sheets = [href for href in page.sheets if href is None or self.site.file(page, href)]
+            sheets = [href for href, css in page.sheets
+                      if has_rules(css if href is None else read_sheet(self.site.file(page, href)))]
             docs = whole.docs_of(path)
             if sheets and docs:
                 self.styled[0] += 1
@@ -535,13 +543,11 @@ def main():
                 print(line, flush=True)
         return
     print(HEAD)
-    wrong = []
     for kind in kinds:
         row = Row(kind, tool)
         print("| " + " | ".join(map(str, row.cells())) + " |", flush=True)
-        wrong += [(kind.kind, *found) for found in row.wrong]
-    for kind, what, *examples in wrong:
-        print(f"\n{kind}: {what}", *examples, sep="\n    ")
+        for what, *examples in row.wrong:
+            print(f"{kind.kind}: {what}", *examples, sep="\n    ", file=sys.stderr, flush=True)
 
 
 if __name__ == "__main__":

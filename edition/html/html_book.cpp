@@ -18,17 +18,16 @@ namespace {
 
 constexpr size_t kLongestRepeated = 256;  // of a link that goes on behind a block
 constexpr size_t kEnoughForLanguage = size_t{1} << 16;
+constexpr size_t kLittleForLanguage = size_t{1} << 12;
 
 // The letters of a body, roughly.
-std::string SampleOf(std::string_view markup) {
-  std::string sample;
+void AddSample(std::string_view markup, std::string& sample) {
   bool isInTag = false;
   for (const char c : markup.substr(0, kEnoughForLanguage * 4)) {
     if (c == '<' || c == '>') isInTag = c == '<';
     if (!isInTag && static_cast<unsigned char>(c) >= ' ') sample += c == '>' ? ' ' : c;
     if (sample.size() == kEnoughForLanguage) break;
   }
-  return sample;
 }
 
 class Maker {
@@ -58,15 +57,21 @@ class Maker {
 
  private:
   Metadata Facts() {
-    SitePage& first = site.Pages().front();
-    Metadata facts = first.content.facts;
-    if (facts.language.empty()) {
-      std::string body = first.body.Take();
-      const std::string sample = SampleOf(body);
-      first.body = KeptText(std::move(body));
-      facts.language = LanguageOfText(sample);
-    }
+    Metadata facts = site.Pages().front().content.facts;
+    if (facts.language.empty()) facts.language = LanguageOfText(Sample());
     return facts;
+  }
+
+  // The first page may show nothing but others in frames.
+  std::string Sample() {
+    std::string sample;
+    for (SitePage& page : site.Pages()) {
+      std::string body = page.body.Take();
+      AddSample(body, sample);
+      page.body = KeptText(std::move(body));
+      if (sample.size() >= kLittleForLanguage) break;
+    }
+    return sample;
   }
 
   Status AddPage(size_t number) {

@@ -8,23 +8,58 @@
 #include <utility>
 
 namespace {
+
 constexpr size_t kFewestPages = 2;
+
+// What two parts that say the same have in common.
+std::string WordsOf(const PagePart& part) {
+  return part.sameness + '\n' + std::to_string(part.text);
 }
 
-std::vector<std::vector<bool>> RepeatedParts(const SitePages& pages) {
-  std::unordered_map<std::string, size_t> counts;  // of pages that have such a part
-  for (const SitePage& page : pages) {
-    std::unordered_set<std::string> seen;
-    for (const PagePart& part : page.content.parts) {
-      if (seen.insert(part.sameness).second) ++counts[part.sameness];
+// A bar may say what page it is on, but is not headed by it.
+std::string BarOf(const PagePart& part) {
+  return part.sameness + '\n' + part.title;
+}
+
+// Of pages, how many have a part.
+class Counts {
+ public:
+  explicit Counts(const SitePages& pages) : many(std::max(kFewestPages, (pages.size() + 2) / 3)) {
+    for (const SitePage& page : pages) {
+      std::unordered_set<std::string> seen;
+      for (const PagePart& part : page.content.parts) {
+        Count(part.leads ? BarOf(part) : WordsOf(part), seen);
+      }
     }
   }
-  const size_t many = std::max(kFewestPages, (pages.size() + 2) / 3);
+
+  bool AreMany(const std::string& part) const { return counts.at(part) >= many; }
+
+ private:
+  void Count(std::string part, std::unordered_set<std::string>& seen) {
+    if (seen.insert(part).second) ++counts[std::move(part)];
+  }
+
+  size_t many;
+  std::unordered_map<std::string, size_t> counts;
+};
+
+}  // namespace
+
+std::vector<std::vector<bool>> RepeatedParts(const SitePages& pages) {
+  const Counts counts(pages);
   std::vector<std::vector<bool>> repeated;
+  std::unordered_set<std::string> said;
   for (const SitePage& page : pages) {
     std::vector<bool> own;
     for (const PagePart& part : page.content.parts) {
-      own.push_back(!part.hasTitle && part.leads && counts[part.sameness] >= many);
+      if (part.leads) {
+        own.push_back(counts.AreMany(BarOf(part)));
+      } else {
+        // What is no bar is said once.
+        const std::string words = WordsOf(part);
+        own.push_back(counts.AreMany(words) && !said.insert(words).second);
+      }
     }
     repeated.push_back(std::move(own));
   }

@@ -72,9 +72,13 @@ Status Site::Read() {
     if (Status status = AddInput(input); !status) return status;
   }
   if (Status status = ReadAll(); !status) return status;
+  FindFrames();
   for (SitePage& page : pages) {
     const std::string& up = page.content.up;
     if (!up.empty()) page.up = PageOf(page, Resolve(up, page.base));
+    for (size_t& link : page.links) link = Shown(link);
+    page.next = Shown(page.next);
+    if (Shown(page.from) != page.from) page.from = kNoPage;
   }
   const bool showsSomething = std::any_of(
       pages.begin(), pages.end(), [](const SitePage& page) { return !page.body.IsEmpty(); });
@@ -114,6 +118,26 @@ Status Site::ReadAll() {
   return Done();
 }
 
+// Who comes to a page that shows nothing but others wants the one that says most itself, which
+// comes before the bars beside it.
+void Site::FindFrames() {
+  for (SitePage& page : pages) {
+    if (!page.body.IsEmpty()) continue;
+    for (const size_t frame : page.links) {
+      if (frame == kNoPage || pages[frame].body.IsEmpty()) continue;
+      const bool isFirst = page.shownBy == kNoPage;
+      const HtmlPage& shown = pages[isFirst ? frame : page.shownBy].content;
+      if (isFirst || pages[frame].content.ownText > shown.ownText) page.shownBy = frame;
+    }
+    const auto shown = std::find(page.links.begin(), page.links.end(), page.shownBy);
+    if (shown != page.links.end()) std::iter_swap(page.links.begin(), shown);
+  }
+}
+
+size_t Site::Shown(size_t page) const {
+  return page == kNoPage || pages[page].shownBy == kNoPage ? page : pages[page].shownBy;
+}
+
 Result<std::unique_ptr<Site::Root>> Site::RootOf(const std::string& directory) const {
   auto root = std::make_unique<Root>();
   if (directory.empty()) return root;
@@ -130,7 +154,6 @@ Result<std::unique_ptr<Site::Root>> Site::RootOf(const std::string& directory) c
 // Pages in the order in which they are linked.
 void Site::Follow(size_t from) {
   SitePage& page = pages[from];
-  for (const std::string& frame : page.content.frames) Lead(from, frame);
   page.links.reserve(page.content.links.size());
   for (PageLink& link : page.content.links) {
     page.links.push_back(Lead(from, std::exchange(link.target, {})));
@@ -198,7 +221,7 @@ Status Site::Take(std::string_view bytes, SitePage& page) {
 size_t Site::PageOf(const SitePage& from, const Reference& reference) const {
   if (reference.kind != Reference::Kind::kFile) return kNoPage;
   for (const std::string& path : PathsOf(reference.target)) {
-    if (const size_t page = Find(from.root, path); page != kNoPage) return page;
+    if (const size_t page = Find(from.root, path); page != kNoPage) return Shown(page);
   }
   return kNoPage;
 }

@@ -34,7 +34,8 @@ struct SitePage {
   std::vector<size_t> links;  // for each link of the content, the page it leads to, or kNoPage
   size_t next = kNoPage;
   size_t up = kNoPage;
-  size_t from = kNoPage;  // the page that led here first
+  size_t from = kNoPage;     // the page that led here first
+  size_t shownBy = kNoPage;  // the page in the place of one that only has frames
 };
 
 using SitePages = std::deque<SitePage>;
@@ -67,6 +68,8 @@ class Site {
   Status AddInput(const Input& input);
   Status ReadAll();
   void Follow(size_t from);
+  void FindFrames();
+  size_t Shown(size_t page) const;
   size_t Lead(size_t from, const std::string& target);
   SitePage& Add(size_t root, std::string path, size_t from);
   Status ReadInput(const Input& input, SitePage& page);

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 namespace {
 
@@ -21,6 +23,11 @@ class Order {
   }
 
  private:
+  struct Listed {
+    size_t page;
+    std::unordered_set<size_t> list;
+  };
+
   std::vector<size_t> Chain() const {
     std::vector<size_t> chain;
     std::vector<bool> isIn(pages.size(), false);
@@ -31,25 +38,47 @@ class Order {
     return chain;
   }
 
-  // A page belongs to the one that it names, or to the last one before it that lists it.
+  // A page belongs to the one above it in the list of all on the first page; without such a list to
+  // the one that it names, or to the last one before it that lists it.
   void FollowChain(const std::vector<size_t>& chain) {
-    std::vector<size_t> path;
-    std::vector<std::unordered_set<size_t>> lists;
+    const std::unordered_map<size_t, size_t> outline = OutlineOf(chain.front());
+    const bool hasOutline = outline.size() * 2 > chain.size();
+    std::vector<Listed> path;
     taken.assign(pages.size(), false);
     for (const size_t page : chain) {
       taken[page] = true;
       const size_t up = pages[page].up;
-      while (!path.empty() && path.back() != up && lists.back().count(page) == 0) {
-        path.pop_back();
-        lists.pop_back();
-      }
+      std::unordered_set<size_t> own = ListOf(page);
+      // Pages that list each other stand beside each other.
+      const auto lists = [&](const Listed& above) {
+        return above.list.count(page) != 0 && own.count(above.page) == 0;
+      };
+      while (!path.empty() && path.back().page != up && !lists(path.back())) path.pop_back();
       // The first page is the one before all others.
-      const bool isTop = path.empty() || path.back() == 0;
-      if (!isTop) parents[page] = path.back();
+      const bool isTop = path.empty() || path.back().page == 0;
+      if (!isTop) parents[page] = path.back().page;
+      const auto known = outline.find(page);
+      if (hasOutline && known != outline.end()) parents[page] = known->second;
       arrived.push_back(page);
-      path.push_back(page);
-      lists.push_back(ListOf(page));
+      path.push_back({page, std::move(own)});
     }
+  }
+
+  // For each page that lists of a page have, bars as well, the one above it.
+  std::unordered_map<size_t, size_t> OutlineOf(size_t page) const {
+    std::unordered_map<size_t, size_t> outline;
+    std::vector<std::pair<unsigned, size_t>> path;
+    const SitePage& from = pages[page];
+    for (size_t i = 0; i < from.links.size(); ++i) {
+      const size_t listed = from.links[i];
+      const unsigned depth = from.content.links[i].depth;
+      if (depth == 0 || listed == kNoPage || listed == page) continue;
+      while (!path.empty() && path.back().first >= depth) path.pop_back();
+      const size_t above = path.empty() ? kNoPage : path.back().second;
+      path.emplace_back(depth, listed);
+      if (above != listed) outline.try_emplace(listed, above);
+    }
+    return outline;
   }
 
   // What lists of the page's own have; a bar has the pages beside it.
@@ -129,7 +158,7 @@ class Order {
     while (!waiting.empty()) {
       const OrderedPage next = waiting.back();
       waiting.pop_back();
-      order.push_back(next);
+      if (pages[next.page].shownBy == kNoPage) order.push_back(next);
       const std::vector<size_t>& inner = below[next.page];
       for (size_t i = inner.size(); i-- > 0;) waiting.push_back({inner[i], next.level + 1});
     }

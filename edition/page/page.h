@@ -27,7 +27,7 @@ struct PageReference {
   std::string id;                    // likewise; stays where the picture is not there
 };
 
-// A link to another page, in the order of the page.
+// A link to another page, or a frame that shows one, in the order of the page.
 struct PageLink {
   std::string target;
   unsigned depth = 0;  // of the lists that it stands in
@@ -42,9 +42,10 @@ struct PageHeading {
 
 // A part that may be the same on all pages of a site.
 struct PagePart {
-  std::string sameness;   // equal for parts that do the same on their pages
-  bool leads = false;     // most of it is links
-  bool hasTitle = false;  // of the page
+  std::string sameness;    // equal for parts that do the same on their pages
+  bool leads = false;      // most of it is links
+  std::string title;       // its first-level headings, which may be that of the page
+  std::uint64_t text = 1;  // equal for equal texts
 };
 
 struct PageSheet {
@@ -59,8 +60,8 @@ struct HtmlPage {
   std::unordered_map<std::string, size_t> ids;  // of the body, and the part that each is in
   std::vector<PageHeading> headings;
   std::vector<PageLink> links;
+  std::uint32_t ownText = 0;  // letters outside links
   std::vector<PageSheet> sheets;
-  std::vector<std::string> frames;  // pages that are shown in it
 
   Metadata facts;
   std::string base;  // what its references are relative to, where it says so

@@ -120,6 +120,14 @@ const ElementRule& RuleOfElement(const GumboNode& element, std::string_view name
   return tag < GUMBO_TAG_UNKNOWN ? *kByTag[static_cast<size_t>(tag)] : RuleOf(name);
 }
 
+// Of Fowler, Noll and Vo, whatever blanks are between.
+void AddHash(std::string_view text, std::uint64_t& hash) {
+  constexpr std::uint64_t kPrime = 0x100000001B3;
+  for (const char c : text) {
+    if (!IsBlank(c)) hash = (hash ^ static_cast<unsigned char>(c)) * kPrime;
+  }
+}
+
 class Reader {
  public:
   explicit Reader(const PageTree& read) : tree(read), weights(WeighElements(tree.Root())) {}
@@ -140,6 +148,7 @@ class Reader {
     bool isLink = false;
     bool isList = false;
     bool isHeading = false;
+    size_t links = 0;  // before it
     size_t part = kNone;
     const char* after = "";  // text that follows it
   };
@@ -164,6 +173,7 @@ class Reader {
     page.bodyClass = AttributeOf(body, "class");
     page.bodyId = XmlIdOf(AttributeOf(body, "id"));
     whole = weights[number - 1].text;
+    page.ownText = whole - weights[number - 1].inLinks;
   }
 
   bool Begin(const GumboNode& node, Weight weight) {
@@ -179,6 +189,10 @@ class Reader {
     if (name == "noscript" && HoldsPicture(node)) rule.fate = ElementRule::Fate::kOpened;
     NoteFrame(node, name);
     if (IsPictureElement(name) && AddPicture(node, name)) return Skip(node);
+    if (name == "area") {
+      AddArea(node, rule);
+      return Skip(node);
+    }
     if (rule.fate == ElementRule::Fate::kDropped || IsPermalink(node)) return Skip(node);
     Begun begun;
     if (rule.fate == ElementRule::Fate::kKept) BeginElement(node, name, rule, weight, begun);
@@ -277,12 +291,47 @@ class Reader {
     const char* href = FindAttribute(node, "href");
     if (href == nullptr || openLinks > 0) return false;
     begun.isLink = true;
+    begun.links = page.links.size();
     ++openLinks;
+    isShown = false;
     attributes += AddLink(href);
     if (page.links.size() < kMostLinks) {
       page.links.push_back({href, static_cast<unsigned>(lists), PartHere()});
     }
     return true;
+  }
+
+  // Nobody follows a link that shows nothing; a mark that a font would draw may lead to all pages
+  // in one, for printing.
+  void EndLink(const Begun& begun) {
+    --openLinks;
+    while (!isShown && page.links.size() > begun.links) page.links.pop_back();
+  }
+
+  // What is behind a place in a picture follows in a list.
+  void AddArea(const GumboNode& node, const ElementRule& rule) {
+    std::string attributes;
+    Begun begun;
+    const std::string label = LabelOfArea(node);
+    if (label.empty()) return;
+    ++lists;
+    if (BeginLink(node, attributes, begun)) {
+      writer.Begin(rule.name, rule.place, rule.model, {}, {});
+      writer.Begin("a", Place::kInText, Model::kText, std::move(attributes), {});
+      AddText(label);
+      writer.End();
+      writer.End();
+      --openLinks;
+    }
+    --lists;
+  }
+
+  static std::string LabelOfArea(const GumboNode& node) {
+    for (const char* attribute : {"alt", "title", "href"}) {
+      std::string label = OneLine(AttributeOf(node, attribute));
+      if (!label.empty()) return label;
+    }
+    return {};
   }
 
   void BeginHeading(unsigned level, std::string& id, Begun& begun) {
@@ -292,8 +341,6 @@ class Reader {
     if (id.empty() || page.ids.count(id) != 0)
       id = "_h." + std::to_string(page.headings.size() + 1);
     heading = PageHeading{level, {}, id};
-    // Bars have headings of their own, further down.
-    for (const size_t open : openParts) page.parts[open].hasTitle |= level == 1;
   }
 
   void BeginPart(const GumboNode& node, const std::string& name, Weight weight,
@@ -322,10 +369,14 @@ class Reader {
     if (*begun.after != '\0') AddText(begun.after);
     if (begun.isHeading) {
       heading->title = OneLine(heading->title);
+      // Bars have headings of their own, further down.
+      if (heading->level == 1 && !openParts.empty()) {
+        page.parts[openParts.back()].title += heading->title;
+      }
       if (!heading->title.empty()) page.headings.push_back(std::move(*heading));
       heading.reset();
     }
-    if (begun.isLink) --openLinks;
+    if (begun.isLink) EndLink(begun);
     if (begun.isList) --lists;
     if (begun.isWritten) writer.End();
     if (begun.part != kNone) {
@@ -340,7 +391,9 @@ class Reader {
     });
     std::string safe;
     if (!isPlain) text = safe = ToXmlCharacters(text);
+    isShown = isShown || text.find_first_not_of(kBlanks) != std::string_view::npos;
     if (heading) heading->title += text;
+    if (!openParts.empty()) AddHash(text, page.parts[openParts.back()].text);
     writer.Text(text);
   }
 
@@ -378,21 +431,28 @@ class Reader {
     if (const std::string id = IdOf(node, name); Take(id)) picture.id = " id=\"" + id + "\"";
     picture.attributes =
         AttributesOf(node, "img", name == "img" ? "" : name, StyleOf(node, "img", rules, Refer()));
+    isShown = true;
     writer.Inline(AddReference(std::move(picture)));
     return true;
   }
 
   void AddDrawing(const GumboNode& node) {
-    PageReference drawing{PageReference::Kind::kDrawing, {DrawingOf(node)}, {}, {}, {}};
+    if (!drawingParts) drawingParts.emplace(tree.Root());
+    PageReference drawing{
+        PageReference::Kind::kDrawing, {DrawingOf(node, *drawingParts)}, {}, {}, {}};
     drawing.alternative = TitleOfDrawing(node);
     drawing.attributes = AttributesOf(node, "img", "svg", {});
-    if (!drawing.targets.front().empty()) writer.Inline(AddReference(std::move(drawing)));
+    if (drawing.targets.front().empty()) return;
+    isShown = true;
+    writer.Inline(AddReference(std::move(drawing)));
   }
 
   void NoteFrame(const GumboNode& node, const std::string& name) {
     if (name != "frame" && name != "iframe") return;
     const std::string_view source = AttributeOf(node, "src");
-    if (!source.empty()) page.frames.emplace_back(source);
+    if (!source.empty() && page.links.size() < kMostLinks) {
+      page.links.push_back({std::string(source), 1, PartHere()});
+    }
   }
 
   static constexpr size_t kMostLinks = 100'000;
@@ -408,10 +468,12 @@ class Reader {
   std::vector<size_t> openParts;
   std::unordered_map<std::string_view, size_t> links;  // references, by what the tree holds
   std::optional<PageHeading> heading;
+  std::optional<DrawingParts> drawingParts;
   size_t number = 0;  // of the next element
   std::uint32_t whole = 0;
   size_t lists = 0;
   size_t openLinks = 0;
+  bool isShown = false;  // anything in the link
   bool hasBody = false;
 };
 

@@ -23,6 +23,8 @@ constexpr std::string_view kDroppedProperties[] = {
 constexpr std::string_view kWidths[] = {"width", "min-width"};
 constexpr std::string_view kHeights[] = {"height", "max-height", "min-height"};
 constexpr std::string_view kOfTheReader[] = {"font-size", "line-height"};
+constexpr std::string_view kFontSizes[] = {"xx-small", "x-small",  "small",  "medium",  "large",
+                                           "x-large",  "xx-large", "larger", "smaller", "inherit"};
 constexpr std::string_view kRoots[] = {":root", "body", "html", "html body"};
 
 std::string_view Trimmed(std::string_view text) {
@@ -178,9 +180,17 @@ bool IsOfWindow(const std::string& name, std::string_view value) {
          Number(value) > kWidestBox;
 }
 
+// A length or one of the words of CSS 2; later ones are unknown to readers.
+bool IsFontSize(std::string_view value) {
+  return std::string_view("+.0123456789").find(value.front()) != std::string_view::npos ||
+         value.find('(') != std::string_view::npos ||
+         IsOneOf(kFontSizes, value.substr(0, value.find_first_of(" !")));
+}
+
 bool IsDropped(const std::string& name, const std::string& value, bool isOfRoot) {
   if (IsOneOf(kDroppedProperties, name) || IsOfWindow(name, value)) return true;
   if (isOfRoot && IsOneOf(kOfTheReader, name)) return true;
+  if (name == "font-size" && !IsFontSize(value)) return true;
   if (name == "position") return value.starts_with("fixed") || value.starts_with("sticky");
   return value.find("expression") != std::string::npos ||
          value.find("javascript:") != std::string::npos;

@@ -9,6 +9,8 @@
 #include <iterator>
 #include <memory>
 #include <unordered_set>
+#include <utility>
+#include <vector>
 
 #include "base/error_silence.h"
 #include "edition/book/metadata.h"
@@ -156,10 +158,20 @@ constexpr std::string_view kGraphicAttributes[] = {"baseline-shift",
                                                    "y1",
                                                    "y2"};
 
-constexpr std::string_view kWithText[] = {"a", "desc", "text", "textPath", "title", "tspan"};
+constexpr std::string_view kWithText[] = {"desc", "text", "textPath", "title", "tspan"};
 
 constexpr std::string_view kReferring[] = {
     "filter", "image", "linearGradient", "pattern", "radialGradient", "textPath", "use"};
+
+// These show another part, and nothing without it.
+constexpr std::string_view kShowingParts[] = {"textPath", "use"};
+
+// A drawing of these shows nothing by itself.
+constexpr std::string_view kUnseen[] = {"defs", "desc", "metadata", "style", "symbol", "title"};
+
+constexpr size_t kMostBorrowed = size_t{1} << 20;
+
+using Ids = std::unordered_set<std::string>;
 
 std::string Nowhere(std::string_view reference) {
   std::string url;
@@ -178,9 +190,17 @@ bool LeadsAway(std::string_view value) {
 
 class Writer {
  public:
-  // False for an element that is left out with all in it; such is a path without a way.
-  bool Begin(std::string_view name, bool hasWay) {
+  // With the ids that the drawing has.
+  explicit Writer(Ids known) : parts(std::move(known)) {}
+
+  // False for an element that is left out with all in it; such is a path without a way, and what
+  // shows a part that is not there.
+  bool Begin(std::string_view name, bool hasWay, std::string_view reference) {
     if (!IsOneOf(kGraphicElements, name) || (name == "path" && !hasWay)) return false;
+    if (IsOneOf(kShowingParts, name) && !HasPart(reference)) return false;
+    // A link in a picture leads nowhere.
+    const bool isInText = !path.empty() && IsOneOf(kWithText, path.back());
+    if (name == "a") name = isInText ? "tspan" : "g";
     path.emplace_back(name);
     file.append("<").append(name);
     names.clear();
@@ -209,6 +229,7 @@ class Writer {
   void Link(std::string_view value) {
     if (!IsOneOf(kReferring, path.back())) return;
     if (value.starts_with('#')) {
+      if (!HasPart(value)) return;
       std::string own = "#";
       return Put("xlink:href", own.append(XmlIdOf(value.substr(1))));
     }
@@ -238,7 +259,14 @@ class Writer {
 
   std::string Take() { return std::move(file); }
 
+  size_t Size() const { return file.size(); }
+
  private:
+  bool HasPart(std::string_view reference) const {
+    return reference.size() > 1 && reference.front() == '#' &&
+           parts.count(XmlIdOf(reference.substr(1))) != 0;
+  }
+
   void Put(std::string_view name, std::string_view value) {
     if (!names.insert(std::string(name)).second) return;
     file.append(" ").append(name).append("=\"");
@@ -249,7 +277,8 @@ class Writer {
   std::string file = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
   std::vector<std::string> path;
   std::unordered_set<std::string> names;  // of the attributes of a tag
-  std::unordered_set<std::string> ids;
+  Ids ids;                                // that were written
+  Ids parts;
   StyleRules rules;
 };
 
@@ -257,9 +286,10 @@ std::string_view View(const xmlChar* text) {
   return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
 }
 
-bool HasWay(const xmlNode& element) {
-  const xmlAttr* way = xmlHasProp(&element, reinterpret_cast<const xmlChar*>("d"));
-  return way != nullptr && way->children != nullptr && !View(way->children->content).empty();
+std::string_view AttributeOf(const xmlNode& element, const char* name) {
+  const xmlAttr* found = xmlHasProp(&element, reinterpret_cast<const xmlChar*>(name));
+  const bool hasValue = found != nullptr && found->children != nullptr;
+  return hasValue ? View(found->children->content) : std::string_view();
 }
 
 void WriteTag(const xmlNode& element, Writer& writer) {
@@ -283,12 +313,34 @@ bool IsSvg(const xmlNode& node) {
   return node.ns == nullptr || View(node.ns->href) == "http://www.w3.org/2000/svg";
 }
 
+bool IsGraphic(const xmlNode& node) {
+  return node.type == XML_ELEMENT_NODE && IsSvg(node) &&
+         IsOneOf(kGraphicElements, View(node.name)) &&
+         (View(node.name) != "path" || !AttributeOf(node, "d").empty());
+}
+
+Ids IdsOf(const xmlNode* root) {
+  Ids ids;
+  for (const xmlNode* node = root;;) {
+    const bool isGraphic = IsGraphic(*node);
+    if (isGraphic) ids.insert(XmlIdOf(AttributeOf(*node, "id")));
+    if (isGraphic && node->children != nullptr) {
+      node = node->children;
+      continue;
+    }
+    while (node != root && node->next == nullptr) node = node->parent;
+    if (node == root) return ids;
+    node = node->next;
+  }
+}
+
 void WriteTree(const xmlNode* root, Writer& writer) {
   const xmlNode* node = root;
   for (;;) {
     bool entered = false;
     if (node->type == XML_ELEMENT_NODE && IsSvg(*node) &&
-        writer.Begin(View(node->name), HasWay(*node))) {
+        writer.Begin(View(node->name), !AttributeOf(*node, "d").empty(),
+                     AttributeOf(*node, "href"))) {
       WriteTag(*node, writer);
       entered = true;
     } else if (node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE) {
@@ -318,6 +370,59 @@ std::string TitleOf(const xmlNode& root) {
   return {};
 }
 
+bool IsGraphic(const GumboNode& node) {
+  return IsElement(node) && node.v.element.tag_namespace == GUMBO_NAMESPACE_SVG &&
+         IsOneOf(kGraphicElements, NameOf(node)) &&
+         (NameOf(node) != "path" || !AttributeOf(node, "d").empty());
+}
+
+bool ShowsSomething(const GumboNode& svg) {
+  const GumboVector& children = svg.v.element.children;
+  return std::any_of(children.data, children.data + children.length, [](const void* child) {
+    const auto& node = *static_cast<const GumboNode*>(child);
+    return IsElement(node) && !IsOneOf(kUnseen, NameOf(node));
+  });
+}
+
+// Adds the ids in a node; those that it refers to.
+std::vector<std::string> NoteParts(const GumboNode& top, Ids& ids) {
+  std::vector<std::string> wanted;
+  const auto enter = [&](const GumboNode& node) {
+    if (!IsGraphic(node)) return false;
+    const std::string_view id = AttributeOf(node, "id");
+    const std::string_view reference = AttributeOf(node, "href");
+    if (!id.empty()) ids.insert(XmlIdOf(id));
+    if (reference.starts_with('#')) wanted.push_back(XmlIdOf(reference.substr(1)));
+    return true;
+  };
+  Walk(top, enter, [](const GumboNode&) {});
+  return wanted;
+}
+
+// Calls inside() behind the tag of the top.
+template <typename Inside>
+void WriteNode(const GumboNode& top, Writer& writer, Inside inside) {
+  const auto enter = [&](const GumboNode& node) {
+    if (IsText(node)) writer.Text(node.v.text.text);
+    if (!IsElement(node) || node.v.element.tag_namespace != GUMBO_NAMESPACE_SVG) return false;
+    const bool hasWay = !AttributeOf(node, "d").empty();
+    if (!writer.Begin(NameOf(node), hasWay, AttributeOf(node, "href"))) return false;
+    const GumboVector& attributes = node.v.element.attributes;
+    for (unsigned i = 0; i < attributes.length; ++i) {
+      const auto& attribute = *static_cast<const GumboAttribute*>(attributes.data[i]);
+      if (attribute.name == std::string_view("href")) {
+        writer.Link(attribute.value);
+      } else if (attribute.attr_namespace == GUMBO_ATTR_NAMESPACE_NONE) {
+        writer.Attribute(attribute.name, attribute.value);
+      }
+    }
+    writer.EndOfTag();
+    if (&node == &top) inside();
+    return true;
+  };
+  Walk(top, enter, [&](const GumboNode&) { writer.End(); });
+}
+
 // Entities of a drawing that stand in other files stay there: these may be anything.
 xmlEntity* IfOwn(xmlEntity* entity) {
   const bool isOwn = entity != nullptr && entity->etype != XML_EXTERNAL_GENERAL_PARSED_ENTITY &&
@@ -336,30 +441,43 @@ xmlEntity* OwnParameterEntity(void* parser, const xmlChar* name) {
 
 }  // namespace
 
-std::string DrawingOf(const GumboNode& svg) {
-  Writer writer;
-  bool isTop = true;
+DrawingParts::DrawingParts(const GumboNode& page) : left(kMostBorrowed) {
   const auto enter = [&](const GumboNode& node) {
-    if (IsText(node)) writer.Text(node.v.text.text);
-    if (!IsElement(node) || node.v.element.tag_namespace != GUMBO_NAMESPACE_SVG) return false;
-    const std::string_view name = NameOf(node);
-    if ((isTop && name != "svg") || !writer.Begin(name, !AttributeOf(node, "d").empty()))
-      return false;
-    isTop = false;
-    const GumboVector& attributes = node.v.element.attributes;
-    for (unsigned i = 0; i < attributes.length; ++i) {
-      const auto& attribute = *static_cast<const GumboAttribute*>(attributes.data[i]);
-      if (attribute.name == std::string_view("href")) {
-        writer.Link(attribute.value);
-      } else if (attribute.attr_namespace == GUMBO_ATTR_NAMESPACE_NONE) {
-        writer.Attribute(attribute.name, attribute.value);
-      }
-    }
-    writer.EndOfTag();
+    if (!IsElement(node)) return false;
+    const std::string_view id = AttributeOf(node, "id");
+    if (IsGraphic(node) && !id.empty()) nodes.try_emplace(XmlIdOf(id), &node);
     return true;
   };
-  Walk(svg, enter, [&](const GumboNode&) { writer.End(); });
-  return isTop ? std::string() : writer.Take();
+  Walk(page, enter, [](const GumboNode&) {});
+}
+
+const GumboNode* DrawingParts::Find(const std::string& id) const {
+  const auto known = nodes.find(id);
+  return known == nodes.end() || left == 0 ? nullptr : known->second;
+}
+
+void DrawingParts::Charge(size_t bytes) {
+  left -= std::min(left, bytes);
+}
+
+std::string DrawingOf(const GumboNode& svg, DrawingParts& others) {
+  if (NameOf(svg) != "svg" || !ShowsSomething(svg)) return {};
+  Ids ids;
+  std::vector<const GumboNode*> borrowed = {&svg};
+  // What is borrowed may show further parts.
+  for (size_t i = 0; i < borrowed.size(); ++i) {
+    for (const std::string& id : NoteParts(*borrowed[i], ids)) {
+      const GumboNode* part = ids.count(id) == 0 ? others.Find(id) : nullptr;
+      if (part != nullptr && ids.insert(id).second) borrowed.push_back(part);
+    }
+  }
+  Writer writer(std::move(ids));
+  WriteNode(svg, writer, [&] {
+    const size_t before = writer.Size();
+    for (size_t i = 1; i < borrowed.size(); ++i) WriteNode(*borrowed[i], writer, [] {});
+    others.Charge(writer.Size() - before);
+  });
+  return writer.Take();
 }
 
 std::string TitleOfDrawing(const GumboNode& svg) {
@@ -391,7 +509,7 @@ CleanedDrawing CleanDrawing(std::string_view file) {
       &xmlFreeDoc);
   const xmlNode* root = document ? xmlDocGetRootElement(document.get()) : nullptr;
   if (root == nullptr || View(root->name) != "svg" || !IsSvg(*root)) return {};
-  Writer writer;
+  Writer writer(IdsOf(root));
   WriteTree(root, writer);
   return {writer.Take(), TitleOf(*root), parser->wellFormed == 1};
 }
