@@ -92,6 +92,7 @@ class Book:
             yield from self.contents(entry, level + 1)
 
     def facts(self, source):
+        source = re.sub("<svg.*?</svg>", "", source)
         text = letters(" ".join(" ".join(page.find("{*}body").itertext()) for page in self.pages.values()))
         pieces = [letters(piece) for piece in re.split("<[^>]*>", source[source.index("<body"):])]
         kept, at = 0, 0

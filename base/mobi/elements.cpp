@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <utility>
 
 namespace kav_mobi {
@@ -88,12 +89,22 @@ constexpr Element kElements[] = {
     {"var", "var", Role::kInline, "", ""},
 };
 
-constexpr bool IsBefore(const Element& element, std::string_view name) {
-  return element.name < name;
-}
-
 static_assert(std::is_sorted(std::begin(kElements), std::end(kElements),
                              [](const Element& a, const Element& b) { return a.name < b.name; }));
+
+constexpr size_t kLetters = 26;
+
+// Where the names begin that begin with each letter, and the end of all.
+constexpr std::array<size_t, kLetters + 1> kBegins = [] {
+  std::array<size_t, kLetters + 1> begins{};
+  for (size_t letter = 0; letter <= kLetters; ++letter) {
+    while (begins[letter] < std::size(kElements) &&
+           kElements[begins[letter]].name.front() < static_cast<char>('a' + letter)) {
+      ++begins[letter];
+    }
+  }
+  return begins;
+}();
 
 constexpr size_t kLongestName = 16;
 
@@ -126,9 +137,12 @@ const Element* FindElement(std::string_view name) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
   });
   const std::string_view key(lower.data(), name.size());
-  const auto* const found =
-      std::lower_bound(std::begin(kElements), std::end(kElements), key, IsBefore);
-  return found != std::end(kElements) && found->name == key ? found : nullptr;
+  if (key.empty() || key.front() < 'a' || key.front() > 'z') return nullptr;
+  const auto letter = static_cast<size_t>(key.front() - 'a');
+  for (size_t i = kBegins[letter]; i < kBegins[letter + 1]; ++i) {
+    if (kElements[i].name == key) return &kElements[i];
+  }
+  return nullptr;
 }
 
 bool HoldsItem(std::string_view parent, std::string_view item) {

@@ -136,6 +136,11 @@ std::vector<IndexEntry> LinksBetween(const BookText& text, size_t begin, size_t 
     attributes.Read(tag.attributes);
     position = isStart ? text.PositionOf(LinkReferenceOf(attributes, text.IsNew())) : std::nullopt;
   }
+  std::vector<size_t> above;
+  for (IndexEntry& link : links) {
+    while (!above.empty() && above.back() >= link.level) above.pop_back();
+    above.push_back(std::exchange(link.level, above.size()));
+  }
   return links;
 }
 

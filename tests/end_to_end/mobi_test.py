@@ -126,6 +126,10 @@ class ReadersBooks(ToolTest):
                                  [(int(level), html.unescape(title)) for level, title in headings])
                 for _, title, target in contents:
                     self.assertTrue(self.text_from("", target).startswith(title), title)
+                found = [(element.tag.removeprefix(XHTML + "h"), "".join(element.itertext()))
+                         for root in self.pages.values() for element in root.iter()]
+                for level, title in headings:
+                    self.assertIn((level, html.unescape(title)), found)
                 self.check_text(source)
                 self.check_links()
                 cover = book.read("OEBPS/" + book.manifest["cover-picture"])
