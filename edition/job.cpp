@@ -23,10 +23,8 @@ constexpr struct {
   InputKind kind;
   Source source;
 } kSources[] = {
-    {InputKind::kText, MakeTextBook},
-    {InputKind::kHtml, MakeHtmlBook},
-    {InputKind::kMobi, MakePalmBook},
-    {InputKind::kPictures, MakeAlbum},
+    {InputKind::kText, MakeTextBook},     {InputKind::kHtml, MakeHtmlBook},
+    {InputKind::kMobi, MakePalmBook},     {InputKind::kPictures, MakeAlbum},
     {InputKind::kMarkdown, MakeHtmlBook},
 };
 
@@ -37,12 +35,10 @@ constexpr char kNoCover[] =
 constexpr unsigned kMostAutomaticThreads = 16;
 constexpr size_t kMostOpen = 16;  // inputs at a time
 
-Result<Source> SourceOf(InputKind kind, const std::string& name) {
-  const auto* row = std::find_if(std::begin(kSources), std::end(kSources),
-                                 [&](const auto& candidate) { return candidate.kind == kind; });
-  if (row != std::end(kSources)) return row->source;
-  return Failure{KAVEPUB_E_UNSUPPORTED, name + " is of the kind \"" + NameOf(kind) +
-                                            "\", of which this version makes no books."};
+Source SourceOf(InputKind kind) {
+  return std::find_if(std::begin(kSources), std::end(kSources),
+                      [&](const auto& candidate) { return candidate.kind == kind; })
+      ->source;
 }
 
 unsigned ThreadsOf(const JobOptions& options) {
@@ -206,13 +202,12 @@ Status Job::Read(BookSink* writer) {
   const Result<InputKind> kind = KindOf(first);
   if (!kind) return kind.Why();
   report.facts["kind"] = NameOf(*kind);
-  const Result<Source> source = SourceOf(*kind, first.Name());
-  if (!source) return source.Why();
+  const Source make = SourceOf(*kind);
 
   SourceOptions chosen = options.source;
   chosen.threads = ThreadsOf(options);
   ReportingSink sink(report, writer, options.metadata, TitleOf(first));
-  Status status = (*source)(*inputs, chosen, sink, run);
+  Status status = make(*inputs, chosen, sink, run);
   report.facts.merge(run.facts);
   report.warnings = std::move(run.warnings);
   return status;

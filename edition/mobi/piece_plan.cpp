@@ -120,7 +120,8 @@ class Planner {
     piece.end = position;
     const bool isEmpty = !piece.hasText && piece.pictures == 0 && piece.heading.empty();
     if (isEmpty) piece.content = position;
-    isEmpty ? last = std::move(piece) : plan.pieces.emplace_back(std::move(piece));
+    Piece& place = isEmpty ? last : plan.pieces.emplace_back();
+    place = std::move(piece);
   }
 
   void ReadTag(const BookText::Part& part, const Tag& tag) {

@@ -386,7 +386,7 @@ class Reader {
   }
 
   void AddText(std::string_view text) {
-    const bool isPlain = std::none_of(text.begin(), text.end(), [](char c) {
+    const bool isPlain = std::ranges::none_of(text, [](char c) {
       return (c >= 0 && c < ' ' && c != '\n' && c != '\t') || c == '\x7F' || c == '\xEF';
     });
     std::string safe;
