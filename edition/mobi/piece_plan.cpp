@@ -79,12 +79,16 @@ class Planner {
     if (nextCut < cuts.size() && cuts[nextCut].position <= position) {
       while (nextCut + 1 < cuts.size() && cuts[nextCut + 1].position <= position) ++nextCut;
       CutHere(position, cuts[nextCut++].heading);
-    } else if (isBreak && tag.kind == TagKind::kStart && nextCut == 0 && !text.IsNew()) {
-      CutHere(position, {});
-    } else if (IsLong(position) && tag.kind == TagKind::kStart && tag.element != nullptr &&
-               (tag.element->role == Role::kParagraph || tag.element->role == Role::kBlock)) {
-      CutHere(position, {});
+      return;
     }
+    if (tag.kind != TagKind::kStart) return;
+    const bool isPage = isBreak && nextCut == 0 && !text.IsNew();
+    if (isPage || (IsLong(position) && IsBlock(tag))) CutHere(position, {});
+  }
+
+  static bool IsBlock(const Tag& tag) {
+    return tag.element != nullptr &&
+           (tag.element->role == Role::kParagraph || tag.element->role == Role::kBlock);
   }
 
   bool IsLong(size_t position) const {
