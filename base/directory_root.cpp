@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -19,9 +20,11 @@ namespace {
 // Without O_NONBLOCK the open of a pipe would already wait for a writer.
 constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
 
+// Empty where it leads nowhere.
 std::string ResolvedPath(const std::string& path) {
   const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(path.c_str(), nullptr),
                                                              &std::free);
+  if (resolved == nullptr && errno == ENOMEM) throw std::bad_alloc();
   return resolved == nullptr ? std::string() : std::string(resolved.get());
 }
 
@@ -61,7 +64,7 @@ UniqueFd OpenBelow(int directory, const std::string& path, std::uint64_t resolve
 DirectoryRoot::DirectoryRoot(const std::string& path)
     : directory(open(path.c_str(), O_PATH | O_CLOEXEC | O_DIRECTORY)),
       resolved(ResolvedPath(path)) {
-  if (!resolved.ends_with('/')) resolved += '/';
+  if (!resolved.empty() && !resolved.ends_with('/')) resolved += '/';
 }
 
 UniqueFd DirectoryRoot::Open(const std::string& path) const {
@@ -74,13 +77,13 @@ UniqueFd DirectoryRoot::Open(const std::string& path) const {
 std::optional<std::string> DirectoryRoot::WayTo(const std::string& path) const {
   std::string target = ResolvedPath(path);
   if (!target.ends_with('/')) target += '/';
-  if (!directory || !target.starts_with(resolved)) return std::nullopt;
+  if (!directory || resolved.empty() || !target.starts_with(resolved)) return std::nullopt;
   return target.substr(resolved.size());
 }
 
 // An absolute link may lead below the directory all the same.
 UniqueFd DirectoryRoot::OpenResolved(const std::string& path) const {
   const std::string target = ResolvedPath(resolved + path);
-  if (!target.starts_with(resolved)) return {};
+  if (resolved.empty() || !target.starts_with(resolved)) return {};
   return OpenBelow(directory.Get(), target.substr(resolved.size()), RESOLVE_NO_SYMLINKS);
 }

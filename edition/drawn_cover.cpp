@@ -33,16 +33,6 @@ bool HasRoomToDraw() {
   return room != MAP_FAILED && munmap(room, kPlenty) == 0;
 }
 
-// The library that calls has no exceptions to let through.
-void Keep(void* user, const void* bytes, size_t size) noexcept {
-  auto& picture = *static_cast<std::string*>(user);
-  try {
-    picture.assign(static_cast<const char*>(bytes), size);
-  } catch (...) {
-    picture.clear();
-  }
-}
-
 }  // namespace
 
 std::optional<Resource> DrawnCover(const Metadata& metadata) {
@@ -57,7 +47,7 @@ std::optional<Resource> DrawnCover(const Metadata& metadata) {
   // Outlines of letters are interpreted with large tables on the stack. Pango ends the process when
   // it cannot start a thread beside this one, so that is tried first.
   const bool isTried = DoOnLargeStack([&] {
-    if (DoOnLargeStack([] {})) code = draw(&texts, Keep, &picture.bytes);
+    if (DoOnLargeStack([] {})) code = draw(&texts, KeepFile, &picture.bytes);
   });
   if (!isTried || code != 0 || picture.bytes.empty()) return std::nullopt;
   return picture;

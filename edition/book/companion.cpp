@@ -13,3 +13,12 @@ void* CompanionFunction(const char* library, const char* function) {
   void* loaded = dlopen(beside.c_str(), RTLD_NOW | RTLD_LOCAL);
   return loaded == nullptr ? nullptr : dlsym(loaded, function);
 }
+
+void KeepFile(void* target, const void* bytes, std::size_t size) noexcept {
+  auto& file = *static_cast<std::string*>(target);
+  try {
+    file.assign(static_cast<const char*>(bytes), size);
+  } catch (...) {
+    file.clear();
+  }
+}

@@ -25,17 +25,20 @@ Failure Unreadable(const std::string& name, int error) {
 }  // namespace
 
 Result<Input> Input::Open(const std::string& path) {
-  Input input;
-  input.name = path;
-  input.path = path;
   errno = 0;
-  input.file = OpenRegularFile(path.c_str());
-  if (!input.file) {
-    if (errno != 0) return Unreadable(path, errno);
-    return Failure{KAVEPUB_E_INPUT, path + ": is not a regular file"};
-  }
+  UniqueFd opened = OpenRegularFile(path.c_str());
+  if (opened) return OfFile(std::move(opened), path);
+  if (errno != 0) return Unreadable(path, errno);
+  return Failure{KAVEPUB_E_INPUT, path + ": is not a regular file"};
+}
+
+Result<Input> Input::OfFile(UniqueFd opened, std::string name) {
   struct stat status {};
-  if (fstat(input.file.Get(), &status) != 0) return Unreadable(path, errno);
+  if (fstat(opened.Get(), &status) != 0) return Unreadable(name, errno);
+  Input input;
+  input.path = name;
+  input.name = std::move(name);
+  input.file = std::move(opened);
   input.size = static_cast<std::uint64_t>(status.st_size);
   input.changed = TimeOf(status);
   input.identity = {status.st_dev, status.st_ino};

@@ -14,6 +14,8 @@ class Input {
  public:
   // A regular file; it is opened once, so that all that is read of it is of the same one.
   static Result<Input> Open(const std::string& path);
+  // One that is open already; the name is for messages.
+  static Result<Input> OfFile(UniqueFd opened, std::string name);
   // The bytes stay the host's.
   static Input OfMemory(std::string name, std::string_view bytes);
 

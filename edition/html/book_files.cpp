@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr char kCssType[] = "text/css";
 constexpr int kDeepestImport = 8;
 
 std::string_view NameOf(std::string_view path) {
@@ -29,50 +28,38 @@ Result<std::string> BookFiles::Picture(const SitePage& page,
     name = Find({page.root, page.base}, target, Use::kPicture);
     if (!name.empty()) break;
   }
-  if (!failure) return failure.Why();
-  if (!name.empty()) return name;
+  if (!name.empty()) return given.Outcome(name);
   const bool isOfNet = Resolve(targets.back(), page.base).kind == Reference::Kind::kNet;
   WarnOf(targets.back().substr(0, 200) + (isOfNet ? " is on the net, so the picture is left out"
                                                   : " cannot be had, so the picture is left out"),
          page.path);
-  return name;
+  return given.Outcome(name);
 }
 
 Result<std::string> BookFiles::Drawing(std::string file) {
-  const auto [known, isNew] = contents.try_emplace(file);
-  if (isNew) known->second = Give({"drawing.svg", "image/svg+xml", std::move(file)});
-  if (!failure) return failure.Why();
-  return known->second;
+  return given.Outcome(given.GiveOnce({"drawing.svg", "image/svg+xml", std::move(file)}));
 }
 
 Result<std::string> BookFiles::FileOfStyle(const SitePage& page, const std::string& target) {
-  std::string name = Find({page.root, page.base}, target, Use::kStyle);
-  if (!failure) return failure.Why();
-  return name;
+  return given.Outcome(Find({page.root, page.base}, target, Use::kStyle));
 }
 
 Result<std::vector<std::string>> BookFiles::Sheets(const SitePage& page) {
   std::vector<std::string> names;
-  const auto add = [&](std::string css, const char* name) {
-    if (css.empty()) return;
-    const auto [known, isNew] = contents.try_emplace(css);
-    if (isNew) known->second = Give({name, kCssType, std::move(css)});
-    names.push_back(known->second);
+  const auto add = [&](std::string name) {
+    if (!name.empty()) names.push_back(std::move(name));
   };
-  add(kBrowserStyle, "page.css");
+  add(given.GiveSheet(kBrowserStyle, "page.css"));
   for (const PageSheet& sheet : page.content.sheets) {
     if (sheet.isInline) {
-      add(CleanSheet(sheet.text, {page.root, page.base}, 0), "style.css");
+      add(given.GiveSheet(CleanSheet(sheet.text, {page.root, page.base}, 0), "style.css"));
       continue;
     }
     const Reference reference = Resolve(sheet.text, page.base);
-    if (reference.kind != Reference::Kind::kFile) continue;
-    const std::string name = Sheet(page.root, reference.target, 0);
-    if (!name.empty()) names.push_back(name);
+    if (reference.kind == Reference::Kind::kFile) add(Sheet(page.root, reference.target, 0));
   }
-  add(kBookStyle, "book.css");
-  if (!failure) return failure.Why();
-  return names;
+  add(given.GiveSheet(kBookStyle, "book.css"));
+  return given.Outcome(std::move(names));
 }
 
 std::string BookFiles::Find(Base base, std::string_view target, Use use) {
@@ -81,7 +68,7 @@ std::string BookFiles::Find(Base base, std::string_view target, Use use) {
   if (reference.kind != Reference::Kind::kFile) return {};
   const auto [known, isNew] = files.try_emplace(std::pair(base.root, reference.target));
   if (isNew) {
-    if (auto bytes = site.Load(base.root, reference.target)) {
+    if (auto bytes = Load(base.root, reference.target)) {
       known->second = AddFile(NameOf(reference.target), std::move(*bytes), use);
     }
   }
@@ -89,7 +76,7 @@ std::string BookFiles::Find(Base base, std::string_view target, Use use) {
 }
 
 std::string BookFiles::AddData(std::string_view uri, Use use) {
-  const auto [known, isNew] = contents.try_emplace(std::string(uri));
+  const auto [known, isNew] = dataFiles.try_emplace(std::string(uri));
   if (isNew) known->second = AddFile("picture", BytesOfData(uri), use);
   return known->second;
 }
@@ -99,17 +86,16 @@ std::string BookFiles::AddFile(std::string_view name, std::string bytes, Use use
   const Result<TakenPicture> taken = TakePicture(file);
   if (taken && !taken->warning.empty()) run.Warn({taken->warning, file.name});
   const bool isTaken = taken || (use == Use::kStyle && TakeFont(file));
-  return isTaken ? Give(std::move(file)) : std::string();
+  return isTaken ? given.Give(std::move(file)) : std::string();
 }
 
 std::string BookFiles::Sheet(size_t root, const std::string& path, int depth) {
   const auto [known, isNew] = sheets.try_emplace(std::pair(root, path));
   if (!isNew) return known->second;
-  const auto bytes = site.Load(root, path);
+  const auto bytes = Load(root, path);
   if (!bytes) return {};
   std::string css = CleanSheet(HtmlToUtf8(*bytes), {root, path}, depth);
-  if (css.empty()) return {};
-  return known->second = Give({std::string(NameOf(path)), kCssType, std::move(css)});
+  return known->second = given.GiveSheet(std::move(css), std::string(NameOf(path)));
 }
 
 std::string BookFiles::CleanSheet(std::string_view css, Base base, int depth) {
@@ -124,14 +110,11 @@ std::string BookFiles::CleanSheet(std::string_view css, Base base, int depth) {
   return rules.Clean(css, refer, import);
 }
 
-std::string BookFiles::Give(Resource resource) {
-  if (!failure) return {};
-  Result<std::string> name = sink.Add(std::move(resource));
-  if (!name) {
-    failure = name.Why();
-    return {};
-  }
-  return name->empty() ? "file" : std::move(*name);  // of a book that nobody writes
+std::optional<std::string> BookFiles::Load(size_t root, const std::string& path) {
+  Result<std::optional<std::string>> bytes = site.Load(root, path);
+  if (bytes) return std::move(*bytes);
+  given.Fail(bytes.Why());
+  return std::nullopt;
 }
 
 void BookFiles::WarnOf(const std::string& what, const std::string& place) {

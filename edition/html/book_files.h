@@ -3,20 +3,21 @@
 #define KAVEPUB_HTML_BOOK_FILES_H
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "edition/book/run.h"
-#include "edition/book/sink.h"
 #include "edition/html/site.h"
+#include "edition/page/given_files.h"
 #include "edition/page/style_rules.h"
 
 class BookFiles {
  public:
   BookFiles(const Site& source, BookSink& target, Run& shared)
-      : site(source), sink(target), run(shared) {}
+      : site(source), run(shared), given(target) {}
 
   // The names in the book of what a page refers to; empty where the book cannot have it. Of several
   // targets, the first one that it can.
@@ -40,17 +41,16 @@ class BookFiles {
   std::string AddFile(std::string_view name, std::string bytes, Use use);
   std::string Sheet(size_t root, const std::string& path, int depth);
   std::string CleanSheet(std::string_view css, Base base, int depth);
-  std::string Give(Resource resource);
+  std::optional<std::string> Load(size_t root, const std::string& path);
   void WarnOf(const std::string& what, const std::string& place);
 
   const Site& site;
-  BookSink& sink;
   Run& run;
+  GivenFiles given;
   StyleRules rules;
-  Status failure = Done();
   std::map<std::pair<size_t, std::string>, std::string> files;   // by where they are
   std::map<std::pair<size_t, std::string>, std::string> sheets;  // likewise
-  std::map<std::string, std::string> contents;                   // by what they hold
+  std::map<std::string, std::string> dataFiles;                  // by their URIs
   std::map<std::string, int> warned;
 };
 

@@ -1,14 +1,12 @@
 // Follows the links of pages to further ones.
 #include "edition/html/site.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <iterator>
 #include <memory>
+#include <system_error>
 
 #include "base/encoding/html_encoding.h"
 #include "edition/html/markdown.h"
@@ -42,22 +40,9 @@ std::vector<std::string> PathsOf(const std::string& written) {
   return indexes;
 }
 
-std::optional<std::string> ReadFile(int file) {
-  struct stat status {};
-  if (fstat(file, &status) != 0 || static_cast<std::uint64_t>(status.st_size) > kLargestFile) {
-    return std::nullopt;
-  }
-  std::string content(static_cast<size_t>(status.st_size), '\0');
-  size_t taken = 0;
-  while (taken < content.size()) {
-    const ssize_t count = read(file, content.data() + taken, content.size() - taken);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return std::nullopt;
-    if (count == 0) break;
-    taken += static_cast<size_t>(count);
-  }
-  content.resize(taken);
-  return content;
+// What keeps a file from being opened that may be there: a book without it would not be whole.
+bool IsShortage(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM || error == EIO;
 }
 
 std::string DirectoryOf(const std::string& path) {
@@ -90,9 +75,6 @@ Status Site::Read() {
 }
 
 Status Site::AddInput(const Input& input) {
-  if (input.Size() > kLargestFile) {
-    return Failure{KAVEPUB_E_LIMIT, input.Name() + ": is larger than a page can be"};
-  }
   const std::string directory = input.Path().empty() ? "" : DirectoryOf(input.Path());
   const auto [known, isNew] = rootNumbers.try_emplace(directory, roots.size());
   if (isNew) {
@@ -187,16 +169,14 @@ SitePage& Site::Add(size_t root, std::string path, size_t from) {
 }
 
 Status Site::ReadInput(const Input& input, SitePage& page) {
-  std::string bytes(static_cast<size_t>(input.Size()), '\0');
-  const Result<size_t> count = input.Read(0, bytes.data(), bytes.size());
-  if (!count) return count.Why();
-  return Take(bytes, page);
+  const Result<std::string> bytes = input.ReadAll(kLargestFile);
+  return bytes ? Take(*bytes, page) : bytes.Why();
 }
 
 // One that has gone meanwhile is empty.
 Status Site::ReadLinked(SitePage& page) {
-  const UniqueFd file = roots[page.root]->directory.Open(page.path);
-  return Take(file ? ReadFile(file.Get()).value_or("") : "", page);
+  const Result<std::optional<std::string>> bytes = ReadFile(page.root, page.path);
+  return bytes ? Take(bytes->value_or(""), page) : bytes.Why();
 }
 
 Status Site::Take(std::string_view bytes, SitePage& page) {
@@ -231,15 +211,31 @@ size_t Site::Find(size_t root, const std::string& path) const {
   return known == numbers.end() ? kNoPage : known->second;
 }
 
+// One that cannot be opened now is told when it is read.
 bool Site::IsPage(size_t root, const std::string& path) const {
-  return IsCalledPage(path) && path.starts_with(roots[root]->pages) &&
-         roots[root]->directory.Open(path);
+  if (!IsCalledPage(path) || !path.starts_with(roots[root]->pages)) return false;
+  errno = 0;
+  return roots[root]->directory.Open(path) || IsShortage(errno);
 }
 
-std::optional<std::string> Site::Load(size_t root, const std::string& written) const {
+Result<std::optional<std::string>> Site::Load(size_t root, const std::string& written) const {
   for (const std::string& path : PathsOf(written)) {
-    const UniqueFd file = roots[root]->directory.Open(path);
-    if (file) return ReadFile(file.Get());
+    Result<std::optional<std::string>> bytes = ReadFile(root, path);
+    if (!bytes || *bytes) return bytes;
   }
-  return std::nullopt;
+  return std::optional<std::string>();
+}
+
+Result<std::optional<std::string>> Site::ReadFile(size_t root, const std::string& path) const {
+  errno = 0;
+  UniqueFd file = roots[root]->directory.Open(path);
+  if (!file && IsShortage(errno)) {
+    return Failure{KAVEPUB_E_INPUT, path + ": " + std::generic_category().message(errno)};
+  }
+  if (!file) return std::optional<std::string>();
+  const Result<Input> input = Input::OfFile(std::move(file), path);
+  if (!input) return input.Why();
+  Result<std::string> bytes = input->ReadAll(kLargestFile);
+  if (!bytes) return bytes.Why();
+  return std::optional<std::string>(std::move(*bytes));
 }

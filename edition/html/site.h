@@ -51,8 +51,8 @@ class Site {
   // The page and the id that a reference on a page leads to; kNoPage where it is none.
   size_t PageOf(const SitePage& from, const Reference& reference) const;
 
-  // The content of a file that a page shows; nothing where it cannot be had.
-  std::optional<std::string> Load(size_t root, const std::string& path) const;
+  // The content of a file that a page shows; nothing where there is none that a page may show.
+  Result<std::optional<std::string>> Load(size_t root, const std::string& path) const;
 
   SitePages& Pages() { return pages; }
   const SitePages& Pages() const { return pages; }
@@ -76,6 +76,7 @@ class Site {
   Status ReadLinked(SitePage& page);
   Status Take(std::string_view bytes, SitePage& page);
   bool IsPage(size_t root, const std::string& path) const;
+  Result<std::optional<std::string>> ReadFile(size_t root, const std::string& path) const;
   size_t Find(size_t root, const std::string& path) const;
 
   const std::vector<Input>& inputs;

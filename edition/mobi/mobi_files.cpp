@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr char kSheetType[] = "text/css";
 constexpr int kDeepestImport = 8;
 constexpr size_t kLongestInWarning = 200;
 constexpr size_t kMostEmbedded = size_t{1} << 25;
@@ -35,48 +34,34 @@ Result<std::string> MobiFiles::Picture(const std::string& reference) {
   const auto [known, isNew] = names.try_emplace(reference);
   if (!isNew) return known->second;
   std::string name = Find(reference, false);
-  if (!failure) return failure.Why();
   if (name.empty()) {
     run.Warn({OneLine(reference.substr(0, kLongestInWarning)) +
                   " is no picture that books can show, so it is left out",
               {}});
   }
-  return names[reference] = std::move(name);
+  return given.Outcome(names[reference] = std::move(name));
 }
 
 Result<std::string> MobiFiles::Drawing(std::string file) {
-  const auto [known, isNew] = contents.try_emplace(file);
-  if (isNew) known->second = Give({"drawing.svg", "image/svg+xml", std::move(file)});
-  if (!failure) return failure.Why();
-  return known->second;
+  return given.Outcome(given.GiveOnce({"drawing.svg", "image/svg+xml", std::move(file)}));
 }
 
 Result<std::string> MobiFiles::FileOfStyle(const std::string& reference) {
-  std::string name = Find(reference, true);
-  if (!failure) return failure.Why();
-  return name;
+  return given.Outcome(Find(reference, true));
 }
 
 Result<std::vector<std::string>> MobiFiles::Sheets(const std::vector<PageSheet>& sheets) {
   std::vector<std::string> used;
-  const auto add = [&](std::string css, const char* name) {
-    if (css.empty()) return;
-    const auto [known, isNew] = contents.try_emplace(css);
-    if (isNew) known->second = Give({name, kSheetType, std::move(css)});
-    used.push_back(known->second);
-  };
-  add(kBrowserStyle, "page.css");
-  for (const PageSheet& sheet : sheets) {
-    if (sheet.isInline) {
-      add(CleanSheet(sheet.text, 0), "style.css");
-      continue;
-    }
-    std::string name = Sheet(FlowOf(sheet.text), 0);
+  const auto add = [&](std::string name) {
     if (!name.empty()) used.push_back(std::move(name));
+  };
+  add(given.GiveSheet(kBrowserStyle, "page.css"));
+  for (const PageSheet& sheet : sheets) {
+    add(sheet.isInline ? given.GiveSheet(CleanSheet(sheet.text, 0), "style.css")
+                       : Sheet(FlowOf(sheet.text), 0));
   }
-  add(kBookStyle, "book.css");
-  if (!failure) return failure.Why();
-  return used;
+  add(given.GiveSheet(kBookStyle, "book.css"));
+  return given.Outcome(std::move(used));
 }
 
 std::optional<Resource> MobiFiles::PictureFile(size_t number) const {
@@ -90,10 +75,10 @@ std::string MobiFiles::Find(const std::string& reference, bool mayBeFont) {
   if (const size_t flow = FlowOf(reference)) return AddDrawing(flow);
   const Reference data = Resolve(reference, {});
   if (data.kind != Reference::Kind::kData) return {};
-  const auto [known, isNew] = contents.try_emplace(reference);
+  const auto [known, isNew] = dataFiles.try_emplace(reference);
   if (!isNew) return known->second;
   Resource file{"picture", {}, BytesOfData(data.target)};
-  return known->second = TakePicture(file) ? Give(std::move(file)) : std::string();
+  return known->second = TakePicture(file) ? given.Give(std::move(file)) : std::string();
 }
 
 std::string MobiFiles::AddDrawing(size_t flow) {
@@ -101,7 +86,7 @@ std::string MobiFiles::AddDrawing(size_t flow) {
       names.try_emplace(std::string(kFlowReference) + "#" + std::to_string(flow));
   if (!isNew) return known->second;
   Resource file{"drawing.svg", {}, WithPictures(InUtf8(text.Flow(flow)))};
-  return known->second = TakePicture(file) ? Give(std::move(file)) : std::string();
+  return known->second = TakePicture(file) ? given.Give(std::move(file)) : std::string();
 }
 
 std::string MobiFiles::AddResource(size_t number, bool mayBeFont) {
@@ -109,7 +94,7 @@ std::string MobiFiles::AddResource(size_t number, bool mayBeFont) {
       names.try_emplace(std::string(kRecordReference) + "#" + std::to_string(number));
   if (!isNew) return known->second;
   if (std::optional<Resource> picture = PictureFile(number)) {
-    return known->second = Give(std::move(*picture));
+    return known->second = given.Give(std::move(*picture));
   }
   const std::string_view record = text.Book().Resource(number);
   if (!mayBeFont || !IsFontRecord(record)) return {};
@@ -119,15 +104,13 @@ std::string MobiFiles::AddResource(size_t number, bool mayBeFont) {
     run.Warn({"A font is damaged, so it is left out", "resource " + std::to_string(number)});
     return {};
   }
-  return known->second = Give(std::move(font));
+  return known->second = given.Give(std::move(font));
 }
 
 std::string MobiFiles::Sheet(size_t flow, int depth) {
   const auto [known, isNew] = sheetNames.try_emplace(flow);
   if (!isNew) return known->second;
-  std::string css = CleanSheet(InUtf8(text.Flow(flow)), depth);
-  if (css.empty()) return {};
-  return known->second = Give({"style.css", kSheetType, std::move(css)});
+  return known->second = given.GiveSheet(CleanSheet(InUtf8(text.Flow(flow)), depth), "style.css");
 }
 
 std::string MobiFiles::CleanSheet(std::string_view css, int depth) {
@@ -159,14 +142,4 @@ std::string MobiFiles::WithPictures(std::string_view drawing) {
     taken = at = end;
   }
   return whole.append(drawing.substr(taken));
-}
-
-std::string MobiFiles::Give(Resource resource) {
-  if (!failure) return {};
-  Result<std::string> name = sink.Add(std::move(resource));
-  if (!name) {
-    failure = name.Why();
-    return {};
-  }
-  return name->empty() ? "file" : std::move(*name);  // of a book that nobody writes
 }

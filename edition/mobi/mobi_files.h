@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "edition/book/run.h"
-#include "edition/book/sink.h"
 #include "edition/mobi/book_text.h"
+#include "edition/page/given_files.h"
 #include "edition/page/page.h"
 #include "edition/page/style_rules.h"
 
@@ -20,7 +20,7 @@
 class MobiFiles {
  public:
   MobiFiles(const BookText& source, BookSink& target, Run& shared)
-      : text(source), sink(target), run(shared) {}
+      : text(source), run(shared), given(target) {}
 
   // What a page shows, by the reference to it.
   Result<std::string> Picture(const std::string& reference);
@@ -40,17 +40,15 @@ class MobiFiles {
   std::string Sheet(size_t flow, int depth);
   std::string CleanSheet(std::string_view css, int depth);
   std::string WithPictures(std::string_view drawing);
-  std::string Give(Resource resource);
 
   const BookText& text;
-  BookSink& sink;
   Run& run;
+  GivenFiles given;
   StyleRules rules;
-  Status failure = Done();
-  std::unordered_map<std::string, std::string> names;     // by reference
-  std::map<size_t, std::string> sheetNames;               // by flow
-  std::unordered_map<std::string, std::string> contents;  // by what they hold
-  size_t embedded = 0;                                    // bytes of pictures in drawings
+  std::unordered_map<std::string, std::string> names;      // by reference
+  std::map<size_t, std::string> sheetNames;                // by flow
+  std::unordered_map<std::string, std::string> dataFiles;  // by their URIs
+  size_t embedded = 0;                                     // bytes of pictures in drawings
 };
 
 #endif

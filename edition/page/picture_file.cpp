@@ -39,16 +39,6 @@ Result<TakenPicture> TakeDrawing(Resource& file) {
   return TakenPicture{std::move(drawing.title), {}, drawing.isWhole};
 }
 
-// The library that calls has no exceptions to let through.
-void Keep(void* user, const void* bytes, size_t size) noexcept {
-  auto& picture = *static_cast<std::string*>(user);
-  try {
-    picture.assign(static_cast<const char*>(bytes), size);
-  } catch (...) {
-    picture.clear();
-  }
-}
-
 struct Made {
   int code;
   size_t pictures;  // in the file
@@ -62,7 +52,7 @@ Made Raster(const std::string& file, int orientation, std::string& made) {
   size_t pictures = 0;
   int code = KAVEPUB_RASTER_DAMAGED;
   const bool isTried = DoOnLargeStack(
-      [&] { code = convert(file.data(), file.size(), orientation, &pictures, Keep, &made); });
+      [&] { code = convert(file.data(), file.size(), orientation, &pictures, KeepFile, &made); });
   if (!isTried || (code == KAVEPUB_RASTER_OK && made.empty())) code = KAVEPUB_RASTER_MEMORY;
   if (code == KAVEPUB_RASTER_MEMORY) throw std::bad_alloc();
   return {code, pictures};
