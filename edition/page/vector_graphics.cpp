@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <new>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -495,18 +496,22 @@ std::string TitleOfDrawing(const GumboNode& svg) {
 }
 
 CleanedDrawing CleanDrawing(std::string_view file) {
-  constexpr int kOptions = XML_PARSE_NOENT | XML_PARSE_NONET | XML_PARSE_NOERROR |
-                           XML_PARSE_NOWARNING | XML_PARSE_RECOVER | XML_PARSE_NOCDATA;
+  constexpr int kOptions = XML_PARSE_NOENT | XML_PARSE_NONET | XML_PARSE_NOWARNING |
+                           XML_PARSE_RECOVER | XML_PARSE_NOCDATA;
   const ErrorSilence silence;
   const std::unique_ptr<xmlParserCtxt, decltype(&xmlFreeParserCtxt)> parser(xmlNewParserCtxt(),
                                                                             &xmlFreeParserCtxt);
-  if (!parser || file.size() > INT32_MAX) return {};
+  if (!parser) throw std::bad_alloc();
+  if (file.size() > INT32_MAX) return {};
+  // All errors are heard, as one of them tells that memory ran out and the rest is missing.
+  parser->sax->error = ErrorSilence::Listen;
   parser->sax->getEntity = OwnEntity;
   parser->sax->getParameterEntity = OwnParameterEntity;
   const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> document(
       xmlCtxtReadMemory(parser.get(), file.data(), static_cast<int>(file.size()), nullptr, nullptr,
                         kOptions),
       &xmlFreeDoc);
+  if (silence.RanOutOfMemory()) throw std::bad_alloc();
   const xmlNode* root = document ? xmlDocGetRootElement(document.get()) : nullptr;
   if (root == nullptr || View(root->name) != "svg" || !IsSvg(*root)) return {};
   Writer writer(IdsOf(root));

@@ -87,9 +87,12 @@ int PictureBook(const std::string& picture, const char* workDir, const char* out
   });
 }
 
+std::string MobiFile(const char* name) {
+  return std::string(KAV_TEST_DATA "/fixtures/mobi/") + name;
+}
+
 Scenario MobiBook(const char* name) {
-  const std::string path = std::string(KAV_TEST_DATA "/fixtures/mobi/") + name;
-  return [path](const char* workDir, const char* output) {
+  return [path = MobiFile(name)](const char* workDir, const char* output) {
     return WithRecord([&](TEpubService& record) {
       return record.Mobi2Epub(path.c_str(), output, workDir, nullptr, nullptr);
     });
@@ -153,6 +156,9 @@ const std::map<std::string, Scenario> kScenarios = {
     {"edition_threads", EditionBook(NovelFile(), "8")},
     {"site", EditionBook(HtmlFile(), "1")},
     {"site_threads", EditionBook(HtmlFile(), "8")},
+    {"old_edition", EditionBook(MobiFile("lighthouse.mobi"), "1")},
+    {"new_edition", EditionBook(MobiFile("lighthouse.azw3"), "1")},
+    {"album", EditionBook(KAV_TEST_DATA "/../fuzz/seeds/picture/titled.png", "1")},
 };
 
 bool IsDocumented(int code) {
