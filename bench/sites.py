@@ -62,7 +62,7 @@ class Page:
         self.counts = collections.Counter()
         self.sentences, self.links, self.ids, self.titles = [], [], set(), []
         self.sheets, self.frames, self.forms, self.marks = [], [], 0, 0
-        self.base, self.run = "", []
+        self.base, self.run, self.in_links = "", [], 0
         self.language = next((value for name, value in root.attrib.items()
                               if name.rpartition("}")[2] in ("lang", "xml:lang")), "")
         for head in root:
@@ -118,6 +118,7 @@ class Page:
         place = len(self.links)
         if name == "area" and element.get("alt"):
             self.sentences.append(plain(element.get("alt")))
+            self.in_links += len(plain(element.get("alt")))
         if name in ("a", "area") and element.get("href", "#") != "#":
             self.links.append(element.get("href"))
         self.run.append(element.text or "")
@@ -133,6 +134,8 @@ class Page:
             self.counts[KIND_OF[name]] += 1
             if KIND_OF[name] == "headings":
                 self.titles.append(plain("".join(self.texts(element))))
+        if name == "a":
+            self.in_links += len(plain("".join(element.itertext())))
         if name == "a" and not seen:
             del self.links[place:place + 1]
         return seen
@@ -198,7 +201,7 @@ class Site:
             return None
         shown = [self.pages.get(self.file(self.pages[found], frame)) for frame in self.pages[found].frames]
         if not self.pages[found].text and any(shown):
-            found = max(filter(None, shown), key=lambda page: len(page.text)).path
+            found = max(filter(None, shown), key=lambda page: len(page.text) - page.in_links).path
         fragment = urllib.parse.unquote(href.partition("#")[2])
         return "in", found, fragment in self.pages[found].ids
 
@@ -398,8 +401,14 @@ def sentences_there(site, book):
     return there, elsewhere, missing
 
 
-def links_of(targets, kind):
-    return collections.Counter(target for target in targets if target and target[0] == kind)
+def links_of(targets, kind, pages=()):
+    """How often each target of a kind is linked; pages that look the same are one."""
+    first = {}
+    for path in pages:
+        first.setdefault(pages[path].text, path)
+    return collections.Counter(
+        (kind, first[pages[target[1]].text], *target[2:]) if target[1] in pages else target
+        for target in targets if target and target[0] == kind)
 
 
 class Row:
@@ -467,7 +476,7 @@ class Row:
         targets = [book.target(name, href) for name, doc in book.docs.items() for href in doc.links]
         self.links = {}
         for kind in ("in", "out"):
-            source, there = links_of(wanted, kind), links_of(targets, kind)
+            source, there = (links_of(of, kind, self.site.pages) for of in (wanted, targets))
             lacking = source - there
             self.links[kind] = (sum(source.values()), sum(lacking.values()))
             self.note(f"links {kind} lacking", lacking)
