@@ -1,7 +1,9 @@
 // What attributes of the old format mean.
 #include "edition/mobi/start_tag.h"
 
+#include <algorithm>
 #include <cctype>
+#include <iterator>
 
 #include "edition/mobi/book_text.h"
 
