@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <map>
 #include <thread>
 
@@ -72,6 +73,25 @@ void AddOptionsOfBooks(CLI::App& command, EditionOptions& chosen) {
   }
 }
 
+// "3/100": the third of a hundred shares.
+void AddShare(CLI::App& command, Share& share) {
+  static constexpr char kName[] = "--share";
+  const auto take = [&share](const std::string& given) {
+    const char* end = given.data() + given.size();
+    const auto number = std::from_chars(given.data(), end, share.number);
+    const bool hasCount = number.ec == std::errc() && number.ptr != end && *number.ptr == '/';
+    const auto count = std::from_chars(hasCount ? number.ptr + 1 : end, end, share.count);
+    if (count.ec != std::errc() || count.ptr != end || share.number < 1 ||
+        share.number > share.count) {
+      throw CLI::ValidationError(kName, "\"" + given + "\" is no K/N with K from 1 to N");
+    }
+  };
+  command
+      .add_option_function<std::string>(
+          kName, take, "Only the K-th of N shares of the books, by their names below the folder")
+      ->type_name("K/N");
+}
+
 void AddConvert(CLI::App& app, ConvertArguments& arguments) {
   CLI::App& convert = *app.add_subcommand("convert", "Make books");
   Selection& selection = arguments.selection;
@@ -82,11 +102,15 @@ void AddConvert(CLI::App& app, ConvertArguments& arguments) {
   option(kInputs, selection.inputs, "",
          "Texts, HTML pages, Markdown, MOBI books, pictures, or folders of them; - for a text that "
          "is piped")
-      ->required();
+      ->expected(0, -1);
   option("-o,--output", selection.output, kAnyFile,
          "The book, a directory for the books, or - to pipe it (default: beside the input)");
   AddChoice(convert, "--edition", options.edition, kEditions,
             "reader: books to read, of texts and pages (the default); plain: sixty lines a page");
+  option("--list", selection.list, kFile,
+         "A book of each name that this file lists, below the one INPUT (default: the current "
+         "folder); - reads it from a pipe");
+  AddShare(convert, selection.share);
   convert.add_flag("--separate", selection.separate,
                    "A book of each HTML page or picture instead of one of all");
   option("--work-dir", options.workDir, kDirectory,
@@ -98,6 +122,9 @@ void AddConvert(CLI::App& app, ConvertArguments& arguments) {
   convert.add_flag("-q,--quiet", arguments.quiet, "Tell failures only");
   convert.add_flag("--json", arguments.json, "Tell each book as one line of JSON");
   AddOptionsOfBooks(convert, options.chosen);
+  convert.callback([&selection] {
+    if (selection.inputs.empty() && selection.list.empty()) throw CLI::RequiredError(kInputs);
+  });
 }
 
 void AddInfo(CLI::App& app, InfoArguments& arguments) {

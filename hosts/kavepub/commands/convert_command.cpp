@@ -23,9 +23,15 @@ constexpr char kTitle[] = "title";
 constexpr char kAuthor[] = "author";
 constexpr char kCover[] = "cover";
 
+// Whether it may well be that nothing is to be made.
+bool IsPartOfMore(const Selection& selection) {
+  return !selection.list.empty() || !selection.share.IsWhole();
+}
+
 // A single file is what a person names; anything else is a batch.
 bool IsBatch(const Selection& selection, size_t books) {
   std::error_code error;
+  if (IsPartOfMore(selection)) return true;
   return books > 1 || std::filesystem::is_directory(selection.inputs.front(), error);
 }
 
@@ -120,7 +126,7 @@ int RunConvert(const ConvertArguments& arguments) {
   CheckValues(arguments.options);
   const Plan plan = PlanBooks(arguments.selection);
   const std::vector<BookOrder>& orders = plan.orders;
-  if (orders.empty()) {
+  if (orders.empty() && !IsPartOfMore(arguments.selection)) {
     const Skipped* first = plan.skipped.empty() ? nullptr : &plan.skipped.front();
     throw Failure(arguments.selection.inputs.front(),
                   "holds nothing that can be converted" +

@@ -10,17 +10,29 @@
 // What messages call the standard input.
 inline constexpr char kStandardInput[] = "standard input";
 
+// What a failure is due to: the book itself, which fails again wherever it is made, or where it was
+// made, which is worth another try.
+enum class Cause { kBook, kMachine, kDisk, kMemory };
+
+inline const char* NameOf(Cause cause) {
+  constexpr const char* kNames[] = {"book", "machine", "disk", "memory"};
+  return kNames[static_cast<size_t>(cause)];
+}
+
 // One line that names the file, the reason and the next step.
 class Failure : public std::runtime_error {
  public:
-  explicit Failure(const std::string& line);
-  Failure(const std::filesystem::path& file, const std::string& why);
+  explicit Failure(const std::string& line, Cause due = Cause::kBook);
+  Failure(const std::filesystem::path& file, const std::string& why, Cause due = Cause::kBook);
 
   // Without the file.
   const std::string& Reason() const { return reason; }
 
+  Cause DueTo() const { return cause; }
+
  private:
   std::string reason;
+  Cause cause;
 };
 
 // What is asked for contradicts itself.
@@ -43,6 +55,9 @@ void RequireReadable(const std::filesystem::path& file);
 
 // What to tell of any exception, in one line.
 std::string Explain(const std::exception& failure);
+
+// What any exception is due to.
+Cause CauseOf(const std::exception& failure);
 
 // A text on one line: what would move the cursor of a terminal becomes "?".
 std::string OneLine(std::string text);

@@ -85,7 +85,8 @@ WorkDir::WorkDir(fs::path parent) {
   }
   throw Failure(parent,
                 "no working directory can be made here: " + std::generic_category().message(errno) +
-                    "; name a writable directory by TMPDIR or --work-dir");
+                    "; name a writable directory by TMPDIR or --work-dir",
+                Cause::kDisk);
 }
 
 // False when somebody else took the name meanwhile, or no directory can be made.

@@ -74,8 +74,10 @@ void MakeDirectoryOf(const BookOrder& order) {
   std::error_code error;
   fs::create_directories(order.output.parent_path(), error);
   if (error) {
-    throw Failure(order.output, "its directory cannot be made (" + error.message() +
-                                    "); use -o to name another place");
+    throw Failure(
+        order.output,
+        "its directory cannot be made (" + error.message() + "); use -o to name another place",
+        Cause::kDisk);
   }
 }
 
@@ -98,7 +100,7 @@ Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing
                     Progress& progress) {
   using Status = Outcome::Status;
   StopIfInterrupted();
-  if (!order.refusal.empty()) throw Failure(order.refusal);
+  if (!order.refusal.empty()) throw Failure(order.refusal, order.refusalCause);
   std::error_code error;
   const bool isThere = order.output != kStandardStream && fs::exists(order.output, error);
   if (isThere) RequireOtherThanSource(order);
@@ -114,7 +116,8 @@ Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing
   if (options.dryRun) return Foresee(order, options, progress);
   if (order.isInDirectory) MakeDirectoryOf(order);
   Conversion made = ConvertBook(order, options, provenance, progress);
-  return {Status::kDone, std::move(made.remark), std::move(made.warnings), std::move(made.report)};
+  return {
+      Status::kDone, std::move(made.remark), {}, std::move(made.warnings), std::move(made.report)};
 }
 
 Outcome Make(const BookOrder& order, const BookOptions& options, Existing existing,
@@ -124,7 +127,7 @@ Outcome Make(const BookOrder& order, const BookOptions& options, Existing existi
   } catch (const Interrupted& interruption) {
     return {Outcome::Status::kInterrupted, interruption.what()};
   } catch (const std::exception& failure) {
-    return {Outcome::Status::kFailed, Explain(failure)};
+    return {Outcome::Status::kFailed, Explain(failure), CauseOf(failure)};
   }
 }
 

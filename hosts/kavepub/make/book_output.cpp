@@ -35,7 +35,8 @@ BookOutput::BookOutput(const std::filesystem::path& place) : path(place) {
   if (IsStandardOutput() || output.Open(path.c_str())) return;
   throw Failure(path,
                 "cannot be made; check that its directory is writable and no directory or device "
-                "has its name");
+                "has its name",
+                Cause::kDisk);
 }
 
 void BookOutput::Take(const std::filesystem::path& packed, const Provenance& provenance) {
@@ -48,7 +49,7 @@ void BookOutput::Take(const std::filesystem::path& packed, const Provenance& pro
     StopIfInterrupted();
     chunk.resize(std::min<std::uintmax_t>(left, kChunkSize));
     book.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
-    if (!book) throw Failure(packed, "cannot be read back; try again");
+    if (!book) throw Failure(packed, "cannot be read back; try again", Cause::kMachine);
     left -= chunk.size();
     if (!Write(chunk)) Fail();
   }
@@ -76,7 +77,7 @@ void BookOutput::Fail() const {
     throw Failure("standard output", std::generic_category().message(error) +
                                          "; the book that went there is not whole");
   }
-  throw Failure(path, "cannot be written; check the room on its disk");
+  throw Failure(path, "cannot be written; check the room on its disk", Cause::kDisk);
 }
 
 bool BookOutput::IsStandardOutput() const {

@@ -55,7 +55,7 @@ Digest& Digest::AddFile(const std::filesystem::path& file) {
   struct stat status = {};
   if (!descriptor || fstat(descriptor.Get(), &status) != 0 ||
       !AddRange(descriptor.Get(), 0, static_cast<std::uint64_t>(status.st_size))) {
-    throw Failure(file, "cannot be read to its end; check the disk");
+    throw Failure(file, "cannot be read to its end; check the disk", Cause::kMachine);
   }
   return *this;
 }

@@ -12,7 +12,8 @@ struct Outcome {
   enum class Status { kDone, kPlanned, kUpToDate, kFailed, kInterrupted };
 
   Status status = Status::kDone;
-  std::string message;  // a remark on a book that was made, the reason of a failure
+  std::string message;         // a remark on a book that was made, the reason of a failure
+  Cause cause = Cause::kBook;  // of a failure
   std::vector<BookWarning> warnings = {};  // of a book that was made
   std::optional<BookReport> report = {};   // of one of the reader's edition, made or planned
   double seconds = 0;

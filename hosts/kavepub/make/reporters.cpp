@@ -176,11 +176,11 @@ class ManyBooksReporter : public CountingReporter {
       for (const std::string& remark : remarks) Say(remark);
       skippedLine.Print();
       const std::string rate = sums.done == 0 ? "" : ", " + std::to_string(Rate()) + " books/min";
-      Say(ListOf({{sums.done, "done"},
-                  {sums.upToDate, "up to date"},
-                  {sums.failed, "failed"},
-                  {total - sums.Finished(), "not made"}}) +
-          " in " + Clock(SecondsSince(start)) + rate);
+      const std::string list = ListOf({{sums.done, "done"},
+                                       {sums.upToDate, "up to date"},
+                                       {sums.failed, "failed"},
+                                       {total - sums.Finished(), "not made"}});
+      Say((list.empty() ? "nothing to make" : list) + " in " + Clock(SecondsSince(start)) + rate);
     }
     if (WasInterrupted() && sums.Finished() < total) {
       std::fprintf(stderr, "kavepub: interrupted; the same command again makes the rest\n");

@@ -29,7 +29,7 @@ class LineReader {
         progress(shown),
         file(std::fopen(path.c_str(), "re"), &std::fclose),
         size(static_cast<double>(std::filesystem::file_size(path))) {
-    if (!file) throw Failure(text, std::generic_category().message(errno));
+    if (!file) throw Failure(text, std::generic_category().message(errno), Cause::kMachine);
   }
 
   // Reads up to a line feed or to `room` bytes. NUL bytes, which no book can hold, are left out.
@@ -70,7 +70,7 @@ class LineReader {
   bool Fill() {
     const size_t count = std::fread(buffer.data(), 1, buffer.size(), file.get());
     if (std::ferror(file.get()) != 0) {
-      throw Failure(text, "cannot be read to its end; check the disk");
+      throw Failure(text, "cannot be read to its end; check the disk", Cause::kMachine);
     }
     unread = {buffer.data(), count};
     taken += count;

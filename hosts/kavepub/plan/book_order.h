@@ -29,6 +29,8 @@ struct BookOrder {
   bool isInDirectory = false;  // that is to hold the books, and is made for them
   std::string remark;   // on its name, when another book has the one that it would have; or empty
   std::string refusal;  // why it cannot be made, known beforehand; empty when it can
+  Cause refusalCause = Cause::kBook;
+  std::string name;  // of what it is made of: below the one folder that was named, else as named
 };
 
 // A text without a name is called like its book, if that has a name.

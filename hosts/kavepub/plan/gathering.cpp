@@ -79,7 +79,8 @@ bool HoldsOtherBooks(const fs::path& folder) {
 
 class Gatherer {
  public:
-  Gatherer(bool separate, Gathering& gathering) : isSeparate(separate), found(gathering) {}
+  Gatherer(bool separate, bool deep, Gathering& gathering)
+      : isSeparate(separate), goesDown(deep), found(gathering) {}
 
   void AddInput(const fs::path& input) {
     std::error_code error;
@@ -124,7 +125,13 @@ class Gatherer {
 
   void Refuse(const fs::path& input, const fs::path& name, const Failure& reason) {
     if (!IsNew(input)) return;
-    Add(BookKind::kText, {input}, name, input.parent_path()).order.refusal = reason.what();
+    RefuseAt(input, name, reason);
+  }
+
+  void RefuseAt(const fs::path& input, const fs::path& name, const Failure& reason) {
+    BookOrder& order = Add(BookKind::kText, {input}, name, input.parent_path()).order;
+    order.refusal = reason.what();
+    order.refusalCause = reason.DueTo();
   }
 
   void Skip(const fs::path& file, const std::string& reason) {
@@ -137,12 +144,13 @@ class Gatherer {
     if (!IsNew(folder)) return;
     const Listing listing = List(folder);
     if (listing.error) {
-      Add(BookKind::kText, {folder}, name, folder.parent_path()).order.refusal =
-          Failure(folder, listing.error.message() + "; check its permissions").what();
+      RefuseAt(folder, name,
+               {folder, listing.error.message() + "; check its permissions", Cause::kMachine});
       return;
     }
     if (AddSite(folder, listing.files, name)) return;
     AddFilesOfFolder(folder, listing.files, name);
+    if (!goesDown) return;
     for (const fs::path& below : listing.folders) {
       if (fs::is_symlink(below)) {
         Skip(below, kIsLink);
@@ -253,6 +261,7 @@ class Gatherer {
   }
 
   bool isSeparate;
+  bool goesDown;  // into folders of folders
   Gathering& found;
   std::set<fs::path> planned;
 };
@@ -261,7 +270,19 @@ class Gatherer {
 
 Gathering Gather(const std::vector<fs::path>& inputs, bool separate) {
   Gathering gathering;
-  Gatherer gatherer(separate, gathering);
+  Gatherer gatherer(separate, true, gathering);
   for (const fs::path& input : inputs) gatherer.AddInput(input);
   return gathering;
+}
+
+std::optional<BookOrder> GatherOne(const fs::path& input) {
+  Gathering gathering;
+  std::error_code error;
+  const bool isFolder = fs::is_directory(input, error);
+  Gatherer(!isFolder, false, gathering).AddInput(input);
+  for (Draft& draft : gathering.drafts) {
+    const bool isOfWhole = draft.order.folder == input || draft.order.inputs.front() == input;
+    if (isOfWhole) return std::move(draft.order);
+  }
+  return std::nullopt;
 }

@@ -3,6 +3,7 @@
 #define KAVEPUB_GATHERING_H
 
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 #include "hosts/kavepub/plan/draft.h"
@@ -15,5 +16,9 @@ struct Gathering {
 
 // The books of PlanBooks, still without a place.
 Gathering Gather(const std::vector<std::filesystem::path>& inputs, bool separate);
+
+// The one book of a file, or of what lies in a folder and not deeper: none when each file of the
+// folder is a book of its own.
+std::optional<BookOrder> GatherOne(const std::filesystem::path& input);
 
 #endif

@@ -7,11 +7,14 @@
 #include <vector>
 
 #include "hosts/kavepub/plan/book_order.h"
+#include "hosts/kavepub/plan/name_list.h"
 
 struct Selection {
   std::vector<std::filesystem::path> inputs;
   std::filesystem::path output;  // a file, a directory, "-", or empty: beside the inputs
   bool separate = false;         // a book for each page or picture, instead of one for all
+  std::filesystem::path list;    // of names below the one input, a book each; empty: no list
+  Share share;                   // of which books are to be made
 };
 
 // What lies in a folder and goes into no book.
@@ -32,6 +35,10 @@ struct Plan {
 // in the order of the numbers in the names. What is named twice becomes one book. Inputs that
 // cannot be used come back as orders with a refusal; so do files of a folder that are called like
 // something convertible. Throws WrongUsage when the output cannot hold what was named.
+//
+// Of a list, each name is one book: a file, or a folder that is a site or an album. It is called
+// like the name with ".epub" after it, as then no name depends on what else is in the list or the
+// share.
 Plan PlanBooks(const Selection& selection);
 
 #endif

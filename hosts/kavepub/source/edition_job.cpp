@@ -70,7 +70,10 @@ void RequireEdition(int code, std::string words, const char* advice) {
   words += advice;
   if (code == KAVEPUB_E_ARGUMENT) throw WrongUsage(words);
   if (code == KAVEPUB_E_UNSUPPORTED) throw Unsupported(words);
-  throw Failure(words);
+  const Cause cause = code == KAVEPUB_E_INPUT    ? Cause::kMachine
+                      : code == KAVEPUB_E_OUTPUT ? Cause::kDisk
+                                                 : Cause::kBook;
+  throw Failure(words, cause);
 }
 
 EditionJob::EditionJob(const EditionOptions& options) : job(kavepub_job_new()) {

@@ -19,9 +19,11 @@ constexpr size_t kChunkSize = size_t{1} << 16;
 constexpr size_t kMost = size_t{256} << 20;  // far more than any text, far less than the memory
 constexpr size_t kLarge = size_t{8} << 20;
 
+}  // namespace
+
 // A read that waits goes on after a signal; this one does not. A signal that comes between the look
 // at the flag and the waiting must end that, too, so it comes through while we wait and not before.
-void WaitForInput() {
+void WaitForStandardInput() {
   sigset_t all;
   sigset_t before;
   sigfillset(&all);
@@ -32,13 +34,11 @@ void WaitForInput() {
   StopIfInterrupted();
 }
 
-}  // namespace
-
 std::string ReadStandardInput() {
   std::string content;
   const auto chunk = std::make_unique<std::array<char, kChunkSize>>();
   for (;;) {
-    WaitForInput();
+    WaitForStandardInput();
     const ssize_t count = read(STDIN_FILENO, chunk->data(), chunk->size());
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) throw Failure(kStandardInput, std::generic_category().message(errno));

@@ -4,6 +4,9 @@
 
 #include <string>
 
+// Waits until something can be read from it, or it ends. Throws Interrupted.
+void WaitForStandardInput();
+
 // Reads all of it. Throws a Failure, or Interrupted while nothing comes.
 std::string ReadStandardInput();
 

@@ -78,7 +78,8 @@ TextSource DecodeText(const std::filesystem::path& path, std::optional<std::stri
   file.close();
   if (file.fail()) {
     throw Failure("the working files cannot be written; check the room in " +
-                  target.parent_path().parent_path().string());
+                      target.parent_path().parent_path().string(),
+                  Cause::kDisk);
   }
   return {text.Fact("encoding"), text.Fact("paragraphs") == "line", text.Warnings()};
 }
