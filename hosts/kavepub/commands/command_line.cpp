@@ -18,6 +18,7 @@ Examples:
   kavepub convert old.mobi                      keeps title, author and cover
   kavepub convert a.jpg b.jpg -o album.epub     a picture a page
   kavepub convert library/ -o books/            all below library, again only what has changed
+  kavepub convert library/ -o books/ --journal run.jsonl; kavepub report run.jsonl
   kavepub info novel.epub
   kavepub preview novel.epub                    draws the first pages into novel.png
 )";
@@ -121,6 +122,8 @@ void AddConvert(CLI::App& app, ConvertArguments& arguments) {
   convert.add_flag("-n,--dry-run", options.dryRun, "Only tell what would be made");
   convert.add_flag("-q,--quiet", arguments.quiet, "Tell failures only");
   convert.add_flag("--json", arguments.json, "Tell each book as one line of JSON");
+  option("--journal", arguments.journal, kAnyFile,
+         "Append a line of JSON for each book, which kavepub report reads");
   AddOptionsOfBooks(convert, options.chosen);
   convert.callback([&selection] {
     if (selection.inputs.empty() && selection.list.empty()) throw CLI::RequiredError(kInputs);
@@ -145,9 +148,33 @@ void AddPreview(CLI::App& app, PreviewArguments& arguments) {
   preview.add_flag("-f,--force", arguments.force, "Replace a picture that is there");
 }
 
+void AddList(CLI::App& app, ListArguments& arguments) {
+  CLI::App& list =
+      *app.add_subcommand("list", "Name the books that a folder would become, the largest first");
+  list.add_option(kDirectory, arguments.folder, "The folder, below which the names are")
+      ->type_name("")
+      ->required();
+}
+
+void AddReport(CLI::App& app, ReportArguments& arguments) {
+  CLI::App& report = *app.add_subcommand("report", "Tell what became of a run, by its journals");
+  report.add_option(kJournals, arguments.journals, "Journals of convert, in any order")
+      ->type_name("")
+      ->required();
+  report
+      .add_option("--list", arguments.list,
+                  "Names of all that was to be made: also tell what is missing")
+      ->type_name(kFile);
+  report
+      .add_option("--retry", arguments.retry,
+                  "List there what is worth another try, for convert --list")
+      ->type_name(kAnyFile);
+  report.add_flag("--json", arguments.json, "Tell all in one line of JSON");
+}
+
 void AddHelp(CLI::App& app, std::string& explained) {
   CLI::App& help = *app.add_subcommand("help", "Print this help, or that of a command");
-  help.add_option(kCommand, explained, "convert, info or preview")->type_name("");
+  help.add_option(kCommand, explained, "convert, info, preview, list or report")->type_name("");
 }
 
 }  // namespace
@@ -161,6 +188,8 @@ CommandLine::CommandLine() : app(kDescription, "kavepub") {
   AddConvert(app, convert);
   AddInfo(app, info);
   AddPreview(app, preview);
+  AddList(app, list);
+  AddReport(app, report);
   AddHelp(app, explained);
 }
 

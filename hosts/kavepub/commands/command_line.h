@@ -17,6 +17,7 @@ inline constexpr char kDirectory[] = "DIR";
 inline constexpr char kEncoding[] = "ENCODING";
 inline constexpr char kInputs[] = "INPUT";
 inline constexpr char kBooks[] = "BOOK";
+inline constexpr char kJournals[] = "JOURNAL";
 inline constexpr char kCommand[] = "COMMAND";
 
 struct CommandLine {
@@ -26,6 +27,8 @@ struct CommandLine {
   ConvertArguments convert;
   InfoArguments info;
   PreviewArguments preview;
+  ListArguments list;
+  ReportArguments report;
   std::string explained;  // the command that a help is asked for
 };
 

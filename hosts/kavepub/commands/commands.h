@@ -17,6 +17,7 @@ struct ConvertArguments {
   unsigned jobs = 1;
   bool quiet = false;
   bool json = false;
+  std::filesystem::path journal;  // empty: none
 };
 int RunConvert(const ConvertArguments& arguments);
 
@@ -32,5 +33,18 @@ struct PreviewArguments {
   bool force = false;            // replace a picture that is there
 };
 int RunPreview(const PreviewArguments& arguments);
+
+struct ListArguments {
+  std::filesystem::path folder;
+};
+int RunList(const ListArguments& arguments);
+
+struct ReportArguments {
+  std::vector<std::filesystem::path> journals;
+  std::filesystem::path list;   // of all that was to be made; empty: none
+  std::filesystem::path retry;  // where to list what is worth another try; empty: nowhere
+  bool json = false;
+};
+int RunReportCommand(const ReportArguments& arguments);
 
 #endif

@@ -16,8 +16,8 @@ constexpr struct {
   const char* offer;
 } kKinds[] = {
     {kAnyFile, ":file"},        {kInputs, ":file"},         {kFile, ":file"},
-    {kPictureFile, ":picture"}, {kDirectory, ":directory"}, {kEncoding, ":encoding"},
-    {kBooks, ":book"},
+    {kPictureFile, ":picture"}, {kDirectory, ":directory"}, {kJournals, ":file"},
+    {kEncoding, ":encoding"},   {kBooks, ":book"},
 };
 
 Words OffersOf(const std::vector<Entry>& entries) {

@@ -16,6 +16,7 @@
 #include "hosts/kavepub/make/reader_book.h"
 #include "hosts/kavepub/make/reporters.h"
 #include "hosts/kavepub/plan/input_kind.h"
+#include "hosts/kavepub/record/journal.h"
 
 namespace {
 
@@ -140,8 +141,17 @@ int RunConvert(const ConvertArguments& arguments) {
   const unsigned jobs = arguments.options.dryRun ? 1 : arguments.jobs;
   BookOptions options = arguments.options;
   options.isAlone = jobs == 1 || orders.size() == 1;
-  MakeBooks(orders, options, isBatch ? Existing::kKeepIfSame : Existing::kRefuse, jobs, *reporter);
-  reporter->Close();
+  const auto existing = isBatch ? Existing::kKeepIfSame : Existing::kRefuse;
+  if (arguments.journal.empty() || options.dryRun) {
+    MakeBooks(orders, options, existing, jobs, *reporter);
+    reporter->Close();
+  } else {
+    Journal journal(arguments.journal, arguments.selection.share);
+    JournalingReporter both(*reporter, journal);
+    MakeBooks(orders, options, existing, jobs, both);
+    reporter->Close();
+    journal.Close();
+  }
   if (WasInterrupted() && reporter->Result().Finished() < orders.size()) return kInterrupted;
   return reporter->Result().failed == 0 ? kDone : kFailed;
 }

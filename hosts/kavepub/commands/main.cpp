@@ -83,6 +83,8 @@ int Run(int argc, char** argv) {
   }
   if (line.app.got_subcommand("convert")) return RunConvert(line.convert);
   if (line.app.got_subcommand("info")) return RunInfo(line.info);
+  if (line.app.got_subcommand("list")) return RunList(line.list);
+  if (line.app.got_subcommand("report")) return RunReportCommand(line.report);
   if (line.app.got_subcommand("preview")) return RunPreview(line.preview);
   return Explain(line);
 }

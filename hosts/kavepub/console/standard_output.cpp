@@ -31,8 +31,11 @@ void GuardStandardStreams() {
 }
 
 void Say(const std::string& line) {
-  const std::string whole = line + "\n";
-  const bool isTaken = std::fwrite(whole.data(), 1, whole.size(), stdout) == whole.size();
+  SayAsIs(line + "\n");
+}
+
+void SayAsIs(const std::string& bytes) {
+  const bool isTaken = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
   Note(isTaken && std::fflush(stdout) == 0);
 }
 

@@ -11,6 +11,9 @@ void GuardStandardStreams();
 // Writes a line, at once. When its reader has gone, the call is interrupted: nobody waits for it.
 void Say(const std::string& line);
 
+// Writes what consists of lines, or of names that end with NUL bytes.
+void SayAsIs(const std::string& bytes);
+
 // False when something that was said got lost; says so on standard error, unless the reader went.
 bool AllWasSaid();
 

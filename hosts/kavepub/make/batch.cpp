@@ -95,9 +95,9 @@ Outcome Foresee(const BookOrder& order, const BookOptions& options, Progress& pr
   return planned;
 }
 
-// Throws a Failure or Interrupted.
+// Tells the provenance as soon as it is known. Throws a Failure or Interrupted.
 Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing existing,
-                    Progress& progress) {
+                    Progress& progress, Provenance& provenance) {
   using Status = Outcome::Status;
   StopIfInterrupted();
   if (!order.refusal.empty()) throw Failure(order.refusal, order.refusalCause);
@@ -110,7 +110,7 @@ Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing
   }
   if (options.dryRun && !isInTheWay) return Foresee(order, options, progress);
 
-  Provenance provenance = ProvenanceOf(order, options);
+  provenance = ProvenanceOf(order, options);
   if (existing == Existing::kRefuse) provenance.place.clear();
   if (isInTheWay && IsUpToDate(order, provenance)) return {Status::kUpToDate, {}};
   if (options.dryRun) return Foresee(order, options, progress);
@@ -120,15 +120,24 @@ Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing
       Status::kDone, std::move(made.remark), {}, std::move(made.warnings), std::move(made.report)};
 }
 
-Outcome Make(const BookOrder& order, const BookOptions& options, Existing existing,
-             Progress& progress) {
+Outcome MakeOrTell(const BookOrder& order, const BookOptions& options, Existing existing,
+                   Progress& progress, Provenance& provenance) {
   try {
-    return MakeOrThrow(order, options, existing, progress);
+    return MakeOrThrow(order, options, existing, progress, provenance);
   } catch (const Interrupted& interruption) {
     return {Outcome::Status::kInterrupted, interruption.what()};
   } catch (const std::exception& failure) {
     return {Outcome::Status::kFailed, Explain(failure), CauseOf(failure)};
   }
+}
+
+Outcome Make(const BookOrder& order, const BookOptions& options, Existing existing,
+             Progress& progress) {
+  Provenance provenance;
+  Outcome outcome = MakeOrTell(order, options, existing, progress, provenance);
+  outcome.source = std::move(provenance.source);
+  outcome.bytesIn = provenance.bytes;
+  return outcome;
 }
 
 // Starts a thread if the system has one left.

@@ -57,6 +57,7 @@ Digest& Digest::AddFile(const std::filesystem::path& file) {
       !AddRange(descriptor.Get(), 0, static_cast<std::uint64_t>(status.st_size))) {
     throw Failure(file, "cannot be read to its end; check the disk", Cause::kMachine);
   }
+  bytes += static_cast<std::uint64_t>(status.st_size);
   return *this;
 }
 

@@ -24,6 +24,9 @@ class Digest {
   // Adds the content of a regular file; throws a Failure, or Interrupted.
   Digest& AddFile(const std::filesystem::path& file);
 
+  // How much of files has been added.
+  std::uint64_t BytesOfFiles() const { return bytes; }
+
   // 32 hexadecimal digits.
   std::string Text() const;
 
@@ -32,6 +35,7 @@ class Digest {
     void operator()(XXH3_state_t* owned) const { XXH3_freeState(owned); }
   };
   std::unique_ptr<XXH3_state_t, FreeState> state;
+  std::uint64_t bytes = 0;
 };
 
 #endif

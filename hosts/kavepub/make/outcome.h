@@ -2,6 +2,7 @@
 #ifndef KAVEPUB_OUTCOME_H
 #define KAVEPUB_OUTCOME_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,6 +17,8 @@ struct Outcome {
   Cause cause = Cause::kBook;  // of a failure
   std::vector<BookWarning> warnings = {};  // of a book that was made
   std::optional<BookReport> report = {};   // of one of the reader's edition, made or planned
+  std::string source = {};                 // digest of all that goes into the book, once known
+  std::uint64_t bytesIn = 0;               // of that
   double seconds = 0;
 };
 

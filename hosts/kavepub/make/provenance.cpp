@@ -33,7 +33,7 @@ std::vector<fs::path> FilesBelow(const fs::path& folder) {
   return files;
 }
 
-std::string DigestOfSource(const BookOrder& order) {
+Digest DigestOfSource(const BookOrder& order) {
   Digest digest;
   digest.Add(NameOf(order.kind));
   if (order.folder.empty() || order.kind == BookKind::kPictures) {
@@ -43,7 +43,7 @@ std::string DigestOfSource(const BookOrder& order) {
       digest.Add(file.lexically_relative(order.folder).string()).AddFile(file);
     }
   }
-  return digest.Text();
+  return digest;
 }
 
 std::string DigestOfReaders(const EditionOptions& options) {
@@ -89,7 +89,9 @@ std::string DigestOfPlace(const BookOrder& order) {
 
 Provenance ProvenanceOf(const BookOrder& order, const BookOptions& options) {
   if (order.inputs.front() == kStandardStream) return {{}, DigestOfOptions(order, options), {}};
-  return {DigestOfSource(order), DigestOfOptions(order, options), DigestOfPlace(order)};
+  const Digest source = DigestOfSource(order);
+  return {source.Text(), DigestOfOptions(order, options), DigestOfPlace(order),
+          source.BytesOfFiles()};
 }
 
 bool IsAllKnown(const BookOrder& order) {

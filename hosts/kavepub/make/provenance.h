@@ -2,16 +2,18 @@
 #ifndef KAVEPUB_PROVENANCE_H
 #define KAVEPUB_PROVENANCE_H
 
+#include <cstdint>
 #include <string>
 
 #include "hosts/kavepub/plan/book_order.h"
 
 // Digests; they tell nobody what they were made of.
 struct Provenance {
-  std::string source;   // names and content of all that is known to go into the book; empty for
-                        // the standard input
-  std::string options;  // all that have a say in what comes out
-  std::string place;    // the way from the book to its source; empty when that does not matter
+  std::string source;       // names and content of all that is known to go into the book; empty for
+                            // the standard input
+  std::string options;      // all that have a say in what comes out
+  std::string place;        // the way from the book to its source; empty when that does not matter
+  std::uint64_t bytes = 0;  // of the source
 };
 
 // Reads all of the source. Throws a Failure, or Interrupted.

@@ -150,12 +150,13 @@ class Gatherer {
     }
     if (AddSite(folder, listing.files, name)) return;
     AddFilesOfFolder(folder, listing.files, name);
-    if (!goesDown) return;
     for (const fs::path& below : listing.folders) {
       if (fs::is_symlink(below)) {
         Skip(below, kIsLink);
-      } else {
+      } else if (goesDown) {
         AddFolder(below, name / below.filename());
+      } else {
+        found.folders.push_back(below);
       }
     }
   }
@@ -272,6 +273,12 @@ Gathering Gather(const std::vector<fs::path>& inputs, bool separate) {
   Gathering gathering;
   Gatherer gatherer(separate, true, gathering);
   for (const fs::path& input : inputs) gatherer.AddInput(input);
+  return gathering;
+}
+
+Gathering GatherFolder(const fs::path& folder) {
+  Gathering gathering;
+  Gatherer(false, false, gathering).AddInput(folder);
   return gathering;
 }
 

@@ -12,10 +12,14 @@
 struct Gathering {
   std::vector<Draft> drafts;
   std::vector<Skipped> skipped;
+  std::vector<std::filesystem::path> folders;  // that were left for later, of GatherFolder
 };
 
 // The books of PlanBooks, still without a place.
 Gathering Gather(const std::vector<std::filesystem::path>& inputs, bool separate);
+
+// The books of what lies in a folder and not deeper.
+Gathering GatherFolder(const std::filesystem::path& folder);
 
 // The one book of a file, or of what lies in a folder and not deeper: none when each file of the
 // folder is a book of its own.
