@@ -6,6 +6,7 @@
 
 #include "data_rows.h"
 #include "edition/page/page_reader.h"
+#include "edition/page/reference.h"
 #include "small_stack.h"
 
 namespace {
@@ -28,6 +29,12 @@ std::string Shown(const std::string& markup) {
 TEST(HtmlPages, BecomeXhtml) {
   for (const auto& row : DataRows("page_markup.txt", 3)) {
     EXPECT_EQ(Shown(ReadPage(row[1]).markup.body), row[2]) << row[0];
+  }
+}
+
+TEST(HtmlPages, LeadOut) {
+  for (const auto& row : DataRows("page_links.txt", 2)) {
+    EXPECT_EQ(Resolve(row[0], "in/a.html").target, row[1]) << row[0];
   }
 }
 

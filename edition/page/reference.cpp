@@ -5,6 +5,7 @@
 #include <iterator>
 #include <vector>
 
+#include "edition/page/host.h"
 #include "edition/page/words.h"
 
 namespace {
@@ -16,11 +17,9 @@ constexpr std::string_view kSchemes[] = {"ftp",    "geo",  "http", "https", "irc
                                          "mailto", "news", "sip",  "sms",   "tel"};
 constexpr std::string_view kWithHost[] = {"ftp", "http", "https"};
 
-constexpr std::string_view kPlain = "-._~!$&'()*+,;=:@/?";
+constexpr std::string_view kBeforeHost = "//";
 
-bool IsAlphanumeric(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-}
+constexpr std::string_view kPlain = "-._~!$&'()*+,;=:@/?";
 
 int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -54,22 +53,6 @@ std::string SchemeOf(std::string_view text) {
   return isSound ? Lowered(scheme) : std::string();
 }
 
-// A host that every program takes for one.
-bool HasHost(std::string_view uri) {
-  const size_t begin = uri.find("://");
-  if (begin == std::string_view::npos) return false;
-  std::string_view host = uri.substr(begin + 3);
-  host = host.substr(0, host.find_first_of("/?#"));
-  host.remove_prefix(host.rfind('@') + 1);  // npos + 1 is 0
-  const size_t colon = std::min(host.find(':'), host.size());
-  const std::string_view port = host.substr(std::min(colon + 1, host.size()));
-  host = host.substr(0, colon);
-  const bool isName = std::all_of(host.begin(), host.end(),
-                                  [](char c) { return IsAlphanumeric(c) || c == '-' || c == '.'; });
-  return !host.empty() && isName && IsAlphanumeric(host.front()) && IsAlphanumeric(host.back()) &&
-         port.find_first_not_of("0123456789") == std::string_view::npos;
-}
-
 std::string Escaped(std::string_view uri) {
   std::string escaped;
   bool hasFragment = false;
@@ -88,16 +71,28 @@ std::string Escaped(std::string_view uri) {
   return escaped;
 }
 
+// What follows a scheme that has a host; empty where it has none.
+std::string EscapedWithHost(std::string_view written) {
+  if (!written.starts_with(kBeforeHost)) return {};
+  written.remove_prefix(kBeforeHost.size());
+  const std::string_view authority = written.substr(0, written.find_first_of("/?#"));
+  const size_t hostBegin = authority.find('@') + 1;  // npos + 1 is 0
+  const size_t colon = std::min(authority.find(':', hostBegin), authority.size());
+  const std::string host = HostOfNet(authority.substr(hostBegin, colon - hostBegin));
+  const std::string_view port = authority.substr(colon);
+  if (host.empty() || port.find_first_not_of(kDigits, 1) != std::string_view::npos) return {};
+  std::string escaped(kBeforeHost);
+  escaped.append(Escaped(authority.substr(0, hostBegin))).append(host).append(port);
+  return escaped.append(Escaped(written.substr(authority.size())));
+}
+
 Reference OfScheme(const std::string& scheme, const std::string& written) {
   if (scheme == "data") return {Reference::Kind::kData, written, {}};
-  const bool isKnown =
-      std::find(std::begin(kSchemes), std::end(kSchemes), scheme) != std::end(kSchemes);
-  if (!isKnown) return {};
-  const std::string uri = scheme + Escaped(written.substr(scheme.size()));
-  const bool needsHost =
-      std::find(std::begin(kWithHost), std::end(kWithHost), scheme) != std::end(kWithHost);
-  if (needsHost ? !HasHost(uri) : uri.size() == scheme.size() + 1) return {};
-  return {Reference::Kind::kNet, uri, {}};
+  if (!IsOneOf(kSchemes, scheme)) return {};
+  const std::string_view rest = std::string_view(written).substr(scheme.size() + 1);
+  const std::string escaped = IsOneOf(kWithHost, scheme) ? EscapedWithHost(rest) : Escaped(rest);
+  if (escaped.empty()) return {};
+  return {Reference::Kind::kNet, scheme + ":" + escaped, {}};
 }
 
 // Nothing outside the root.

@@ -9,6 +9,7 @@
 #include <string_view>
 
 inline constexpr std::string_view kBlanks = " \t\r\n\f";
+inline constexpr std::string_view kDigits = "0123456789";
 
 // In lower case as far as it is ASCII, as names of HTML are compared.
 inline std::string Lowered(std::string_view text) {
@@ -17,6 +18,10 @@ inline std::string Lowered(std::string_view text) {
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
   }
   return lowered;
+}
+
+inline bool IsAlphanumeric(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
 template <size_t count>
