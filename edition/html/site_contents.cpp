@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr size_t kDeepestContents = 3;  // levels of headings in a page
+constexpr size_t kDeepestContents = 4;  // levels of pages and of headings in them
 
 bool IsLeftOut(const HtmlPage& page, const PageHeading& heading, const std::vector<bool>& dropped) {
   const auto known = page.ids.find(heading.id);
@@ -31,12 +31,12 @@ bool HasTitle(const std::vector<const PageHeading*>& headings) {
 
 // Entries of headings, nested by their levels, however many these skip.
 std::vector<ContentsEntry> Nested(const std::vector<const PageHeading*>& headings, size_t begin,
-                                  size_t document) {
+                                  size_t document, size_t deepest) {
   std::vector<ContentsEntry> entries;
   std::vector<unsigned> path;
   for (size_t i = begin; i < headings.size(); ++i) {
     while (!path.empty() && path.back() >= headings[i]->level) path.pop_back();
-    if (path.size() < kDeepestContents) {
+    if (path.size() < deepest) {
       std::vector<ContentsEntry>* place = &entries;
       for (size_t level = 0; level < path.size(); ++level) place = &place->back().children;
       place->push_back({headings[i]->title, document, headings[i]->id, 0, {}});
@@ -62,8 +62,12 @@ std::vector<ContentsEntry> ContentsOf(const Site& site, const std::vector<Ordere
     const HtmlPage& page = site.Pages()[number].content;
     const std::vector<const PageHeading*> headings = HeadingsOf(page, dropped[number]);
     const size_t begin = HasTitle(headings) ? 1 : 0;
-    ContentsEntry entry{
-        TitleOf(page, dropped[number]), document, {}, 0, Nested(headings, begin, document)};
+    const size_t deepest = kDeepestContents - std::min(order[document].level + 1, kDeepestContents);
+    ContentsEntry entry{TitleOf(page, dropped[number]),
+                        document,
+                        {},
+                        0,
+                        Nested(headings, begin, document, deepest)};
     if (entry.title.empty()) entry.title = site.Pages()[number].path;
     if (order.size() == 1 && !entry.children.empty()) return std::move(entry.children);
     std::vector<ContentsEntry>* place = &contents;

@@ -3,11 +3,20 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
 namespace {
+
+constexpr size_t kGoodPart = 6;
+constexpr size_t kFarMore = 2;
+constexpr size_t kDeepestPage = 2;  // further down, readers lose their way
+
+std::string_view FolderOf(std::string_view path) {
+  return path.substr(0, path.rfind('/') + 1);  // npos + 1 is 0
+}
 
 class Order {
  public:
@@ -72,8 +81,9 @@ class Order {
     for (size_t i = 0; i < from.links.size(); ++i) {
       const size_t listed = from.links[i];
       const unsigned depth = from.content.links[i].depth;
-      if (depth == 0 || listed == kNoPage || listed == page) continue;
+      if (depth == 0 || listed == kNoPage) continue;
       while (!path.empty() && path.back().first >= depth) path.pop_back();
+      if (listed == page) continue;
       const size_t above = path.empty() ? kNoPage : path.back().second;
       path.emplace_back(depth, listed);
       if (above != listed) outline.try_emplace(listed, above);
@@ -97,7 +107,50 @@ class Order {
   void FollowLists() {
     taken.assign(pages.size(), false);
     for (size_t page = 0; page < site.Inputs(); ++page) taken[page] = true;
-    for (size_t page = 0; page < site.Inputs(); ++page) FollowListsFrom(page);
+    contents = ContentsPage();
+    const bool isElsewhere = contents != kNoPage && !taken[contents];
+    if (isElsewhere) FollowContents();
+    for (size_t page = isElsewhere ? 1 : 0; page < site.Inputs(); ++page) FollowListsFrom(page);
+  }
+
+  // The first page, or what it shows in a frame, stays the first.
+  void FollowContents() {
+    const size_t shown = pages[0].shownBy;
+    taken[contents] = true;
+    arrived.push_back(0);
+    if (shown != kNoPage && !taken[shown]) {
+      taken[shown] = true;
+      arrived.push_back(shown);
+    }
+    FollowListsFrom(contents);
+    for (const size_t page : Claim(0)) FollowListsFrom(page);
+  }
+
+  // The page whose lists have most, where that is a good part of all and far more than the first
+  // ones have.
+  size_t ContentsPage() const {
+    size_t shown = 0;
+    size_t first = 0;
+    size_t most = 0;
+    size_t best = kNoPage;
+    for (size_t page = 0; page < pages.size(); ++page) {
+      if (pages[page].shownBy == kNoPage) ++shown;
+      const size_t listed = IsIndex(page) ? 0 : ListOf(page).size();
+      if (page < site.Inputs()) first = std::max(first, listed);
+      if (listed <= most) continue;
+      most = listed;
+      best = page;
+    }
+    return most * kGoodPart > shown && most > first * kFarMore ? best : kNoPage;
+  }
+
+  // Contents have the parts of a page together; an index, by letters, goes to and fro.
+  bool IsIndex(size_t page) const {
+    const std::vector<size_t>& links = pages[page].links;
+    size_t turns = 0;
+    for (size_t i = 1; i < links.size(); ++i) turns += links[i] != links[i - 1] ? 1 : 0;
+    const std::unordered_set<size_t> distinct(links.begin(), links.end());
+    return turns > distinct.size() * kFarMore;
   }
 
   void FollowListsFrom(size_t first) {
@@ -125,22 +178,29 @@ class Order {
       path.emplace_back(depth, listed);
       if (taken[listed]) continue;
       taken[listed] = true;
-      const bool isTop = above < site.Inputs();
+      const bool isTop = above < site.Inputs() || above == contents;
       if (!isTop && above != listed) parents[listed] = above;
       claimed.push_back(listed);
     }
     return claimed;
   }
 
-  // What no list has comes behind the page that led to it, and what belongs to that.
+  // What no list has comes beside the page that led to it, behind all that is there already, or
+  // below it, where that is how they are kept.
   void AddRest() {
     for (size_t page = 0; page < pages.size(); ++page) {
       if (taken[page]) continue;
       taken[page] = true;
       const size_t from = pages[page].from;
-      if (from >= site.Inputs() && from != kNoPage) parents[page] = from;
+      if (from != kNoPage) parents[page] = IsKeptBelow(page, from) ? from : parents[from];
       arrived.push_back(page);
     }
+  }
+
+  bool IsKeptBelow(size_t page, size_t above) const {
+    const std::string_view folder = FolderOf(pages[above].path);
+    const std::string_view own = FolderOf(pages[page].path);
+    return above >= site.Inputs() && own.size() > folder.size() && own.starts_with(folder);
   }
 
   // Parents before what belongs to them, else as they came.
@@ -160,7 +220,8 @@ class Order {
       waiting.pop_back();
       if (pages[next.page].shownBy == kNoPage) order.push_back(next);
       const std::vector<size_t>& inner = below[next.page];
-      for (size_t i = inner.size(); i-- > 0;) waiting.push_back({inner[i], next.level + 1});
+      const size_t level = std::min(next.level + 1, kDeepestPage);
+      for (size_t i = inner.size(); i-- > 0;) waiting.push_back({inner[i], level});
     }
     return order;
   }
@@ -171,6 +232,7 @@ class Order {
   std::vector<size_t> parents;
   std::vector<bool> taken;
   std::vector<size_t> arrived;  // all pages, as they came
+  size_t contents = kNoPage;    // the page that has the contents of the whole
 };
 
 }  // namespace

@@ -12,7 +12,7 @@ struct OrderedPage {
 };
 
 // As the pages say what comes next, or else as their lists of contents have it; what is in none
-// comes behind the page that leads to it.
+// comes beside the page that leads to it, or below it.
 std::vector<OrderedPage> OrderOf(const Site& site,
                                  const std::vector<std::vector<bool>>& repeatedParts);
 

@@ -259,6 +259,7 @@ class Reader {
       begun.isList = true;
       ++lists;
     }
+    if (heading && (name == "br" || rule.place == Place::kBlock)) heading->title += ' ';
     if (!isFrame) BeginPart(node, name, weight, rule, begun);
     if (!Take(id)) id.clear();
     if (rule.model == Model::kNothing && rule.place == Place::kInText) {
