@@ -40,6 +40,11 @@ class ManualPages(unittest.TestCase):
         for command in helped:
             self.assertIn(f"kavepub {command}", page)
 
+    def test_kavepub_cluster(self):
+        page = self.rendered("kavepub-cluster.1")
+        helped = run(SOURCE / "hosts" / "cluster" / "kavepub-cluster", "--help").stdout
+        self.assertEqual(options_of(page.split("EXAMPLES")[0]), options_of(helped) - {"--partition", "--cpus-per-task"})
+
     def test_kav_epub(self):
         page = self.rendered("kav_epub.3")
         header = (SOURCE / "service" / "epub_service.h").read_text()

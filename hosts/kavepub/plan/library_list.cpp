@@ -38,7 +38,7 @@ std::uint64_t SizeOf(const BookOrder& order) {
 
 std::string NameOfListed(const BookOrder& order, const fs::path& root) {
   const fs::path& source = order.folder.empty() ? order.inputs.front() : order.folder;
-  std::string name = NameBelow(root, fs::absolute(source));
+  std::string name = NameBelow(root, fs::absolute(source).native());
   if (!name.empty()) return name;
   throw Failure(root, "is itself a book, with what lies in it; name the folder above it");
 }

@@ -47,10 +47,22 @@ BookOrder OrderOf(const fs::path& input) {
   return Refused(input, {input, "is a folder of several books; list these"});
 }
 
+// Whether a name is relative, and has neither empty parts nor dots alone: nearly all of a list, of
+// which millions may belong to other shares.
+bool IsNormal(std::string_view name) {
+  for (;;) {
+    const std::string_view part = name.substr(0, name.find('/'));
+    if (part.empty() || part == "." || part == "..") return false;
+    if (part.size() == name.size()) return true;
+    name.remove_prefix(part.size() + 1);
+  }
+}
+
 }  // namespace
 
-std::string NameBelow(const fs::path& root, const fs::path& name) {
-  fs::path below = name.lexically_normal();
+std::string NameBelow(const fs::path& root, std::string_view name) {
+  if (IsNormal(name)) return std::string(name);
+  fs::path below = fs::path(name).lexically_normal();
   if (below.is_absolute()) {
     below = below.lexically_relative(fs::absolute(root / ".").lexically_normal());
   }

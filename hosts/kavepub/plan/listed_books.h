@@ -12,7 +12,7 @@
 
 // The one spelling of a name below a root: "./b//c/" and, below "/a", "/a/b/c" are "b/c". Empty for
 // what is not below it.
-std::string NameBelow(const std::filesystem::path& root, const std::filesystem::path& name);
+std::string NameBelow(const std::filesystem::path& root, std::string_view name);
 
 // The books of a selection's list that belong to its share, in the order of the list, with their
 // places. What the list names twice is one book.

@@ -21,7 +21,7 @@ std::string NameOf(const BookOrder& order, const Selection& selection) {
   const fs::path& root = selection.inputs.front();
   const bool isOne = selection.inputs.size() == 1 && fs::is_directory(root, error);
   if (!isOne) return source.lexically_normal().string();
-  const std::string name = NameBelow(root, fs::absolute(source));
+  const std::string name = NameBelow(root, fs::absolute(source).native());
   return name.empty() ? source.filename().string() : name;
 }
 
