@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Makes a library on two nodes of Slurm, both on this machine, while nodes die and disks are full, and
 # again over ssh with GNU parallel: cluster.bash BUILD-DIRECTORY [BOOKS [SHARES [OPTION-OF-CONVERT...]]].
-# Needs root, to give the nodes a disk that gets full.
+# Needs root, to give the nodes a disk that gets full. With MEASURE=ROUNDS it only tells how long quiet
+# runs take on one node, on two and without Slurm, so many times.
 # shellcheck disable=SC2016 # conditions are expanded when they are looked at
 set -euo pipefail
 shopt -s nullglob
@@ -115,11 +116,9 @@ say "making a library of $books books, and the books in peace"
 library=$top/library
 python3 "$sources/bench/make_library.py" "$library" "$books"
 damaged=$((books / 100))
-start=$(date +%s%N)
 kavepub list "$library" >"$top/list"
 kavepub convert "$library" --list "$top/list" -o "$top/expected" "${options[@]}" --jobs 2 --quiet \
   2>/dev/null || true
-echo "Without Slurm: $books books in $((($(date +%s%N) - start) / 1000000)) ms, 2 threads"
 (($(wc -l <"$top/list") == books && $(find "$top/expected" -name '*.epub' | wc -l) == books - damaged)) ||
   fail "no library to compare with"
 
@@ -129,20 +128,28 @@ start_cluster
 run() { # OPTION...
   kavepub-cluster -n "$shares" -p 1 "$@" "$library" "$top/books" -- "${options[@]}" >"$top/run.log" 2>&1
 }
-quiet_run() { # NAME OPTION...
+timed() { # NAME COMMAND...
   local start
   rm -rf "$top/books" "$top/books.run"
   start=$(date +%s%N)
-  ! run "${@:2}" || fail "the damaged books were made"
-  echo "$1: $((($(date +%s%N) - start) / 1000000)) ms; $(grep books/s "$top/books.run/report")"
+  ! "${@:2}" || fail "the damaged books were made"
+  echo "$1: $((($(date +%s%N) - start) / 1000000)) ms"
   require_all "$top/books"
 }
+without_slurm() { # JOBS
+  kavepub list "$library" >"$top/list"
+  kavepub convert "$library" --list "$top/list" -o "$top/books" "${options[@]}" --jobs "$1" --quiet \
+    --journal "$top/journal" 2>/dev/null
+}
+for ((round = 1; round <= ${MEASURE:-0}; ++round)); do
+  timed "1 thread " without_slurm 1
+  timed "1 node   " run -s --exclude=n2
+  timed "2 threads" without_slurm 2
+  timed "2 nodes  " run
+done
+[[ -z ${MEASURE:-} ]] || exit 0
 
-say "quiet runs"
-quiet_run "One node" -s --exclude=n2
-quiet_run "Two nodes"
-
-say "the same with all that goes wrong"
+say "a run in which all goes wrong that can"
 rm -rf "$top/books" "$top/books.run"
 mkdir "$top/books"
 mount -t tmpfs -o size=$(($(du -sk "$top/expected" | cut -f1) * 2))k books "$top/books"

@@ -120,3 +120,22 @@ offered_by_zsh() {
   zsh -f "$HERE/offers_of_zsh.zsh" "$HERE/../../packaging/completions" "$@" </dev/null |
     sed -n 's/\r$//; s/^OFFERED://p' | paste -sd' '
 }
+
+# slurm: puts programs that do as a cluster does, one task after the other, in front of the PATH. Tasks run
+# on the node n1; FAULTS is a command before each of them.
+slurm() {
+  write bin/sinfo '#!/bin/sh\necho n1\necho n1\n'
+  write bin/squeue '#!/bin/sh\n[ -e forgotten ] || { touch forgotten; echo RUNNING; exit; }\necho "slurm_load_jobs error: Invalid job id specified" >&2\nexit 1\n'
+  write bin/scancel '#!/bin/sh\n'
+  write bin/sbatch '#!/bin/bash
+for word; do [[ $word != --array=* ]] || count=${word#--array=1-}; [[ $word != --output=* ]] || log=${word#--output=}; done
+echo "${@:2:$#-2}" | tr " " "\\n" | grep -v ^--output >sbatch.log
+for ((task = 1; task <= count; ++task)); do
+  export SLURM_ARRAY_JOB_ID=7 SLURM_ARRAY_TASK_ID=$task SLURM_CPUS_ON_NODE=1 SLURMD_NODENAME=n1
+  eval "${FAULTS:-}"
+  bash "$word" >>"${log//%A_%a/7_$task}" 2>&1
+done
+echo 7\n'
+  chmod +x bin/*
+  export PATH=$PWD/bin:$HERE/../../hosts/cluster:$PATH
+}
