@@ -50,8 +50,8 @@ bool Digest::AddRange(int descriptor, std::uint64_t begin, std::uint64_t end) {
 }
 
 Digest& Digest::AddFile(const std::filesystem::path& file) {
-  RequireReadable(file);
   const UniqueFd descriptor = OpenRegularFile(file.c_str());
+  if (!descriptor) RequireReadable(file);  // says why not
   struct stat status = {};
   if (!descriptor || fstat(descriptor.Get(), &status) != 0 ||
       !AddRange(descriptor.Get(), 0, static_cast<std::uint64_t>(status.st_size))) {

@@ -1,11 +1,13 @@
 // Recognises files by their first bytes.
 #include "hosts/kavepub/plan/input_kind.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cctype>
-#include <fstream>
 #include <string_view>
 
+#include "base/read_file.h"
 #include "hosts/kavepub/console/failure.h"
 #include "platform/kav_mobi/kav_mobi.h"
 
@@ -91,12 +93,16 @@ constexpr struct {
     {".md", BookKind::kMarkdown},   {".markdown", BookKind::kMarkdown},
 };
 
-std::string Peek(const std::filesystem::path& file) {
+// Nothing of a file that cannot be read.
+std::string Peek(const UniqueFd& file) {
   std::string beginning(kPeekSize, '\0');
-  std::ifstream stream(file, std::ios::binary);
-  stream.read(beginning.data(), static_cast<std::streamsize>(beginning.size()));
-  beginning.resize(static_cast<size_t>(stream.gcount()));
+  const ssize_t count = pread(file.Get(), beginning.data(), beginning.size(), 0);
+  beginning.resize(count < 0 ? 0 : static_cast<size_t>(count));
   return beginning;
+}
+
+std::string Peek(const std::filesystem::path& file) {
+  return Peek(OpenRegularFile(file.c_str()));
 }
 
 std::string Lower(std::string text) {
@@ -163,8 +169,9 @@ std::string ReasonAgainst(std::string_view beginning, std::string_view element) 
 }  // namespace
 
 BookKind KindOf(const std::filesystem::path& file) {
-  RequireReadable(file);
-  return KindOfBytes(file, Peek(file));
+  const UniqueFd opened = OpenRegularFile(file.c_str());
+  if (!opened) RequireReadable(file);  // says why not
+  return KindOfBytes(file, Peek(opened));
 }
 
 BookKind KindOfBytes(const std::filesystem::path& file, std::string_view beginning) {
