@@ -42,6 +42,7 @@ PERMALINKS = ("#", "¶", "§", "🔗", "∞")
 TOKENS = {"mi", "mn", "mo", "mtext", "ms"}
 NO_TEXT = {"annotation", "annotation-xml"}
 NET = ("http", "https", "ftp", "mailto", "news", "irc", "tel")
+NO_HOST = set("<>^|%")
 GENERATED = 2  # style sheets that every page of a book has
 
 
@@ -193,7 +194,7 @@ class Site:
         """Where a link leads: ("out", URI), ("in", page, whether to an id of it), or nothing."""
         scheme = urllib.parse.urlsplit("https:" + href if href.startswith("//") else href).scheme
         if scheme.lower() in NET:
-            return "out", outward(href)
+            return outward(href) and ("out", outward(href))
         found = None if scheme else self.file(page, href or "#")
         if found is None and href.startswith("#"):
             found = page.path
@@ -219,10 +220,16 @@ def has_rules(css):
 
 
 def outward(href):
-    """A link to the web, however it is escaped."""
+    """A link to the web, however it is escaped; nothing where browsers find no host in it."""
     href = "".join(href.split())
     href = "https:" + href if href.startswith("//") else href
     scheme, colon, rest = urllib.parse.unquote(href, errors="replace").partition(":")
+    if rest.startswith("//"):
+        host, slash, path = rest[2:].partition("/")
+        if set(host) & NO_HOST:
+            return None
+        if not host.isascii():
+            rest = "//" + host.encode("idna").decode() + slash + path
     return scheme.lower() + colon + rest
 
 

@@ -119,6 +119,12 @@ std::string LengthOf(std::string_view value) {
   return IsLength(value) ? Measure(value) : std::string();
 }
 
+// Not wider than a page.
+std::string WidthOf(std::string_view value) {
+  const std::string length = LengthOf(value);
+  return Pixels(length) > kWidestBox ? std::string() : length;
+}
+
 // A picture's and a table's place beside the text.
 std::string Floating(std::string_view value) {
   const std::string side = Lowered(value);
@@ -150,8 +156,13 @@ std::string ListStyle(std::string_view value) {
   return kind == "disc" || kind == "circle" || kind == "square" ? kind : "";
 }
 
-std::string Always(std::string_view /*value*/) {
-  return "nowrap";
+// A formula of its own.
+std::string Displayed(std::string_view value) {
+  return Lowered(value) == "block" ? "block" : "";
+}
+
+std::string CenteredLine(std::string_view value) {
+  return Displayed(value).empty() ? "" : "center";
 }
 
 std::string Centered(std::string_view value) {
@@ -182,20 +193,20 @@ constexpr struct {
     {"align", "table", "margin-right", Centered},
     {"align", "hr", "", nullptr},
     {"align", "", "text-align", Alignment},
+    {"display", "math", "display", Displayed},
+    {"display", "math", "text-align", CenteredLine},
     {"valign", "", "vertical-align", Vertical},
     {"bgcolor", "", "background-color", Color},
     {"color", "font", "color", Color},
     {"face", "font", "font-family", Faces},
     {"size", "font", "font-size", FontSize},
     {"text", "body", "color", Color},
-    {"width", "table", "width", LengthOf},
-    {"width", "td", "width", LengthOf},
-    {"width", "th", "width", LengthOf},
-    {"width", "col", "width", LengthOf},
-    {"width", "hr", "width", LengthOf},
+    {"width", "table", "width", WidthOf},
+    {"width", "td", "width", WidthOf},
+    {"width", "th", "width", WidthOf},
+    {"width", "col", "width", WidthOf},
+    {"width", "hr", "width", WidthOf},
     {"height", "td", "height", LengthOf},
-    {"nowrap", "td", "white-space", Always},
-    {"nowrap", "th", "white-space", Always},
     {"border", "img", "border-width", LengthOf},
     {"hspace", "img", "margin-left", LengthOf},
     {"hspace", "img", "margin-right", LengthOf},

@@ -16,7 +16,6 @@ dd { margin-left: 2em; }
 .s, .strike { text-decoration: line-through; }
 .mark { background-color: #ffff66; color: #000000; }
 .center { text-align: center; }
-.nobr { white-space: nowrap; }
 .rt, .rp { font-size: 0.6em; }
 .summary, .legend { font-weight: bold; }
 span.line { display: block; }
@@ -24,12 +23,14 @@ span.line { display: block; }
 .missing { font-style: italic; }
 )";
 
-// What pages of a book need and windows do not; comes behind them.
+// What pages of a book need and windows do not; comes behind them. Words break by their older name
+// only, as MuPDF 1.21 never comes to an end of some pages by the newer one.
 inline constexpr char kBookStyle[] = R"(.frame { float: none !important; width: auto !important;
   min-width: 0 !important; max-width: none !important; height: auto !important;
   margin-left: 0 !important; margin-right: 0 !important; padding-left: 0 !important;
   padding-right: 0 !important; position: static !important; display: block !important; }
 img { max-width: 100% !important; }
+body { word-wrap: break-word; }
 pre { white-space: pre-wrap !important; }
 )";
 

@@ -13,13 +13,14 @@ namespace {
 constexpr int kDeepestBlock = 4;
 constexpr int kMostVariables = 8;       // that a value leads to, one by one
 constexpr size_t kLongestValue = 4096;  // of variables, which may be used all over a sheet
-constexpr double kWidestBox = 400;      // in pixels
 
 constexpr std::string_view kDroppedProperties[] = {
     "-moz-binding",   "behavior",        "content-visibility", "contain",    "filter",
     "inset",          "overflow",        "overflow-wrap",      "overflow-x", "overflow-y",
     "pointer-events", "scroll-behavior", "will-change",
 };
+constexpr std::string_view kOfBoxes[] = {"width", "height", "min-width", "min-height"};
+constexpr std::string_view kOfTables[] = {"border-collapse", "border-spacing", "table-layout"};
 constexpr std::string_view kWidths[] = {"width", "min-width"};
 constexpr std::string_view kHeights[] = {"height", "max-height", "min-height"};
 constexpr std::string_view kOfTheReader[] = {"font-size", "line-height"};
@@ -164,20 +165,13 @@ std::string_view Unquoted(std::string_view text) {
   return text;
 }
 
-double Number(std::string_view text) {
-  double number = 0;
-  std::from_chars(text.data(), text.data() + text.size(), number);
-  return number;
-}
-
 // Sizes that only a window has.
 bool IsOfWindow(const std::string& name, std::string_view value) {
   if (value.find("vh") != std::string_view::npos || value.find("vw") != std::string_view::npos) {
     return true;
   }
   if (IsOneOf(kHeights, name)) return value.starts_with("100%");
-  return IsOneOf(kWidths, name) && value.find("px") != std::string_view::npos &&
-         Number(value) > kWidestBox;
+  return IsOneOf(kWidths, name) && Pixels(value) > kWidestBox;
 }
 
 // A length or one of the words of CSS 2; later ones are unknown to readers.
@@ -187,13 +181,70 @@ bool IsFontSize(std::string_view value) {
          IsOneOf(kFontSizes, value.substr(0, value.find_first_of(" !")));
 }
 
-bool IsDropped(const std::string& name, const std::string& value, bool isOfRoot) {
+// What all readers can show on pages, in the place of what a window shows. Nothing is behind the
+// edge of a page, so lines have to end there; boxes that are as large as their text cannot be cut
+// at the end of a line or of a page, so they are text.
+void FitForPages(const std::string& name, bool isSized, std::string& value) {
+  constexpr struct {
+    std::string_view property;
+    std::string_view value;
+    std::string_view becomes;
+    bool evenSized;
+  } kFitting[] = {{"white-space", "nowrap", "normal", true},
+                  {"white-space", "pre", "pre-wrap", true},
+                  {"display", "inline-block", "inline", false}};
+  const size_t length = std::min(value.find_first_of(" !"), value.size());
+  for (const auto& row : kFitting) {
+    const bool isMeant = name == row.property && Lowered(value.substr(0, length)) == row.value;
+    if (!isMeant || (isSized && !row.evenSized)) continue;
+    value.replace(0, length, row.becomes);
+    return;
+  }
+}
+
+// What a rule is about.
+struct Subject {
+  bool isRoot = false;
+  bool isTable = false;
+  bool isSized = false;
+};
+
+// By its selector, and by what it says of it.
+Subject SubjectOf(std::string_view selector, std::string_view declarations) {
+  Subject subject;
+  subject.isRoot = IsOneOf(kRoots, Lowered(selector));
+  subject.isTable = Lowered(selector).ends_with("table");
+  for (size_t at = 0; at < declarations.size();) {
+    const size_t end = FindOutside(declarations, at, ";");
+    const std::string_view declaration = declarations.substr(at, end - at);
+    const std::string name = Lowered(Trimmed(declaration.substr(0, declaration.find(':'))));
+    subject.isTable = subject.isTable || IsOneOf(kOfTables, name);
+    subject.isSized = subject.isSized || IsOneOf(kOfBoxes, name);
+    at = end + 1;
+  }
+  return subject;
+}
+
+bool IsDropped(const std::string& name, const std::string& value, Subject subject) {
   if (IsOneOf(kDroppedProperties, name) || IsOfWindow(name, value)) return true;
-  if (isOfRoot && IsOneOf(kOfTheReader, name)) return true;
+  // A table that is to scroll by itself.
+  if (subject.isTable && name == "display" && value.starts_with("block")) return true;
+  if (subject.isRoot && IsOneOf(kOfTheReader, name)) return true;
   if (name == "font-size" && !IsFontSize(value)) return true;
   if (name == "position") return value.starts_with("fixed") || value.starts_with("sticky");
   return value.find("expression") != std::string::npos ||
          value.find("javascript:") != std::string::npos;
+}
+
+// Readers of little know colours behind text by their own name only.
+bool IsColourOnly(std::string_view name, std::string_view value) {
+  const size_t length = std::min(value.find('!'), value.size());
+  const std::string_view meant = Trimmed(value.substr(0, length));
+  const bool isWord =
+      meant.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == std::string_view::npos;
+  return name == "background" && meant != "none" && meant != "inherit" && meant != "initial" &&
+         (meant.starts_with('#') || isWord) &&
+         meant.find_first_of(kBlanks) == std::string_view::npos;
 }
 
 bool ShowsOnScreens(std::string_view media) {
@@ -236,11 +287,11 @@ class StyleRules::Reader {
     return out;
   }
 
-  std::string Declarations(std::string_view css, bool isOfRoot) {
+  std::string Declarations(std::string_view css, Subject subject) {
     std::string out;
     for (size_t at = 0; at < css.size();) {
       const size_t end = FindOutside(css, at, ";");
-      Declaration(css.substr(at, end - at), isOfRoot, out);
+      Declaration(css.substr(at, end - at), subject, out);
       at = end + 1;
     }
     return out;
@@ -281,32 +332,33 @@ class StyleRules::Reader {
       if (rulesInside.empty()) return;
       out.append("@media ").append(rest).append(" {\n").append(rulesInside).append("}\n");
     } else if (name == "@font-face") {
-      const std::string declarations = Declarations(inner, false);
+      const std::string declarations = Declarations(inner, {});
       if (declarations.find("url(") == std::string::npos) return;
       out.append("@font-face { ").append(declarations).append("}\n");
     }
   }
 
   void Rule(std::string_view selector, std::string_view inner, std::string& out) {
-    const bool isOfRoot = IsOneOf(kRoots, Lowered(selector));
-    const std::string declarations = Declarations(inner, isOfRoot);
+    const std::string declarations = Declarations(inner, SubjectOf(selector, inner));
     if (declarations.empty() || !IsSelector(selector)) return;
     out.append(selector).append(" { ").append(declarations).append("}\n");
   }
 
-  void Declaration(std::string_view css, bool isOfRoot, std::string& out) {
+  void Declaration(std::string_view css, Subject subject, std::string& out) {
     const size_t colon = css.find(':');
     if (colon == std::string_view::npos) return;
     const std::string name = Lowered(Trimmed(css.substr(0, colon)));
     std::string value(Trimmed(css.substr(colon + 1)));
     if (name.starts_with("--")) {
-      if (isOfRoot && value.size() <= kLongestValue) rules.variables.emplace(name, value);
+      if (subject.isRoot && value.size() <= kLongestValue) rules.variables.emplace(name, value);
       return;
     }
     if (!IsPropertyName(name) || value.empty() || !Resolve(value)) return;
-    if (!IsSound(value) || IsDropped(name, Lowered(value), isOfRoot)) return;
+    if (!IsSound(value) || IsDropped(name, Lowered(value), subject)) return;
     if (!References(name, value)) return;
-    out.append(name).append(": ").append(value).append("; ");
+    FitForPages(name, subject.isSized, value);
+    out.append(IsColourOnly(name, value) ? "background-color" : name).append(": ");
+    out.append(value).append("; ");
   }
 
   // Puts values in the place of variables; false where one has none.
@@ -367,5 +419,21 @@ std::string StyleRules::Clean(std::string_view sheet, const Refer& refer, const 
 }
 
 std::string StyleRules::CleanDeclarations(std::string_view declarations, const Refer& refer) {
-  return Reader(*this, refer, nullptr).Declarations(WithoutComments(declarations), false);
+  const std::string plain = WithoutComments(declarations);
+  return Reader(*this, refer, nullptr).Declarations(plain, SubjectOf({}, plain));
+}
+
+double Pixels(std::string_view value) {
+  constexpr struct {
+    std::string_view unit;
+    double pixels;
+  } kUnits[] = {{"rem", 16},     {"em", 16}, {"ex", 8},  {"ch", 8},         {"px", 1},
+                {"pt", 4.0 / 3}, {"pc", 16}, {"in", 96}, {"cm", 96 / 2.54}, {"mm", 96 / 25.4}};
+  double number = 0;
+  std::from_chars(value.data(), value.data() + value.size(), number);
+  const size_t end = std::min(value.find_first_not_of("+-.0123456789"), value.size());
+  for (const auto& [unit, pixels] : kUnits) {
+    if (value.substr(end).starts_with(unit)) return number * pixels;
+  }
+  return 0;
 }

@@ -7,6 +7,12 @@
 #include <string>
 #include <string_view>
 
+// Wider than this, in pixels, boxes are left as wide as their page.
+inline constexpr double kWidestBox = 400;
+
+// What a length comes to; 0 for what depends on something else.
+double Pixels(std::string_view length);
+
 class StyleRules {
  public:
   // What comes in the place of a reference to a picture or font: "url(name.png)"; empty where it
