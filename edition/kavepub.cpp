@@ -1,22 +1,13 @@
 // The C interface: the one place where failures become codes and exceptions end.
 #include "edition/kavepub.h"
 
-#include <algorithm>
-#include <cstring>
-#include <new>
-
+#include "edition/handle.h"
 #include "edition/job.h"
 #include "edition/job_options.h"
 #include "edition/text/text_file.h"
 
 #define KAVEPUB_TEXT_OF(number) KAVEPUB_DIGITS_OF(number)
 #define KAVEPUB_DIGITS_OF(number) #number
-
-// What a handle says of its last failure.
-struct Words {
-  std::string message;
-  const char* error = "";  // the same, or a text for which no memory is needed
-};
 
 struct kavepub_job : Words {
   Job job;
@@ -29,42 +20,7 @@ struct kavepub_text : Words {
 
 namespace {
 
-constexpr char kOutOfMemory[] = "Memory ran out.";
-constexpr char kFault[] = "A fault of libkavepub: an exception that nobody expected.";
-constexpr char kNull[] = "An argument is null.";
 constexpr size_t kLeastCapacity = 8;  // of a buffer for characters
-
-// Does a step with a handle; its code.
-template <typename Handle, typename Step>
-int Do(Handle* handle, Step step) noexcept {
-  if (handle == nullptr) return KAVEPUB_E_ARGUMENT;
-  try {
-    const Status status = step();
-    if (status) return KAVEPUB_OK;
-    handle->message = status.Why().message;
-    handle->error = handle->message.c_str();
-    return status.Why().code;
-  } catch (const std::bad_alloc&) {
-    handle->error = kOutOfMemory;
-    return KAVEPUB_E_MEMORY;
-  } catch (...) {
-    handle->error = kFault;
-    return KAVEPUB_E_INTERNAL;
-  }
-}
-
-std::string_view Bytes(const void* bytes, size_t size) {
-  return {static_cast<const char*>(bytes), size};
-}
-
-// Fills what the caller has room for, and clears what only later versions know.
-template <typename Struct>
-int Hand(const Struct& filled, Struct* target, size_t size) {
-  if (target == nullptr) return 0;
-  std::memset(target, 0, size);
-  std::memcpy(target, &filled, std::min(size, sizeof filled));
-  return 1;
-}
 
 int HandOne(const std::vector<Warning>& warnings, size_t index, kavepub_warning* target,
             size_t size) {

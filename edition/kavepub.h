@@ -64,7 +64,10 @@ enum kavepub_code {
   KAVEPUB_E_LIMIT = 8,       /* larger than what is taken from strangers */
   KAVEPUB_E_OUTPUT = 9,      /* the book cannot be written; one that was at its path is untouched */
   KAVEPUB_E_MEMORY = 10,     /* memory ran out */
-  KAVEPUB_E_INTERNAL = 11    /* a fault of this library */
+  KAVEPUB_E_INTERNAL = 11,   /* a fault of this library */
+  KAVEPUB_E_CELL = 12,       /* there is no cell for the work, or the system has ended it */
+  KAVEPUB_E_CRASH = 13,      /* the work in a cell crashed, or ended without an answer */
+  KAVEPUB_E_FORBIDDEN = 14   /* the work in a cell tried what no book may */
 };
 
 /* The version of the library at run time: as text ("0.2.0"), and as KAVEPUB_VERSION_NUMBER has it.
@@ -179,6 +182,92 @@ KAVEPUB_API int kavepub_job_chapter(const kavepub_job* job, size_t index,
                                     struct kavepub_chapter* chapter, size_t size);
 KAVEPUB_API int kavepub_job_warning(const kavepub_job* job, size_t index,
                                     struct kavepub_warning* warning, size_t size);
+
+/* --------------------------------------------------------------------------------------- cells */
+
+/* Processes that each do one piece of work and end: for what strangers made, as the libraries that
+ * read it may have faults. A cell can read what it is allowed to, write one open file, and nothing
+ * else: no other files, no network, no programs, no signals; it has limits. What becomes of it is
+ * told in words. Linux only.
+ *
+ *   static void work(void* user, kavepub_cell* cell, const void* request, size_t size) {
+ *     ... a job for the path in the request, whose output goes to kavepub_cell_output(cell) ...
+ *     kavepub_cell_answer(cell, words, strlen(words));
+ *   }
+ *
+ *   kavepub_cells* cells = NULL;
+ *   int code = kavepub_cells_open(&cells, work, NULL);    first of all, with one thread
+ *   kavepub_errand* errand = kavepub_errand_new();
+ *   kavepub_errand_read(errand, path);
+ *   kavepub_errand_set_output(errand, descriptor);
+ *   kavepub_errand_limit(errand, "memory", 1 << 30);
+ *   code = kavepub_errand_run(errand, cells, path, strlen(path));
+ *   if (code != KAVEPUB_OK) fprintf(stderr, "%s: %s\n", path, kavepub_errand_error(errand));
+ */
+typedef struct kavepub_cells kavepub_cells;
+typedef struct kavepub_cell kavepub_cell;
+
+/* What is done in a cell, a copy of the process that opened the cells, with one thread. */
+typedef void (*kavepub_work_callback)(void* user, kavepub_cell* cell, const void* request,
+                                      size_t size);
+
+/* Makes a process of which the cells are copies, and which has read nothing of strangers: so call
+ * it first, before there are threads or secrets. Its working directory is that of now. It ends with
+ * this process, however that ends, and with it all cells. KAVEPUB_E_CELL, KAVEPUB_E_MEMORY. Closing
+ * takes NULL, too, and waits for it; no errand may run. */
+KAVEPUB_API int kavepub_cells_open(kavepub_cells** cells, kavepub_work_callback work, void* user);
+KAVEPUB_API void kavepub_cells_close(kavepub_cells* cells);
+
+/* What keeps cells closed. A cell has all that this system has, and does nothing when one of these
+ * fails; a host that wants no cells without what is needed asks here. */
+struct kavepub_defence {
+  const char* name;    /* "seccomp" */
+  const char* purpose; /* for people */
+  int is_there;        /* 1 where this system has it, else 0 */
+  int is_needed;       /* 1 where cells leak without it; else something else guards the same */
+};
+
+/* Tells the defences one by one: 1 and *defence filled, or 0 when index is past the last one. */
+KAVEPUB_API int kavepub_defence_at(size_t index, struct kavepub_defence* defence, size_t size);
+
+/* One piece of work for a cell. A new one; NULL when memory ran out. Freeing takes NULL, too.
+ * Different errands can run on different threads at the same time, with the same cells. */
+typedef struct kavepub_errand kavepub_errand;
+KAVEPUB_API kavepub_errand* kavepub_errand_new(void);
+KAVEPUB_API void kavepub_errand_free(kavepub_errand* errand);
+
+/* Lets the cell read a file, or all below a directory, and change all below one directory. It can
+ * read system libraries and fonts anyway. KAVEPUB_E_ARGUMENT, KAVEPUB_E_MEMORY. */
+KAVEPUB_API int kavepub_errand_read(kavepub_errand* errand, const char* path);
+KAVEPUB_API int kavepub_errand_write(kavepub_errand* errand, const char* directory);
+
+/* Lends the cell a descriptor, of a new file for example. */
+KAVEPUB_API int kavepub_errand_set_output(kavepub_errand* errand, int descriptor);
+
+/* Limits what the cell takes: "memory" and "file-size" in bytes, "seconds" of processor time, and
+ * four times as many by the clock. None at first. KAVEPUB_E_ARGUMENT. */
+KAVEPUB_API int kavepub_errand_limit(kavepub_errand* errand, const char* what, uint64_t most);
+
+/* Hears what the cell told of its progress, ten times a second at least; other than 0 cancels. */
+KAVEPUB_API int kavepub_errand_set_progress(kavepub_errand* errand,
+                                            kavepub_progress_callback progress, void* user);
+
+/* Has the work done in a new cell, and waits until that is gone. KAVEPUB_OK when the work came to
+ * its end and gave an answer, which may still be anything: the work may have been taken over.
+ * Else KAVEPUB_CANCELLED, KAVEPUB_E_LIMIT, KAVEPUB_E_CELL, KAVEPUB_E_CRASH, KAVEPUB_E_FORBIDDEN. */
+KAVEPUB_API int kavepub_errand_run(kavepub_errand* errand, const kavepub_cells* cells,
+                                   const void* request, size_t size);
+
+/* The answer of the last run, and what became of one that failed, in words that can follow a name:
+ * "crashed in the parser (SIGSEGV)." */
+KAVEPUB_API const void* kavepub_errand_answer(const kavepub_errand* errand, size_t* size);
+KAVEPUB_API const char* kavepub_errand_error(const kavepub_errand* errand);
+
+/* For the work, in its cell: the descriptor that was lent, -1 when none was; telling progress, from
+ * 0 to 1; and the one answer, of 64 MiB at most. These return 0 when the host is not there. */
+KAVEPUB_API int kavepub_cell_output(const kavepub_cell* cell);
+KAVEPUB_API int kavepub_cell_progress(const kavepub_cell* cell, double done);
+KAVEPUB_API int kavepub_cell_answer(const kavepub_cell* cell, const void* bytes, size_t size);
 
 /* --------------------------------------------------------------------------------------- texts */
 

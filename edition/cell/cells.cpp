@@ -1,0 +1,87 @@
+// Cells, as their host has them, and how one begins.
+#include "edition/cell/cells.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "base/packed_values.h"
+#include "edition/cell/channel.h"
+#include "edition/cell/defences.h"
+#include "edition/cell/fate.h"
+#include "edition/cell/limits.h"
+#include "edition/cell/order.h"
+
+namespace {
+
+// Closes all descriptors but the standard ones and those that are kept.
+void CloseOthers(std::vector<int> kept) {
+  kept.push_back(STDERR_FILENO);
+  std::sort(kept.begin(), kept.end());
+  for (size_t i = 0; i < kept.size(); ++i) {
+    if (kept[i] < STDERR_FILENO) continue;
+    const auto first = static_cast<unsigned>(kept[i]) + 1;
+    const unsigned last = i + 1 < kept.size() ? static_cast<unsigned>(kept[i + 1]) - 1 : ~0U;
+    if (first > last || syscall(SYS_close_range, first, last, 0) == 0) continue;
+    const auto most = static_cast<unsigned>(sysconf(_SC_OPEN_MAX));
+    for (unsigned other = first; other <= std::min(last, most); ++other) {
+      close(static_cast<int>(other));
+    }
+  }
+}
+
+// What a sanitizer finds is told on the standard error.
+void CloseStandardStreams() {
+#if defined(KAV_SANITIZED)
+  constexpr int kLast = STDOUT_FILENO;
+#else
+  constexpr int kLast = STDERR_FILENO;
+#endif
+  const UniqueFd nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
+  for (int stream = STDIN_FILENO; stream <= kLast; ++stream) dup2(nothing.Get(), stream);
+}
+
+// All that happens in a cell.
+[[noreturn]] void Live(const CellEnds& ends, const Defences& defences, const Cells::Work& work) {
+  CloseOthers({ends.channel.Get(), ends.output.Get()});
+  OfferForMemory();
+  std::string message;
+  if (!ReceiveRequest(ends.channel.Get(), message)) _exit(EXIT_FAILURE);
+  CellOrder order;
+  if (!ReadOrder(message, order) || !defences.Close(order.rules)) _exit(kNotClosed);
+  kavepub_cell cell{ends.channel.Get(), ends.output.Get()};
+  work(cell, order.request);
+  _exit(EXIT_SUCCESS);  // nothing that the host meant to do at its end
+}
+
+[[noreturn]] void BecomeZygote(UniqueFd host, const Cells::Work& work,
+                               const std::function<void()>& prepare) noexcept {
+  CloseOthers({host.Get()});
+  CloseStandardStreams();
+  const Defences defences;
+  RunZygote(std::move(host), prepare,
+            [&](const CellEnds& ends) noexcept { Live(ends, defences, work); });
+}
+
+}  // namespace
+
+Result<std::unique_ptr<Cells>> Cells::Open(const Work& work, const std::function<void()>& prepare) {
+  SocketPair ends = SocketPair::Make(SOCK_SEQPACKET);
+  const pid_t process = ends.ours ? fork() : -1;
+  if (process < 0) {
+    return Failure{KAVEPUB_E_CELL, "No process can be made for cells."};
+  }
+  if (process == 0) BecomeZygote(std::move(ends.theirs), work, prepare);
+  return std::unique_ptr<Cells>(new Cells(std::move(ends.ours), process));
+}
+
+Cells::~Cells() {
+  zygote = UniqueFd();
+  waitpid(process, nullptr, 0);
+}
