@@ -31,6 +31,9 @@ constexpr char kNumber[] = "N";
 const std::map<std::string, Edition> kEditions = {{"plain", Edition::kPlain},
                                                   {"reader", Edition::kReader}};
 
+const std::map<std::string, Sandbox> kSandboxes = {
+    {"auto", Sandbox::kAuto}, {"off", Sandbox::kOff}, {"require", Sandbox::kRequire}};
+
 constexpr char kOfBooks[] = "Options of books";
 constexpr std::string_view kOwnOption = "threads";  // which --jobs decides
 
@@ -118,6 +121,14 @@ void AddConvert(CLI::App& app, ConvertArguments& arguments) {
          "Directory for working files (default: $TMPDIR or /tmp)");
   option("-j,--jobs", arguments.jobs, kNumber, "Books made at once (default: one a processor)")
       ->check(CLI::Range(1, 1024).description(""));
+  AddChoice(convert, "--sandbox", options.sandbox, kSandboxes,
+            "Make each book in a process that can do nothing else: as well as the system can (the "
+            "default), only if it can do all, or not");
+  option("--memory", options.memory, kNumber,
+         "Megabytes that making a book may take then (default: by the size of the input)")
+      ->check(CLI::Range(1U, 1U << 24).description(""));
+  option("--time", options.seconds, kNumber, "Seconds of processor time, likewise")
+      ->check(CLI::Range(1U, 1U << 24).description(""));
   convert.add_flag("-f,--force", options.force, "Replace books that exist");
   convert.add_flag("-n,--dry-run", options.dryRun, "Only tell what would be made");
   convert.add_flag("-q,--quiet", arguments.quiet, "Tell failures only");
@@ -174,7 +185,8 @@ void AddReport(CLI::App& app, ReportArguments& arguments) {
 
 void AddHelp(CLI::App& app, std::string& explained) {
   CLI::App& help = *app.add_subcommand("help", "Print this help, or that of a command");
-  help.add_option(kCommand, explained, "convert, info, preview, list or report")->type_name("");
+  help.add_option(kCommand, explained, "convert, info, preview, list, report or doctor")
+      ->type_name("");
 }
 
 }  // namespace
@@ -190,6 +202,7 @@ CommandLine::CommandLine() : app(kDescription, "kavepub") {
   AddPreview(app, preview);
   AddList(app, list);
   AddReport(app, report);
+  app.add_subcommand("doctor", "Tell how well this system keeps books from doing harm");
   AddHelp(app, explained);
 }
 

@@ -47,4 +47,7 @@ struct ReportArguments {
 };
 int RunReportCommand(const ReportArguments& arguments);
 
+// Tells what keeps cells closed; a failure unless they are.
+int RunDoctor();
+
 #endif

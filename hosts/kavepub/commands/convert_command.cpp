@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <initializer_list>
 #include <memory>
 #include <string_view>
@@ -11,12 +12,12 @@
 #include "hosts/kavepub/console/failure.h"
 #include "hosts/kavepub/console/interruption.h"
 #include "hosts/kavepub/make/batch.h"
-#include "hosts/kavepub/make/pictures.h"
-#include "hosts/kavepub/make/plain_options.h"
-#include "hosts/kavepub/make/reader_book.h"
 #include "hosts/kavepub/make/reporters.h"
 #include "hosts/kavepub/plan/input_kind.h"
 #include "hosts/kavepub/record/journal.h"
+#include "hosts/kavepub/work/pictures.h"
+#include "hosts/kavepub/work/plain_options.h"
+#include "hosts/kavepub/work/reader_book.h"
 
 namespace {
 
@@ -120,10 +121,23 @@ std::unique_ptr<CountingReporter> NewReporter(const ConvertArguments& arguments,
   return isBatch ? ReportManyBooks(books, isQuiet) : ReportOneBook(isQuiet);
 }
 
+// Says once what is not defended.
+Workshop OpenWorkshop(const ConvertArguments& arguments) {
+  Workshop workshop(arguments.options.sandbox);
+  if (!workshop.Lacking().empty() && !arguments.quiet) {
+    std::fprintf(stderr,
+                 "kavepub: warning: this system has no %s, so that books are made in cells that "
+                 "leak; see `kavepub doctor`\n",
+                 workshop.Lacking().c_str());
+  }
+  return workshop;
+}
+
 }  // namespace
 
 int RunConvert(const ConvertArguments& arguments) {
   CheckStandardOutput(arguments);
+  const Workshop workshop = OpenWorkshop(arguments);
   CheckValues(arguments.options);
   const Plan plan = PlanBooks(arguments.selection);
   const std::vector<BookOrder>& orders = plan.orders;
@@ -141,14 +155,14 @@ int RunConvert(const ConvertArguments& arguments) {
   const unsigned jobs = arguments.options.dryRun ? 1 : arguments.jobs;
   BookOptions options = arguments.options;
   options.isAlone = jobs == 1 || orders.size() == 1;
-  const auto existing = isBatch ? Existing::kKeepIfSame : Existing::kRefuse;
+  const Making making = {options, workshop, isBatch ? Existing::kKeepIfSame : Existing::kRefuse};
   if (arguments.journal.empty() || options.dryRun) {
-    MakeBooks(orders, options, existing, jobs, *reporter);
+    MakeBooks(orders, making, jobs, *reporter);
     reporter->Close();
   } else {
     Journal journal(arguments.journal, arguments.selection.share);
     JournalingReporter both(*reporter, journal);
-    MakeBooks(orders, options, existing, jobs, both);
+    MakeBooks(orders, making, jobs, both);
     reporter->Close();
     journal.Close();
   }

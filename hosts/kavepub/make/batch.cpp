@@ -18,7 +18,7 @@
 #include "hosts/kavepub/make/book_mark.h"
 #include "hosts/kavepub/make/convert.h"
 #include "hosts/kavepub/make/provenance.h"
-#include "hosts/kavepub/make/reader_book.h"
+#include "hosts/kavepub/work/reader_book.h"
 
 namespace {
 
@@ -82,13 +82,15 @@ void MakeDirectoryOf(const BookOrder& order) {
 }
 
 // What would be made, as far as that can be told beforehand.
-Outcome Foresee(const BookOrder& order, const BookOptions& options, Progress& progress) {
+Outcome Foresee(const BookOrder& order, const BookOptions& options, const Workshop& workshop,
+                Progress& progress) {
   Outcome planned{Outcome::Status::kPlanned, {}};
   if (!IsForReaders(order, options)) return planned;
   try {
-    planned.report = ExamineForReaders(order, options, progress);
-    planned.message = RemarkOn(*planned.report);
-    planned.warnings = planned.report->warnings;
+    Conversion found = ExamineBook(order, options, workshop, progress);
+    planned.message = std::move(found.remark);
+    planned.warnings = std::move(found.warnings);
+    planned.report = std::move(found.report);
   } catch (const Unsupported&) {
     planned.report.reset();
   }
@@ -96,8 +98,9 @@ Outcome Foresee(const BookOrder& order, const BookOptions& options, Progress& pr
 }
 
 // Tells the provenance as soon as it is known. Throws a Failure or Interrupted.
-Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing existing,
-                    Progress& progress, Provenance& provenance) {
+Outcome MakeOrThrow(const BookOrder& order, const Making& making, Progress& progress,
+                    Provenance& provenance) {
+  const auto& [options, workshop, existing] = making;
   using Status = Outcome::Status;
   StopIfInterrupted();
   if (!order.refusal.empty()) throw Failure(order.refusal, order.refusalCause);
@@ -108,22 +111,22 @@ Outcome MakeOrThrow(const BookOrder& order, const BookOptions& options, Existing
   if (isInTheWay && existing == Existing::kRefuse) {
     throw Failure(order.output, "exists already; use --force to replace it or -o to name another");
   }
-  if (options.dryRun && !isInTheWay) return Foresee(order, options, progress);
+  if (options.dryRun && !isInTheWay) return Foresee(order, options, workshop, progress);
 
   provenance = ProvenanceOf(order, options);
   if (existing == Existing::kRefuse) provenance.place.clear();
   if (isInTheWay && IsUpToDate(order, provenance)) return {Status::kUpToDate, {}};
-  if (options.dryRun) return Foresee(order, options, progress);
+  if (options.dryRun) return Foresee(order, options, workshop, progress);
   if (order.isInDirectory) MakeDirectoryOf(order);
-  Conversion made = ConvertBook(order, options, provenance, progress);
+  Conversion made = ConvertBook(order, options, workshop, provenance, progress);
   return {
       Status::kDone, std::move(made.remark), {}, std::move(made.warnings), std::move(made.report)};
 }
 
-Outcome MakeOrTell(const BookOrder& order, const BookOptions& options, Existing existing,
-                   Progress& progress, Provenance& provenance) {
+Outcome MakeOrTell(const BookOrder& order, const Making& making, Progress& progress,
+                   Provenance& provenance) {
   try {
-    return MakeOrThrow(order, options, existing, progress, provenance);
+    return MakeOrThrow(order, making, progress, provenance);
   } catch (const Interrupted& interruption) {
     return {Outcome::Status::kInterrupted, interruption.what()};
   } catch (const std::exception& failure) {
@@ -131,10 +134,9 @@ Outcome MakeOrTell(const BookOrder& order, const BookOptions& options, Existing 
   }
 }
 
-Outcome Make(const BookOrder& order, const BookOptions& options, Existing existing,
-             Progress& progress) {
+Outcome Make(const BookOrder& order, const Making& making, Progress& progress) {
   Provenance provenance;
-  Outcome outcome = MakeOrTell(order, options, existing, progress, provenance);
+  Outcome outcome = MakeOrTell(order, making, progress, provenance);
   outcome.source = std::move(provenance.source);
   outcome.bytesIn = provenance.bytes;
   return outcome;
@@ -152,8 +154,8 @@ bool Start(std::vector<std::jthread>& threads, const auto& work) {
 
 }  // namespace
 
-void MakeBooks(const std::vector<BookOrder>& orders, const BookOptions& options, Existing existing,
-               unsigned jobs, Reporter& reporter) {
+void MakeBooks(const std::vector<BookOrder>& orders, const Making& making, unsigned jobs,
+               Reporter& reporter) {
   std::atomic<size_t> next = 0;
   std::mutex reporting;
   // Once interrupted, what is left comes to its end as soon as it begins, and is reported like
@@ -166,7 +168,7 @@ void MakeBooks(const std::vector<BookOrder>& orders, const BookOptions& options,
         const std::scoped_lock lock(reporting);
         progress = reporter.NewProgress(orders[i]);
       }
-      Outcome outcome = Make(orders[i], options, existing, *progress);
+      Outcome outcome = Make(orders[i], making, *progress);
       outcome.seconds =
           std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
       const std::scoped_lock lock(reporting);

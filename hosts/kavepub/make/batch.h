@@ -5,8 +5,9 @@
 #include <vector>
 
 #include "hosts/kavepub/make/outcome.h"
-#include "hosts/kavepub/make/progress.h"
+#include "hosts/kavepub/make/workshop.h"
 #include "hosts/kavepub/plan/book_order.h"
+#include "hosts/kavepub/work/progress.h"
 
 // Hears how the books of a call fare; called by one thread at a time.
 class Reporter {
@@ -24,9 +25,16 @@ class Reporter {
 // is there is one.
 enum class Existing { kKeepIfSame, kRefuse };
 
-// Makes all books, each in its own working directory. A failing book does not stop the others; an
-// interruption stops them all.
-void MakeBooks(const std::vector<BookOrder>& orders, const BookOptions& options, Existing existing,
-               unsigned jobs, Reporter& reporter);
+// How the books of a call are made.
+struct Making {
+  const BookOptions& options;
+  const Workshop& workshop;
+  Existing existing;
+};
+
+// Makes all books, each in a cell or working directory of its own. A failing book does not stop the
+// others; an interruption stops them all.
+void MakeBooks(const std::vector<BookOrder>& orders, const Making& making, unsigned jobs,
+               Reporter& reporter);
 
 #endif

@@ -4,30 +4,17 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <fstream>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <system_error>
 
-#include "base/read_file.h"
 #include "hosts/kavepub/console/failure.h"
-#include "hosts/kavepub/console/interruption.h"
 #include "hosts/kavepub/make/book_mark.h"
+#include "hosts/kavepub/work/written.h"
 
 namespace {
 
-constexpr size_t kChunkSize = size_t{1} << 18;
 constexpr size_t kEndOfContainer = 2;  // bytes of the packed book that the mark replaces
-
-bool WriteAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) return false;
-    if (written > 0) bytes.remove_prefix(static_cast<size_t>(written));
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -39,40 +26,21 @@ BookOutput::BookOutput(const std::filesystem::path& place) : path(place) {
                 Cause::kDisk);
 }
 
-void BookOutput::Take(const std::filesystem::path& packed, const Provenance& provenance) {
-  std::optional<std::string> end;
-  if (!IsStandardOutput()) end = MarkedEnd(OpenRegularFile(packed.c_str()).Get(), provenance);
-  std::uintmax_t left = std::filesystem::file_size(packed) - (end ? kEndOfContainer : 0);
-  std::ifstream book(packed, std::ios::binary);
-  std::string chunk;
-  while (left > 0) {
-    StopIfInterrupted();
-    chunk.resize(std::min<std::uintmax_t>(left, kChunkSize));
-    book.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
-    if (!book) throw Failure(packed, "cannot be read back; try again", Cause::kMachine);
-    left -= chunk.size();
-    if (!Write(chunk)) Fail();
-  }
-  if (!Write(end.value_or(""))) Fail();
-  if (!IsStandardOutput()) Commit();
-}
-
-bool BookOutput::Write(std::string_view bytes) {
-  if (WriteAll(IsStandardOutput() ? STDOUT_FILENO : output.Fd(), bytes)) return true;
-  error = errno;
-  return false;
+int BookOutput::Descriptor() const {
+  return IsStandardOutput() ? STDOUT_FILENO : output.Fd();
 }
 
 void BookOutput::Finish(const Provenance& provenance) {
   if (IsStandardOutput()) return;
   if (const std::optional<std::string> end = MarkedEnd(output.Fd(), provenance)) {
     constexpr auto kBack = static_cast<off_t>(kEndOfContainer);
-    if (lseek(output.Fd(), -kBack, SEEK_END) < 0 || !Write(*end)) Fail();
+    if (lseek(output.Fd(), -kBack, SEEK_END) < 0) Fail(errno);
+    if (const int error = WriteAll(output.Fd(), *end); error != 0) Fail(error);
   }
   Commit();
 }
 
-void BookOutput::Fail() const {
+void BookOutput::Fail(int error) const {
   if (IsStandardOutput()) {
     throw Failure("standard output", std::generic_category().message(error) +
                                          "; the book that went there is not whole");
@@ -85,5 +53,5 @@ bool BookOutput::IsStandardOutput() const {
 }
 
 void BookOutput::Commit() {
-  if (!output.Commit()) Fail();
+  if (!output.Commit()) Fail(errno);
 }

@@ -3,7 +3,6 @@
 #define KAVEPUB_BOOK_OUTPUT_H
 
 #include <filesystem>
-#include <string_view>
 
 #include "base/atomic_output.h"
 #include "hosts/kavepub/make/provenance.h"
@@ -14,18 +13,15 @@ class BookOutput {
   // Throws a Failure when no book can be made there, before anything is made in vain.
   explicit BookOutput(const std::filesystem::path& place);
 
-  // Copies a packed book there, and adds the mark of what it was made of. Throws a Failure, or
-  // Interrupted. A book on the standard output has no mark: nobody knows to which place it goes.
-  void Take(const std::filesystem::path& packed, const Provenance& provenance);
+  // Where its bytes are to be written.
+  int Descriptor() const;
 
-  // Writes the next bytes of a book; false when they cannot be written.
-  bool Write(std::string_view bytes);
-
-  // Marks a book that was written, and lets it appear. Throws a Failure.
+  // Marks a book that was written with what it was made of, and lets it appear. One on the standard
+  // output has no mark: nobody knows to which place it goes. Throws a Failure.
   void Finish(const Provenance& provenance);
 
-  // Throws the Failure for what could not be written.
-  [[noreturn]] void Fail() const;
+  // Throws the Failure for what could not be written, by the system's error.
+  [[noreturn]] void Fail(int error) const;
 
  private:
   bool IsStandardOutput() const;
@@ -33,7 +29,6 @@ class BookOutput {
 
   const std::filesystem::path& path;
   AtomicOutput output;
-  int error = 0;  // of the system, when something could not be written
 };
 
 #endif

@@ -9,8 +9,8 @@
 
 #include "hosts/kavepub/console/interruption.h"
 #include "hosts/kavepub/make/digest.h"
-#include "hosts/kavepub/make/plain_options.h"
-#include "hosts/kavepub/make/reader_book.h"
+#include "hosts/kavepub/work/plain_options.h"
+#include "hosts/kavepub/work/reader_book.h"
 
 namespace {
 

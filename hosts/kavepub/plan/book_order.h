@@ -43,14 +43,21 @@ inline std::string TitleOf(const BookOrder& order) {
 // a fixed form.
 enum class Edition { kReader, kPlain };
 
+// Whether books are made in cells: as far as the system has what these need; only if it has all; or
+// in this process.
+enum class Sandbox { kAuto, kRequire, kOff };
+
 // What holds for all books of a call.
 struct BookOptions {
   Edition edition = Edition::kReader;
   EditionOptions chosen;
   bool isAlone = true;            // the only book in the making, which may use all processors
   std::filesystem::path workDir;  // where working directories are made; empty: the system's place
-  bool force = false;             // replace books that exist
-  bool dryRun = false;            // make nothing
+  Sandbox sandbox = Sandbox::kAuto;
+  unsigned memory = 0;   // in megabytes, that a cell may take; 0: by the size of the input
+  unsigned seconds = 0;  // of processor time, likewise
+  bool force = false;    // replace books that exist
+  bool dryRun = false;   // make nothing
 };
 
 #endif

@@ -1,5 +1,5 @@
 // Takes the options of books apart.
-#include "hosts/kavepub/make/plain_options.h"
+#include "hosts/kavepub/work/plain_options.h"
 
 #include <algorithm>
 

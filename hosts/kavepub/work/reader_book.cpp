@@ -1,7 +1,7 @@
 // Hands orders to jobs of the library.
-#include "hosts/kavepub/make/reader_book.h"
+#include "hosts/kavepub/work/reader_book.h"
 
-#include "hosts/kavepub/source/standard_input.h"
+#include "hosts/kavepub/work/written.h"
 
 namespace {
 
@@ -38,21 +38,22 @@ bool IsForReaders(const BookOrder& order, const BookOptions& options) {
 }
 
 BookReport MakeReadersBook(const BookOrder& order, const BookOptions& options,
-                           const std::string& piped, BookOutput& output, Progress& progress) {
-  bool isTaken = true;
-  const auto take = [&](std::string_view bytes) { return isTaken = output.Write(bytes); };
+                           const std::string& piped, int output, Progress& progress) {
+  int error = 0;
+  const auto take = [&](std::string_view bytes) {
+    error = WriteAll(output, bytes);
+    return error == 0;
+  };
   try {
     return NewJob(order, options, piped).Run(take, ShowIn(progress));
   } catch (const Failure&) {
-    if (!isTaken) output.Fail();
+    if (error != 0) throw NotWritten(error);
     throw;
   }
 }
 
 BookReport ExamineForReaders(const BookOrder& order, const BookOptions& options,
-                             Progress& progress) {
-  const bool isPiped = order.inputs.front() == kStandardStream;
-  const std::string piped = isPiped ? ReadStandardInput() : std::string();
+                             const std::string& piped, Progress& progress) {
   return NewJob(order, options, piped).Examine(ShowIn(progress));
 }
 

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "hosts/kavepub/make/progress.h"
-#include "hosts/kavepub/make/service.h"
+#include "hosts/kavepub/work/progress.h"
+#include "hosts/kavepub/work/service.h"
 
 // Add all pages of a text in UTF-8 to the book that `service` has begun. A wrapped text gets the
 // lines, pages and paragraphs of the engine's own text conversion; otherwise each line that is not

@@ -1,5 +1,5 @@
 // Feeds texts to the engine, sixty lines a page.
-#include "hosts/kavepub/make/text_book.h"
+#include "hosts/kavepub/work/text_book.h"
 
 #include <algorithm>
 #include <array>

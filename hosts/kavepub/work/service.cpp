@@ -1,5 +1,5 @@
 // Obtains the engine's record.
-#include "hosts/kavepub/make/service.h"
+#include "hosts/kavepub/work/service.h"
 
 #include <new>
 

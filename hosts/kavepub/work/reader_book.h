@@ -4,20 +4,19 @@
 
 #include <string>
 
-#include "hosts/kavepub/make/book_output.h"
-#include "hosts/kavepub/make/progress.h"
 #include "hosts/kavepub/plan/book_order.h"
+#include "hosts/kavepub/work/progress.h"
 
 // Whether an order is for a book of the reader's edition, which is made of such inputs.
 bool IsForReaders(const BookOrder& order, const BookOptions& options);
 
-// Makes the book into the output, without committing that, or only tells what it would be. `piped`
-// is what came by the standard input, if the book is made of that. They throw a Failure,
-// Unsupported before anything is written, or Interrupted.
+// Writes the book to a descriptor, or only tells what it would be. `piped` is what came by the
+// standard input, if the book is made of that. They throw a Failure, Unsupported before anything is
+// written, NotWritten, or Interrupted.
 BookReport MakeReadersBook(const BookOrder& order, const BookOptions& options,
-                           const std::string& piped, BookOutput& output, Progress& progress);
+                           const std::string& piped, int output, Progress& progress);
 BookReport ExamineForReaders(const BookOrder& order, const BookOptions& options,
-                             Progress& progress);
+                             const std::string& piped, Progress& progress);
 
 // What was found out, in a few words: "UTF-8, en, 61 chapters".
 std::string RemarkOn(const BookReport& report);

@@ -1,5 +1,5 @@
 // Names pictures by their content.
-#include "hosts/kavepub/make/pictures.h"
+#include "hosts/kavepub/work/pictures.h"
 
 #include <optional>
 #include <string_view>
