@@ -106,8 +106,8 @@ class Model {
       if (!name) return name;
       block += "<img src=\"" + *name + "\" alt=\"\"/>";
     }
-    constexpr size_t kLongest = 20'000;
-    const size_t longest = Below(30) == 0 ? 40 * kLongest : kLongest;
+    constexpr size_t kLongest = 10'000;
+    const size_t longest = Below(50) == 0 ? 40 * kLongest : kLongest;
     return block + std::string(Below(longest), 'x') + "</p>\n";
   }
 

@@ -14,7 +14,7 @@ from book import BUILD, IS_SANITIZED, NCX, OPF, XHTML, leave_for_epubcheck, run
 
 SEEDS = range(3) if IS_SANITIZED else range(6)
 MOST_BYTES = 250_000  # of a page
-LONGEST_BLOCK = 800_000
+LONGEST_BLOCK = 402_000
 
 
 class ModelBooks(unittest.TestCase):
@@ -44,6 +44,7 @@ class ModelBooks(unittest.TestCase):
                 again = self.make(f"other {threads}.epub", seed, threads, cwd="/", env=environment)
                 self.assertEqual(again.read_bytes(), first, (seed, threads))
 
+    @unittest.skipIf(IS_SANITIZED, "the same code as for few")
     def test_many_pages(self):
         path = self.make("book.epub", 0, 2, 70_000)
         archive = zipfile.ZipFile(path)
