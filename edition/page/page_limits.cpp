@@ -90,10 +90,6 @@ bool EndsName(char c) {
   return c == '>' || c == '/' || c == ' ' || (c >= '\t' && c <= '\r' && c != '\v');
 }
 
-bool IsLetter(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 class Limiter {
  public:
   explicit Limiter(std::string_view page) : html(page) {}

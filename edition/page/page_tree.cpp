@@ -2,15 +2,15 @@
 // one.
 #include "edition/page/page_tree.h"
 
-#include <algorithm>
-#include <cstddef>
+#include <utility>
 
-namespace {
-constexpr size_t kBlockSize = size_t{1} << 16;
-constexpr size_t kAlignment = alignof(std::max_align_t);
-}  // namespace
+#include "edition/page/orderly_tree.h"
 
-PageTree::PageTree(std::string html) : source(std::move(html)) {
+PageTree::PageTree(std::string html) : source(std::move(html)), root(OrderlyTreeOf(source, arena)) {
+  if (root == nullptr) root = GumboTreeOf(source, arena);
+}
+
+const GumboNode* GumboTreeOf(std::string_view source, Arena& arena) {
   GumboOptions options = kGumboDefaultOptions;
   options.max_errors = 0;
   options.userdata = &arena;
@@ -18,20 +18,7 @@ PageTree::PageTree(std::string html) : source(std::move(html)) {
     return static_cast<Arena*>(taken)->Take(size);
   };
   options.deallocator = [](void*, void*) {};
-  root = gumbo_parse_with_options(&options, source.data(), source.size())->root;
-}
-
-void* PageTree::Arena::Take(size_t size) {
-  size = (size + kAlignment - 1) / kAlignment * kAlignment;
-  if (size > left) {
-    left = std::max(size, kBlockSize);
-    blocks.push_back(std::make_unique_for_overwrite<char[]>(left));
-    next = blocks.back().get();
-  }
-  void* taken = next;
-  next += size;
-  left -= size;
-  return taken;
+  return gumbo_parse_with_options(&options, source.data(), source.size())->root;
 }
 
 std::string_view NameOf(const GumboNode& element) {

@@ -4,10 +4,11 @@
 
 #include <gumbo.h>
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "edition/page/arena.h"
 
 class PageTree {
  public:
@@ -20,21 +21,13 @@ class PageTree {
   const GumboNode& Root() const { return *root; }
 
  private:
-  // Nodes die together: the parser's own way to free them needs a stack as deep as the page.
-  class Arena {
-   public:
-    void* Take(size_t size);
-
-   private:
-    std::vector<std::unique_ptr<char[]>> blocks;
-    char* next = nullptr;
-    size_t left = 0;
-  };
-
   std::string source;
-  Arena arena;
+  Arena arena;  // the parser's own way to free its nodes needs a stack as deep as the page
   const GumboNode* root;
 };
+
+// The "html" element of the tree that Gumbo makes.
+const GumboNode* GumboTreeOf(std::string_view source, Arena& arena);
 
 inline bool IsElement(const GumboNode& node) {
   return node.type == GUMBO_NODE_ELEMENT || node.type == GUMBO_NODE_TEMPLATE;

@@ -11,6 +11,11 @@
 inline constexpr std::string_view kBlanks = " \t\r\n\f";
 inline constexpr std::string_view kDigits = "0123456789";
 
+// Of those that names of elements begin with.
+inline bool IsLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
 // In lower case as far as it is ASCII, as names of HTML are compared.
 inline std::string Lowered(std::string_view text) {
   std::string lowered(text);
