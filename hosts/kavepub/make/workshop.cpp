@@ -45,8 +45,9 @@ void WorkInCell(void* /*user*/, kavepub_cell* cell, const void* request, size_t 
   kavepub_cell_answer(cell, end.data(), end.size());
 }
 
+// Is asked ten times a second, also before the cell has told anything.
 int OnProgress(void* user, double done) {
-  static_cast<Progress*>(user)->Show(done);
+  if (done > 0) static_cast<Progress*>(user)->Show(done);
   return WasInterrupted() ? 1 : 0;
 }
 
