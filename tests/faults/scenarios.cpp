@@ -121,6 +121,7 @@ Scenario EditionBook(const std::string& source, const char* threads) {
     if (code == 0) code = kavepub_job_set_output_path(job, output);
     if (code == 0) code = kavepub_job_run(job);
     kavepub_job_free(job);
+    xmlResetLastError();
     return code;
   };
 }
