@@ -29,11 +29,14 @@ struct {
                          {"file-size", &CellRules::fileSize},
                          {"seconds", &CellRules::seconds}};
 
-// Two books of a word, for nobody: what they load and find out, cells have from the beginning.
+// Books for nobody: what they load and find out, about fonts in the languages of most books too,
+// cells have from the beginning.
 constexpr struct {
   const char* name;
   std::string_view content;
-} kExamples[] = {{"word.txt", "word"}, {"word.html", "<p>word</p>"}};
+} kExamples[] = {{"english.txt", "It was the best of times, it was the worst of times."},
+                 {"chinese.txt", "话说天下大势,分久必合,合久必分。周末七国分争,并入于秦。"},
+                 {"word.html", "<p>word</p>"}};
 
 size_t Threads() {
   DIR* tasks = opendir("/proc/self/task");

@@ -8,9 +8,12 @@
 #include <cmath>
 #include <iterator>
 #include <memory>
+#include <mutex>
 #include <numbers>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "edition/cover/png_file.h"
 
@@ -43,11 +46,50 @@ constexpr Colour kGrounds[] = {
 struct Free {
   void operator()(cairo_surface_t* owned) const { cairo_surface_destroy(owned); }
   void operator()(cairo_t* owned) const { cairo_destroy(owned); }
+  void operator()(PangoContext* owned) const { g_object_unref(owned); }
+  void operator()(PangoFontMap* owned) const { g_object_unref(owned); }
   void operator()(PangoLayout* owned) const { g_object_unref(owned); }
   void operator()(PangoFontDescription* owned) const { pango_font_description_free(owned); }
 };
 template <typename Object>
 using Owned = std::unique_ptr<Object, Free>;
+
+// The fonts of the system, lent to one cover at a time. What is found out about them takes longer
+// than to draw a cover, and starts a thread for each size of letters; so it is kept.
+class Fonts {
+ public:
+  Fonts() : map(TakeIdle()) {
+    if (!map) map.reset(pango_cairo_font_map_new());
+  }
+  ~Fonts() {
+    try {
+      const std::lock_guard<std::mutex> lock(guard);
+      Idle().push_back(std::move(map));
+    } catch (...) {  // then the next cover finds it out anew
+    }
+  }
+  Fonts(const Fonts&) = delete;
+  Fonts& operator=(const Fonts&) = delete;
+
+  PangoFontMap* Map() const { return map.get(); }
+
+ private:
+  // They stay to the end: the libraries below may have gone before this one.
+  static std::vector<Owned<PangoFontMap>>& Idle() {
+    static auto& idle = *new std::vector<Owned<PangoFontMap>>;
+    return idle;
+  }
+  static Owned<PangoFontMap> TakeIdle() {
+    const std::lock_guard<std::mutex> lock(guard);
+    if (Idle().empty()) return nullptr;
+    Owned<PangoFontMap> taken = std::move(Idle().back());
+    Idle().pop_back();
+    return taken;
+  }
+
+  static inline std::mutex guard;
+  Owned<PangoFontMap> map;
+};
 
 // FNV-1a: the same on every machine.
 std::uint32_t HashOf(std::string_view text) {
@@ -154,11 +196,8 @@ double WidthOf(PangoLayout* layout) {
   return static_cast<double>(pango_layout_get_width(layout)) / PANGO_SCALE;
 }
 
-Owned<PangoLayout> LayoutOf(cairo_t* drawing, const std::string& text, const char* language) {
-  Owned<PangoLayout> layout(pango_cairo_create_layout(drawing));
-  pango_context_set_language(pango_layout_get_context(layout.get()),
-                             pango_language_from_string(language));
-  pango_layout_context_changed(layout.get());
+Owned<PangoLayout> LayoutOf(PangoContext* context, const std::string& text) {
+  Owned<PangoLayout> layout(pango_layout_new(context));
   pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
   pango_layout_set_alignment(layout.get(), PANGO_ALIGN_CENTER);
   SetWidth(layout.get(), kTextWidth);
@@ -229,8 +268,11 @@ void ShowAt(cairo_t* drawing, PangoLayout* layout, double top) {
   pango_cairo_show_layout(drawing, layout);
 }
 
-void DrawTexts(cairo_t* drawing, const kavepub_cover_texts& texts) {
-  const Owned<PangoLayout> title = LayoutOf(drawing, Shortened(texts.title), texts.language);
+void DrawTexts(cairo_t* drawing, const kavepub_cover_texts& texts, const Fonts& fonts) {
+  const Owned<PangoContext> context(pango_font_map_create_context(fonts.Map()));
+  pango_context_set_language(context.get(), pango_language_from_string(texts.language));
+  pango_cairo_update_context(drawing, context.get());
+  const Owned<PangoLayout> title = LayoutOf(context.get(), Shortened(texts.title));
   FitTitle(title.get());
   const double titleHeight = HeightOf(title.get());
   // A short title hangs a little above the middle of its room.
@@ -243,33 +285,32 @@ void DrawTexts(cairo_t* drawing, const kavepub_cover_texts& texts) {
   cairo_move_to(drawing, (kWidth - kRuleWidth) / 2, rule);
   cairo_rel_line_to(drawing, kRuleWidth, 0);
   cairo_stroke(drawing);
-  const Owned<PangoLayout> author = LayoutOf(drawing, Shortened(texts.author), texts.language);
+  const Owned<PangoLayout> author = LayoutOf(context.get(), Shortened(texts.author));
   SetSize(author.get(), kAuthorSize);
   Confine(author.get(), kAuthorHeight);
   ShowAt(drawing, author.get(), rule + kRuleGap);
 }
 
 // Pango would complain on the console of the host.
-bool HasFonts(cairo_t* drawing) {
-  const Owned<PangoLayout> layout(pango_cairo_create_layout(drawing));
+bool IsEmpty(const Fonts& fonts) {
   int count = 0;
   PangoFontFamily** families = nullptr;
-  pango_font_map_list_families(pango_context_get_font_map(pango_layout_get_context(layout.get())),
-                               &families, &count);
+  pango_font_map_list_families(fonts.Map(), &families, &count);
   g_free(families);
-  return count > 0;
+  return count == 0;
 }
 
 bool Draw(const kavepub_cover_texts& texts, std::string& file) {
+  const Fonts fonts;
+  if (IsEmpty(fonts)) return false;
   const Owned<cairo_surface_t> surface(
       cairo_image_surface_create(CAIRO_FORMAT_A8, kWidth, kHeight));
   const Owned<cairo_t> drawing(cairo_create(surface.get()));
-  if (!HasFonts(drawing.get())) return false;
   const std::uint32_t hash = HashOf(texts.title);
   DrawOrnament(drawing.get(), hash);
   cairo_set_source_rgba(drawing.get(), 1, 1, 1, 1);
   DrawFrame(drawing.get());
-  DrawTexts(drawing.get(), texts);
+  DrawTexts(drawing.get(), texts, fonts);
   if (cairo_status(drawing.get()) != CAIRO_STATUS_SUCCESS) return false;
   cairo_surface_flush(surface.get());
   file =
