@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <fcntl.h>
+#include <libxml/xmlerror.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/time.h>
@@ -155,6 +156,7 @@ class Runs {
     const std::string output = Output();
     faults.armed = true;
     const int code = run(workDir.c_str(), output.c_str());
+    xmlResetLastError();  // whose texts are memory
     faults.armed = false;
     setrlimit(RLIMIT_NOFILE, &usual);
     report->hit = faults.hit;

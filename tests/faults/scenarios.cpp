@@ -2,8 +2,6 @@
 // takes.
 #include "scenarios.h"
 
-#include <libxml/xmlerror.h>
-
 #include <new>
 #include <regex>
 #include <set>
@@ -56,7 +54,6 @@ int WithRecord(const Make& make) {
   } catch (const std::bad_alloc&) {  // of the builder, when it is used directly
   }
   FreeEpubService(record);
-  xmlResetLastError();  // whose texts are memory
   return code;
 }
 
@@ -121,7 +118,6 @@ Scenario EditionBook(const std::string& source, const char* threads) {
     if (code == 0) code = kavepub_job_set_output_path(job, output);
     if (code == 0) code = kavepub_job_run(job);
     kavepub_job_free(job);
-    xmlResetLastError();
     return code;
   };
 }
