@@ -56,14 +56,15 @@ std::string Letters(const std::string& text) {
   return letters;
 }
 
+// By the parser, whatever way to the tree the conversion takes.
 std::string VisibleText(const std::string& html) {
-  const PageTree tree(html);
+  Arena arena;
   std::string text;
   const auto enter = [&](const GumboNode& node) {
     if (IsText(node)) text += node.v.text.text;
     return node.type == GUMBO_NODE_ELEMENT && !IsLeftOut(node.v.element);
   };
-  Walk(tree.Root(), enter, [](const GumboNode&) {});
+  Walk(*GumboTreeOf(html, arena), enter, [](const GumboNode&) {});
   return text;
 }
 
