@@ -36,6 +36,11 @@ std::uint64_t SizeOf(const Work& work) {
   return size;
 }
 
+std::uint64_t MemoryFor(const Work& work, std::uint64_t size) {
+  const std::uint64_t chosen = work.options.memory * kMegabyte;
+  return chosen > 0 ? chosen : kLeastMemory + kMemoryOfByte * size;
+}
+
 // As it is named, and where it is when it is a link.
 void AddPlaceOf(const fs::path& page, std::vector<fs::path>& places) {
   std::error_code error;
@@ -66,8 +71,7 @@ std::vector<fs::path> ReadableFor(const Work& work) {
 }
 
 std::uint64_t MemoryFor(const Work& work) {
-  const std::uint64_t chosen = work.options.memory * kMegabyte;
-  return chosen > 0 ? chosen : kLeastMemory + kMemoryOfByte * SizeOf(work);
+  return MemoryFor(work, SizeOf(work));
 }
 
 std::vector<std::pair<const char*, std::uint64_t>> LimitsFor(const Work& work) {
@@ -76,7 +80,7 @@ std::vector<std::pair<const char*, std::uint64_t>> LimitsFor(const Work& work) {
       (IsOfPages(work.order) ? kLeastOutputOfPages : kLeastOutput) + kOutputOfByte * size;
   const std::uint64_t seconds = kLeastSeconds + kSecondsOfMegabyte * (size / kMegabyte) +
                                 kSecondsOfInput * work.order.inputs.size();
-  return {{"memory", MemoryFor(work)},
+  return {{"memory", MemoryFor(work, size)},
           {"file-size", output},
           {"seconds", work.options.seconds > 0 ? work.options.seconds : seconds}};
 }
