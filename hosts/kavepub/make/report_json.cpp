@@ -2,6 +2,8 @@
 #include "hosts/kavepub/make/report_json.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
 #include <sstream>
 
 namespace {
@@ -11,10 +13,17 @@ using Object = nlohmann::ordered_json;
 constexpr char kAuthors[] = "authors";  // a line each
 constexpr const char* kNumbers[] = {"documents", "pages", "pictures", "bytes"};
 
+// 0 for what is none, as it may come from a cell that was taken over.
+std::uint64_t NumberOf(const std::string& fact) {
+  std::uint64_t number = 0;
+  std::from_chars(fact.data(), fact.data() + fact.size(), number);
+  return number;
+}
+
 Object AsJson(const std::string& name, const std::string& fact) {
   const bool isNumber =
       std::find(std::begin(kNumbers), std::end(kNumbers), name) != std::end(kNumbers);
-  if (isNumber) return std::stoull(fact);
+  if (isNumber) return NumberOf(fact);
   if (name != kAuthors) return fact;
   Object authors = Object::array();
   std::istringstream lines(fact);

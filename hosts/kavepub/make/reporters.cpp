@@ -278,7 +278,9 @@ class PlanReporter : public CountingReporter {
   static std::string Judgeable(const BookReport& report) {
     std::string text = "  Title     " + OneLine(report.Fact("title"));
     std::istringstream authors(report.Fact("authors"));
-    for (std::string author; std::getline(authors, author);) text += "\n  Author    " + author;
+    for (std::string author; std::getline(authors, author);) {
+      text += "\n  Author    " + OneLine(author);
+    }
     if (!report.chapters.empty()) text += "\n  Contents" + ContentsForPeople(report.chapters);
     return text;
   }

@@ -9,6 +9,8 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "base/utf8.h"
+
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -27,14 +29,7 @@ constexpr char kTime[] = "time";
 constexpr std::array<std::string_view, 3> kFates = {"done", "up to date", "failed"};
 constexpr std::array kCauses = {Cause::kBook, Cause::kMachine, Cause::kDisk, Cause::kMemory};
 constexpr int kBaseOfBytes = 16;
-
-bool IsUtf8(const std::string& text) {
-  try {
-    return !Json(text).dump().empty();
-  } catch (const nlohmann::json::type_error&) {
-    return false;
-  }
-}
+constexpr double kMostSeconds = 1e9;  // thirty years
 
 std::string Digits(std::string_view bytes) {
   std::string digits;
@@ -116,7 +111,7 @@ std::string TextOf(JournalLine::Time time) {
 std::string TextOf(const JournalLine& line) {
   Json object;
   object[kName] = line.name;
-  if (!IsUtf8(line.name)) object[kNameBytes] = Digits(line.name);
+  if (ValidUtf8Length(line.name) < line.name.size()) object[kNameBytes] = Digits(line.name);
   object["output"] = line.output;
   object[kResult] = kFates[static_cast<size_t>(line.fate)];
   if (line.fate == Fate::kFailed) {
@@ -143,7 +138,8 @@ const JournalLine* JournalReader::Read(std::string_view text) {
   for (const auto& [field, value] : object) {
     std::string_view string;
     if (field == kSeconds) {
-      if (value.get(line.seconds)) return nullptr;
+      const bool isSound = value.get(line.seconds) == simdjson::SUCCESS && line.seconds >= 0;
+      if (!isSound || line.seconds > kMostSeconds) return nullptr;
     } else if (field == kBytesIn || field == kBytesOut) {
       if (value.get(field == kBytesIn ? line.bytesIn : line.bytesOut)) return nullptr;
     } else if (value.get(string) == simdjson::SUCCESS) {

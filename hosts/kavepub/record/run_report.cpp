@@ -20,6 +20,7 @@
 #include "hosts/kavepub/plan/listed_books.h"
 #include "hosts/kavepub/plan/name_list.h"
 #include "hosts/kavepub/record/fate_table.h"
+#include "hosts/kavepub/work/written.h"
 
 namespace {
 
@@ -76,11 +77,7 @@ class RetryList {
 
  private:
   void Write() {
-    for (std::string_view rest = names; !rest.empty();) {
-      const ssize_t count = write(output.Fd(), rest.data(), rest.size());
-      if (count < 0) Fail();
-      rest.remove_prefix(static_cast<size_t>(count));
-    }
+    if (WriteAll(output.Fd(), names) != 0) Fail();
     names.clear();
   }
 

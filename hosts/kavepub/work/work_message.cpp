@@ -1,6 +1,7 @@
 // Work and what comes of it as bytes, on their way into a cell and out of it.
 #include "hosts/kavepub/work/work_message.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -50,17 +51,25 @@ void Add(Packing& packing, const BookReport& report) {
   Add(packing, report.warnings);
 }
 
+// As OneLine, for what may have several.
+std::string Lines(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return (c < ' ' && c != '\n') || c == 0x7F; },
+      '?');
+  return text;
+}
+
 BookReport TakeReport(Unpacking& unpacking) {
   constexpr std::uint64_t kDeepest = 1000;
   BookReport report;
   report.facts.resize(unpacking.Count(2 * kSize));
   for (auto& [name, value] : report.facts) {
-    name = unpacking.Text();
-    value = unpacking.Text();
+    name = OneLine(unpacking.Text());
+    value = Lines(unpacking.Text());
   }
   report.chapters.resize(unpacking.Count(3 * kSize));
   for (BookReport::Chapter& chapter : report.chapters) {
-    chapter.title = unpacking.Text();
+    chapter.title = OneLine(unpacking.Text());
     const std::uint64_t level = unpacking.Number();
     if (level == 0 || level > kDeepest) unpacking.Reject();
     chapter.level = static_cast<unsigned>(level);
