@@ -2,6 +2,7 @@
 #include "edition/cell/cells.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -60,13 +61,26 @@ void CloseStandardStreams() {
   _exit(EXIT_SUCCESS);  // nothing that the host meant to do at its end
 }
 
-[[noreturn]] void BecomeZygote(UniqueFd host, const Cells::Work& work,
-                               const std::function<void()>& prepare) noexcept {
+// The parent of the zygote: makes another one when that was killed, and a cell is asked for. It
+// does and reads nothing else, so that nothing but a kill from outside ends it, and then the zygote
+// goes on.
+[[noreturn]] void BecomeGuard(UniqueFd host, const Cells::Work& work,
+                              const std::function<void()>& prepare) noexcept {
   CloseOthers({host.Get()});
   CloseStandardStreams();
-  const Defences defences;
-  RunZygote(std::move(host), prepare,
-            [&](const CellEnds& ends) noexcept { Live(ends, defences, work); });
+  StandAlone();
+  for (;;) {
+    const pid_t zygote = fork();
+    if (zygote == 0) {
+      const Defences defences;
+      RunZygote(std::move(host), prepare,
+                [&](const CellEnds& ends) noexcept { Live(ends, defences, work); });
+    }
+    int status = 0;
+    if (zygote < 0 || waitpid(zygote, &status, 0) < 0 || !WIFSIGNALED(status)) _exit(EXIT_SUCCESS);
+    pollfd asked = {host.Get(), POLLIN, 0};
+    poll(&asked, 1, -1);
+  }
 }
 
 }  // namespace
@@ -77,11 +91,11 @@ Result<std::unique_ptr<Cells>> Cells::Open(const Work& work, const std::function
   if (process < 0) {
     return Failure{KAVEPUB_E_CELL, "No process can be made for cells."};
   }
-  if (process == 0) BecomeZygote(std::move(ends.theirs), work, prepare);
+  if (process == 0) BecomeGuard(std::move(ends.theirs), work, prepare);
   return std::unique_ptr<Cells>(new Cells(std::move(ends.ours), process));
 }
 
 Cells::~Cells() {
   zygote = UniqueFd();
-  waitpid(process, nullptr, 0);
+  waitpid(guard, nullptr, 0);
 }

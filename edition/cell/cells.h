@@ -22,8 +22,8 @@ class Cells {
  public:
   using Work = std::function<void(kavepub_cell&, std::string_view request)>;
 
-  // Makes the zygote, a copy of this process as it is now. `prepare` is what it does before the
-  // second cell, so that this and all further ones need not.
+  // Makes the zygote, a copy of this process as it is now, and its guard. `prepare` is what it does
+  // before the second cell, so that this and all further ones need not.
   static Result<std::unique_ptr<Cells>> Open(const Work& work,
                                              const std::function<void()>& prepare);
   ~Cells();
@@ -34,10 +34,10 @@ class Cells {
   bool Begin(const CellEnds& ends) const { return AskForCell(zygote.Get(), ends); }
 
  private:
-  Cells(UniqueFd toZygote, pid_t made) : zygote(std::move(toZygote)), process(made) {}
+  Cells(UniqueFd toZygote, pid_t made) : zygote(std::move(toZygote)), guard(made) {}
 
   UniqueFd zygote;
-  pid_t process;
+  pid_t guard;
 };
 
 #endif

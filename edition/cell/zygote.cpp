@@ -61,16 +61,10 @@ class Parcel {
   alignas(cmsghdr) std::array<char, CMSG_SPACE(kMostEnds * sizeof(int))> room{};
 };
 
-// A process of its own in every respect: what a terminal sends to the host is not for it. But who
-// wants to hear of a limit on files by the error of a write still does.
-UniqueFd Detach() {
-  setsid();
-  for (int signal = 1; signal < SIGRTMIN; ++signal) {
-    if (signal != SIGXFSZ) ::signal(signal, SIG_DFL);
-  }
-  sigset_t none;
-  sigemptyset(&none);
-  sigset_t child = none;
+// Tells of children that have ended.
+UniqueFd SignalsOfChildren() {
+  sigset_t child;
+  sigemptyset(&child);
   sigaddset(&child, SIGCHLD);
   pthread_sigmask(SIG_SETMASK, &child, nullptr);
   return UniqueFd(signalfd(-1, &child, SFD_CLOEXEC | SFD_NONBLOCK));
@@ -80,7 +74,7 @@ class Nursery {
  public:
   Nursery(UniqueFd toHost, const std::function<void()>& preparation,
           const std::function<void(const CellEnds&)>& life)
-      : host(std::move(toHost)), prepare(preparation), live(life), signals(Detach()) {}
+      : host(std::move(toHost)), prepare(preparation), live(life), signals(SignalsOfChildren()) {}
 
   [[noreturn]] void Run() {
     std::vector<pollfd> watched;
@@ -191,6 +185,16 @@ bool AskForCell(int zygote, const CellEnds& ends) {
     sent = sendmsg(zygote, &parcel.message, MSG_NOSIGNAL);
   } while (sent < 0 && errno == EINTR);
   return sent == 1;
+}
+
+void StandAlone() {
+  setsid();
+  for (int signal = 1; signal < SIGRTMIN; ++signal) {
+    if (signal != SIGXFSZ) ::signal(signal, SIG_DFL);
+  }
+  sigset_t none;
+  sigemptyset(&none);
+  pthread_sigmask(SIG_SETMASK, &none, nullptr);
 }
 
 void RunZygote(UniqueFd host, const std::function<void()>& prepare,

@@ -26,6 +26,11 @@ struct CellEnds {
 // Asks the zygote at the other end for a cell. False when there is none any more.
 bool AskForCell(int zygote, const CellEnds& ends);
 
+// Makes this a process of its own in every respect: what a terminal sends to the host is not for
+// it, and no signal is handled. But who wants to hear of a limit on files by the error of a write
+// still does.
+void StandAlone();
+
 // Works off what is asked for until the host has gone; then ends all cells. `prepare` is called
 // once, before the second cell; `live` is all that a cell does. Never returns.
 [[noreturn]] void RunZygote(UniqueFd host, const std::function<void()>& prepare,
