@@ -254,7 +254,8 @@ KAVEPUB_API int kavepub_errand_set_progress(kavepub_errand* errand,
 
 /* Has the work done in a new cell, and waits until that is gone. KAVEPUB_OK when the work came to
  * its end and gave an answer, which may still be anything: the work may have been taken over.
- * Else KAVEPUB_CANCELLED, KAVEPUB_E_LIMIT, KAVEPUB_E_CELL, KAVEPUB_E_CRASH, KAVEPUB_E_FORBIDDEN. */
+ * Else KAVEPUB_CANCELLED, KAVEPUB_E_LIMIT, KAVEPUB_E_CELL, KAVEPUB_E_CRASH, KAVEPUB_E_FORBIDDEN,
+ * KAVEPUB_E_MEMORY. */
 KAVEPUB_API int kavepub_errand_run(kavepub_errand* errand, const kavepub_cells* cells,
                                    const void* request, size_t size);
 

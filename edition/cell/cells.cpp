@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -48,17 +49,27 @@ void CloseStandardStreams() {
   for (int stream = STDIN_FILENO; stream <= kLast; ++stream) dup2(nothing.Get(), stream);
 }
 
-// All that happens in a cell.
-[[noreturn]] void Live(const CellEnds& ends, const Defences& defences, const Cells::Work& work) {
+// All that happens in a cell. Returns what it ends with.
+int Live(const CellEnds& ends, const Defences& defences, const Cells::Work& work) {
   CloseOthers({ends.channel.Get(), ends.output.Get()});
   OfferForMemory();
   std::string message;
-  if (!ReceiveRequest(ends.channel.Get(), message)) _exit(EXIT_FAILURE);
+  if (!ReceiveRequest(ends.channel.Get(), message)) return EXIT_FAILURE;
   CellOrder order;
-  if (!ReadOrder(message, order) || !defences.Close(order.rules)) _exit(kNotClosed);
+  if (!ReadOrder(message, order) || !defences.Close(order.rules)) return kNotClosed;
   kavepub_cell cell{ends.channel.Get(), ends.output.Get()};
   work(cell, order.request);
-  _exit(EXIT_SUCCESS);  // nothing that the host meant to do at its end
+  return EXIT_SUCCESS;
+}
+
+// Does nothing that the host meant to do at its end.
+[[noreturn]] void LiveToTheEnd(const CellEnds& ends, const Defences& defences,
+                               const Cells::Work& work) noexcept {
+  try {
+    _exit(Live(ends, defences, work));
+  } catch (const std::bad_alloc&) {
+    _exit(kNoMemory);
+  }
 }
 
 // The parent of the zygote: makes another one when that was killed, and a cell is asked for. It
@@ -74,7 +85,7 @@ void CloseStandardStreams() {
     if (zygote == 0) {
       const Defences defences;
       RunZygote(std::move(host), prepare,
-                [&](const CellEnds& ends) noexcept { Live(ends, defences, work); });
+                [&](const CellEnds& ends) noexcept { LiveToTheEnd(ends, defences, work); });
     }
     int status = 0;
     if (zygote < 0 || waitpid(zygote, &status, 0) < 0 || !WIFSIGNALED(status)) _exit(EXIT_SUCCESS);

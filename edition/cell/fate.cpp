@@ -74,6 +74,10 @@ Status FateOf(const std::optional<CellEnd>& end, EndedFor reason, const CellRule
   if (WEXITSTATUS(end->status) == kNotClosed) {
     return Failure{KAVEPUB_E_CELL, "has no cell: the system does not close it."};
   }
+  if (WEXITSTATUS(end->status) == kNoMemory) {
+    if (rules.memory > 0) return TookTooMuch(rules);
+    return Failure{KAVEPUB_E_MEMORY, "Memory ran out."};
+  }
   if (end->status != 0) return Failure{KAVEPUB_E_CRASH, "ended without a word."};
   return Done();
 }

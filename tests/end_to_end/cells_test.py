@@ -1,23 +1,27 @@
 """Cells, in which the tool makes books: what a parser that was taken over can do to a batch."""
 
 import ctypes
+import itertools
 import os
 import random
 import re
+import shutil
 import signal
 import subprocess
 import time
 import unittest
 import zipfile
 
-from book import BUILD, SOURCE, ToolTest
+from book import BUILD, SOURCE, ToolTest, data_rows
 
 FIXTURE = SOURCE / "tests" / "fixtures" / "mobi" / "lighthouse.mobi"
 SUBSTITUTE = BUILD / "substitute" / "libmisbehaving_mobi.so"
 GOOD = 20
 ROUNDS = int(os.environ.get("KAV_KILLS", "8"))
 
-# Of each way to come to an end one misdeed; KAV_ALL_MISDEEDS has all of them tried.
+# Some of each kind are tried; KAV_EVERYTHING has all of them tried, which takes half an hour.
+EVERYTHING = "KAV_EVERYTHING" in os.environ
+
 DAMAGED = "is a damaged MOBI book"
 FORBIDDEN = "tried what no book may, and was ended; do not trust this file"
 ENDS = {
@@ -52,7 +56,8 @@ class CellsTest(ToolTest):
             (self.lib / f"{i}.txt").write_text(f"Chapter 1\n\nA book.\n\nChapter 2\n\n{i}\n" * 20)
 
     def command(self, *options):
-        return [BUILD / "bin" / "kavepub", "convert", self.lib, "-o", self.made.parent, "-f", "-j2",
+        output = [] if "-o" in options else ["-o", self.made.parent]
+        return [BUILD / "bin" / "kavepub", "convert", self.lib, *output, "-f", "-j2",
                 "--cover", "none", *options]
 
     def convert(self, *options, **environment):
@@ -61,6 +66,18 @@ class CellsTest(ToolTest):
 
     def books(self):
         return sorted(path.name for path in self.made.iterdir())
+
+    @staticmethod
+    def tally(told):
+        """Of the books that were made, and that failed."""
+        counts = {fate: int(count) for count, fate in re.findall(r"(\d+) (done|failed)", told)}
+        return [counts.get("done", 0), counts.get("failed", 0)]
+
+    def check_wholeness(self, books):
+        found = list(self.made.rglob("*"))
+        self.assertEqual(books, len([path for path in found if path.suffix == ".epub"]))
+        for path in found:
+            self.assertTrue(path.is_dir() or zipfile.ZipFile(path).testzip() is None, path)
 
 
 class Misdeeds(CellsTest):
@@ -72,9 +89,8 @@ class Misdeeds(CellsTest):
         world = {"KAV_SECRET": str(secret), "KAV_LINK": str(self.lib / "link"),
                  "KAV_INPUT": str(self.lib / "bad.mobi"), "KAV_ELSEWHERE": str(self.dir / "new"),
                  "LD_PRELOAD": str(SUBSTITUTE)}
-        everything = "KAV_ALL_MISDEEDS" in os.environ
-        for edition in ["reader", "plain"] if everything else ["reader"]:
-            for misdeed, end in (all_misdeeds() if everything else ENDS).items():
+        for edition in ["reader", "plain"] if EVERYTHING else ["reader"]:
+            for misdeed, end in (all_misdeeds() if EVERYTHING else ENDS).items():
                 with self.subTest(misdeed=misdeed, edition=edition):
                     done = self.convert("--time", "1", "--edition", edition, KAV_MISDEED=misdeed,
                                         **world)
@@ -143,6 +159,66 @@ class Kills(CellsTest):
                 return [int(child) for child in file.read().split()]
         except FileNotFoundError:
             return []
+
+
+class Faults(CellsTest):
+    """A call that fails in every cell, in books of all kinds: the batch comes to its end."""
+
+    CALLS = ["malloc", "open", "write", "read", "fopen", "fread", "fwrite", "fclose", "opendir",
+             "readdir"]
+    TURNS = [*range(1, 40), *(40 * 5 ** i // 4 ** i for i in range(36))] if EVERYTHING else [1, 300]
+
+    def setUp(self):
+        super().setUp()
+        for seed in (SOURCE / "tests" / "fixtures" / "mobi").glob("*.*"):
+            if seed.suffix in (".mobi", ".azw3", ".pdb"):
+                shutil.copy(seed, self.lib)
+        (self.lib / "site").mkdir()
+        (self.lib / "site" / "page.html").write_text("<h1>T</h1><p>x<img src=dot.gif>" * 50)
+
+    def test_the_batch_comes_to_its_end(self):
+        preloaded = {"LD_PRELOAD": str(BUILD / "substitute" / "libfaults_of_cells.so")}
+        inputs = len([path for path in self.lib.rglob("*") if path.is_file()])
+        for edition in ["reader", "plain"] if EVERYTHING else ["reader"]:
+            for call, turn in itertools.product(self.CALLS, self.TURNS):
+                with self.subTest(edition=edition, call=call, turn=turn):
+                    shutil.rmtree(self.made, ignore_errors=True)
+                    done = self.convert("--edition", edition, "--time", "2", **preloaded,
+                                        KAV_FAULT=f"{call} {turn}")
+                    self.assertEqual(inputs, sum(self.tally(done.stdout)), done.stdout + done.stderr)
+                    self.check_wholeness(self.tally(done.stdout)[0])
+        done = self.convert(KAV_FAULT="malloc 1", **preloaded)
+        self.assertEqual(inputs, done.stderr.count("took more than"), done.stderr)
+
+
+class Strangers(CellsTest):
+    """Files from those who mean harm, and files that were damaged, with too little memory."""
+
+    def test_the_batch_comes_to_its_end(self):
+        chance = random.Random(3)
+        strange = self.dir / "strange"
+        strange.mkdir()
+        for name in ["hostile_pages.txt", "page_costs.txt"]:
+            for i, row in enumerate(data_rows(name)):
+                (strange / f"{name}{i}.html").write_text("<body>".join(row[1:]), errors="ignore")
+        for folder, suffix in [("page", "html"), ("html", "html"), ("novel", "txt"),
+                               ("mobi", "mobi"), ("picture", "jpg"), ("encoding", "txt")]:
+            for seed in [*(SOURCE / "fuzz").glob(f"*/{folder}/*")]:
+                for i in range(100 if EVERYTHING else 2):
+                    data = bytearray(seed.read_bytes())
+                    for _ in range(i if data else 0):
+                        data[chance.randrange(len(data))] = chance.randrange(256)
+                    (strange / f"{folder} {seed.stem} {i}.{suffix}").write_bytes(data)
+        inputs = list(strange.iterdir())
+        for edition, memory in itertools.product(["reader", "plain"], ["24", "400"]):
+            if edition == "plain" and not EVERYTHING:
+                continue
+            with self.subTest(edition=edition, memory=memory):
+                shutil.rmtree(self.made, ignore_errors=True)
+                done = self.convert(*inputs, "-o", self.made, "--separate", "--edition", edition,
+                                    "--memory", memory)
+                self.assertEqual(len(inputs) + GOOD, sum(self.tally(done.stdout)))
+                self.check_wholeness(self.tally(done.stdout)[0])
 
 
 class Lacking(CellsTest):

@@ -32,7 +32,7 @@ bool Fails(const char* call, int error) {
   const bool fails =
       faults.persists ? faults.calls >= faults.failing : faults.calls == faults.failing;
   if (!fails) return false;
-  if (faults.hit == nullptr && faults.inside != nullptr) {
+  if (faults.patience > 0 && faults.hit == nullptr && faults.inside != nullptr) {
     faults.hit = faults.inside;
     const itimerval patience{{}, {0, faults.patience}};  // it may never come back
     setitimer(ITIMER_PROF, &patience, nullptr);
