@@ -3,7 +3,6 @@ import {say} from './texts.js';
 
 // These stand first and always; what else the program offers follows under "More".
 const first = ['title', 'author', 'language', 'cover', 'chapters'];
-const several = ['author', 'translator', 'subject'];
 const words = ['auto', 'none', 'line', 'wrapped', 'strict', 'replace', 'yes', 'no'];
 let serial = 0;
 
@@ -24,9 +23,9 @@ function labelled(text, field, hint) {
   return make('p', {className: 'field'}, ...parts);
 }
 
-function choiceOf(name, values, own) {
+function choiceOf(name, values) {
   const choice = make('select', {name});
-  for (const value of own ? [...values, 'own'] : values) {
+  for (const value of values) {
     choice.append(make('option', {value: value === 'auto' ? '' : value,
                                   textContent: say(`value.${value}`) ?? value}));
   }
@@ -36,7 +35,7 @@ function choiceOf(name, values, own) {
 
 // A choice of which one value is the user's own, with the field for it.
 function withOwn(name, values, field, label, is) {
-  const choice = choiceOf(name, values, true);
+  const choice = choiceOf(name, [...values, 'own']);
   const own = labelled(label, field);
   const show = () => {
     own.hidden = choice.value !== 'own';
@@ -47,7 +46,10 @@ function withOwn(name, values, field, label, is) {
   return [labelled(say(`field.${name}`), choice), own];
 }
 
-function fieldsOf({name, values}) {
+// What the server calls a cover that was sent to it.
+const sentCover = 'file';
+
+function fieldsOf({name, values, repeats}) {
   const fixed = values.filter(value => words.includes(value));
   if (name === 'cover') {
     const picture = make('input', {type: 'file', name: 'cover-own',
@@ -60,13 +62,15 @@ function fieldsOf({name, values}) {
   }
   const text = say(`field.${name}`) ?? name;
   if (values.length > 0 && fixed.length === values.length) return [labelled(text, choiceOf(name, values))];
-  return [labelled(text, make('input', {name, autocomplete: 'off'}), say(`hint.${name}`))];
+  const field = make('input', {name, autocomplete: 'off'});
+  if (repeats) field.dataset.repeats = true;
+  return [labelled(text, field, say(`hint.${name}`) ?? (repeats ? say('hint.several') : null))];
 }
 
 // Fills an element with the fields of all options that the program offers.
 export function offer(fields, options) {
   const known = new Map(options.map(option => [option.name, option]));
-  const most = first.map(name => known.get(name) ?? {name, values: []});
+  const most = first.filter(name => known.has(name)).map(name => known.get(name));
   const rest = options.filter(({name}) => !first.includes(name));
   fields.replaceChildren(...most.flatMap(fieldsOf));
   if (rest.length === 0) return;
@@ -83,9 +87,10 @@ export function optionsOf(form) {
     if (!field.name || !value || field.name.endsWith('-own')) continue;
     if (value === 'own') {
       const own = form.elements[`${field.name}-own`];
-      if (field.dataset.own === 'file') cover = own.files[0] ?? null;
+      if (field.dataset.own === 'file' && own.files.length > 0) [cover] = own.files;
+      else if (field.dataset.own === 'file') values.push([field.name, sentCover]);
       else if (own.value) values.push([field.name, own.value]);
-    } else if (several.includes(field.name)) {
+    } else if (field.dataset.repeats) {
       for (const one of value.split(/[;；]/)) if (one.trim()) values.push([field.name, one.trim()]);
     } else {
       values.push([field.name, value]);
@@ -99,8 +104,8 @@ function fill(field, value, form) {
   field.value = text;
   if (field.tagName !== 'SELECT') return;
   if (text && field.value !== text) { // not among the choices
-    field.value = field.dataset.own === 'text' ? 'own' : '';
-    if (field.value) form.elements[`${field.name}-own`].value = text;
+    field.value = field.dataset.own && text !== 'auto' ? 'own' : '';
+    if (field.dataset.own === 'text') form.elements[`${field.name}-own`].value = text;
   }
   field.dispatchEvent(new Event('change'));
 }

@@ -31,7 +31,7 @@ async function attempt(doing, element) {
   } catch (error) {
     if (!(error instanceof server.Refusal)) throw error;
     complain(error.message, element);
-    if (error.code === 'login') askForPassword();
+    if (error.code === 'login-needed') askForPassword();
     return null;
   }
 }
@@ -72,11 +72,16 @@ function dropRow(id) {
   if (hadFocus) (next?.querySelector('.doings > *') ?? part('choose-files')).focus();
 }
 
+// Of uploads the server knows nothing yet, or nothing at all.
+function isLocal(book) {
+  return book.state === 'uploading' || book.state === 'refused';
+}
+
 async function listBooks() {
   const books = await attempt(server.books);
   if (!books) return;
   const known = new Set(books.map(book => book.id));
-  for (const [id, row] of rows) if (!known.has(id) && row.book.state !== 'uploading') dropRow(id);
+  for (const [id, row] of rows) if (!known.has(id) && !isLocal(row.book)) dropRow(id);
   books.forEach(showBook);
 }
 
@@ -92,9 +97,9 @@ const acts = {
 };
 
 function act(doing, book) {
-  if (book.request) book.request.abort();
-  if (book.request) dropRow(book.id);
-  else acts[doing](book);
+  if (!isLocal(book)) return acts[doing](book);
+  book.request?.abort();
+  return dropRow(book.id);
 }
 
 // ------------------------------------------------------------------------------------- bringing
@@ -113,8 +118,8 @@ function bring(files) {
       complain('');
     },
     onRefused(refusal) {
-      showBook({...upload, request: null, state: 'failed', error: {message: refusal.message}});
-      if (refusal.code === 'login') askForPassword();
+      showBook({...upload, state: 'refused', error: {message: refusal.message}});
+      if (refusal.code === 'login-needed') askForPassword();
     },
   });
   showBook(upload);
@@ -133,7 +138,8 @@ function listenForFiles() {
   document.addEventListener('drop', async event => {
     event.preventDefault();
     hover(-depth);
-    bring(await filesDropped(event.dataTransfer));
+    const files = filesDropped(event.dataTransfer);
+    bring(await files.catch(() => complain(say('error.unreadable'))) ?? []);
   });
   for (const [button, input] of [['choose-files', 'files'], ['choose-folder', 'folder']]) {
     part(button).addEventListener('click', () => part(input).click());
@@ -163,6 +169,7 @@ function listenToDialogs() {
   form.addEventListener('submit', event => {
     event.preventDefault(); // the dialog stays when the server refuses
     attempt(async () => {
+      if (edited.state === 'waiting') await server.cancel(edited.id);
       showBook(await server.convert(edited.id, optionsOf(form)));
       part('edit').close();
     }, form.querySelector('.trouble'));

@@ -13,6 +13,7 @@ const doings = {
   done: ['read', 'download', 'edit', 'forget'],
   failed: ['edit', 'forget'],
   cancelled: ['edit', 'forget'],
+  refused: ['forget'],
 };
 
 export const nameOf = book => book.title || book.options?.title || book.name;
@@ -154,22 +155,30 @@ export class Row {
     box.querySelector('ol').replaceChildren(...shown);
   }
 
-  // Focus stays on the same doing, or goes to the first one where that is no more.
+  // What can still be done stays where the pointer and the focus are. The focus of what is no more goes
+  // to what comes first.
   showDoings(title) {
     const box = this.part('.doings');
-    const focused = box.contains(document.activeElement) && document.activeElement.dataset.doing;
-    box.replaceChildren(...doings[this.book.state].filter(doing => doing !== 'read' || Row.canRead)
-                          .map((doing, i) => this.makeDoing(doing, title, i === 0)));
-    if (focused) (box.querySelector(`[data-doing=${focused}]`) ?? box.firstElementChild)?.focus();
+    const hadFocus = box.contains(document.activeElement);
+    const wanted = doings[this.book.state].filter(doing => doing !== 'read' || Row.canRead);
+    for (const element of [...box.children]) {
+      if (!wanted.includes(element.dataset.doing)) element.remove();
+    }
+    wanted.forEach((doing, i) => {
+      const found = box.querySelector(`[data-doing=${doing}]`);
+      const element = found ?? this.makeDoing(doing);
+      if (!found) box.insertBefore(element, box.children[i] ?? null);
+      element.setAttribute('aria-label', say('of', {action: say(doing), title}));
+    });
+    if (hadFocus && !box.contains(document.activeElement)) box.firstElementChild.focus();
   }
 
-  makeDoing(doing, title, isMain) {
+  makeDoing(doing) {
     const isLink = doing === 'download';
     const element = document.createElement(isLink ? 'a' : 'button');
-    element.className = isMain && this.book.state === 'done' ? 'button main' : 'button';
+    element.className = doing === 'read' ? 'button main' : 'button';
     element.dataset.doing = doing;
     element.textContent = say(doing);
-    element.setAttribute('aria-label', say('of', {action: say(doing), title}));
     if (isLink) Object.assign(element, {href: addressOf(this.book.id), download: ''});
     else element.addEventListener('click', () => this.onDo(doing, this.book));
     return element;

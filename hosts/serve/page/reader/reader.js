@@ -47,6 +47,15 @@ function nightRules() {
   };
 }
 
+// Chapters cannot run or load anything, but browsers connect to where a frame is to come from before
+// they refuse it, and the engine would look for the chapter of a link that is a script.
+function leaveOut(chapter) {
+  for (const element of chapter.querySelectorAll('script, iframe, frame, object, embed')) element.remove();
+  for (const link of chapter.querySelectorAll('[href]')) {
+    if (/^\s*(javascript|data|vbscript):/i.test(link.getAttribute('href'))) link.removeAttribute('href');
+  }
+}
+
 class Reader {
   constructor({id, title, bytes}) {
     this.key = `place.${id}`;
@@ -54,13 +63,14 @@ class Reader {
     document.title = say('reading', {title});
     this.title = title;
     this.book = ePub(bytes);
+    this.book.spine.hooks.content.register(leaveOut);
     this.rendition = this.book.renderTo(part('book'), {
       width: '100%', height: '100%', flow: 'paginated', minSpreadWidth: 900,
     });
     this.rendition.themes.registerRules('day', {});
     this.rendition.themes.registerRules('night', nightRules());
     this.rendition.on('relocated', place => this.showPlace(place));
-    this.rendition.on('rendered', (section, view) => this.nameFrame(view));
+    new MutationObserver(() => this.nameFrames()).observe(part('book'), {childList: true, subtree: true});
     this.rendition.on('keydown', event => this.press(event));
     this.listenForSwipes();
   }
@@ -79,8 +89,10 @@ class Reader {
     }
   }
 
-  nameFrame(view) {
-    view.iframe.title = say('pagesOf', {title: this.title});
+  nameFrames() {
+    for (const frame of part('book').querySelectorAll('iframe')) {
+      frame.title = say('pagesOf', {title: this.title});
+    }
   }
 
   listChapters(items, level = 1) {
@@ -108,7 +120,7 @@ class Reader {
 
   showPlace({start}) {
     memory.set(this.key, start.cfi);
-    part('book').dataset.place = start.cfi;
+    part('book').dataset.page = `${start.index}:${start.displayed.page}`;
     const chapter = this.chapters.findLast(({index}) => index <= start.index);
     const page = say('chapterPage', {n: start.displayed.page, of: start.displayed.total});
     part('place').textContent = chapter ? `${chapter.label} · ${page}` : page;
