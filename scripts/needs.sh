@@ -29,7 +29,7 @@ need_for_building() {
   need "what the build needs" g++ cmake ninja-build pkg-config libxml2-dev zlib1g-dev \
     libdeflate-dev libmd-dev libxxhash-dev libminizip-dev libmobi-dev libcli11-dev \
     nlohmann-json3-dev libsimdjson-dev libpng-dev libwebp-dev libtiff-dev libturbojpeg0-dev libuchardet-dev libpango1.0-dev libcld2-dev libgumbo-dev libpcre2-dev \
-    libcmark-gfm-dev libcmark-gfm-extensions-dev libidn2-dev libseccomp-dev
+    libcmark-gfm-dev libcmark-gfm-extensions-dev libidn2-dev libseccomp-dev libmicrohttpd-dev libcrypt-dev
 
   # What one build has compiled, another one of the same kind takes from the cache: a build from
   # nothing from the one before it.

@@ -21,6 +21,7 @@ Examples:
   kavepub convert library/ -o books/ --journal run.jsonl; kavepub report run.jsonl
   kavepub info novel.epub
   kavepub preview novel.epub                    draws the first pages into novel.png
+  kavepub serve --open                          makes books on a page in the browser
 )";
 
 constexpr char kFooter[] =
@@ -183,9 +184,90 @@ void AddReport(CLI::App& app, ReportArguments& arguments) {
   report.add_flag("--json", arguments.json, "Tell all in one line of JSON");
 }
 
+// "127.0.0.1:8017", "[::1]:8017": a numeric address.
+void AddListen(CLI::App& command, Endpoint& endpoint) {
+  static constexpr char kName[] = "--listen";
+  const auto take = [&endpoint](const std::string& given) {
+    const size_t colon = given.rfind(':');
+    const std::string port = colon == std::string::npos ? "" : given.substr(colon + 1);
+    const char* end = port.data() + port.size();
+    const auto read = std::from_chars(port.data(), end, endpoint.port);
+    endpoint.host = given.substr(0, colon);
+    const bool isSix = endpoint.host.starts_with('[') && endpoint.host.ends_with(']');
+    if (isSix) endpoint.host = endpoint.host.substr(1, endpoint.host.size() - 2);
+    if (port.empty() || read.ec != std::errc() || read.ptr != end || endpoint.host.empty()) {
+      throw CLI::ValidationError(kName, "\"" + given + "\" is no ADDRESS:PORT");
+    }
+  };
+  command
+      .add_option_function<std::string>(
+          kName, take, "Address that others reach, which needs a password: 0.0.0.0:8017 for all")
+      ->type_name("ADDRESS:PORT");
+}
+
+void AddServe(CLI::App& app, ServeArguments& arguments) {
+  CLI::App& serve = *app.add_subcommand("serve", "Open a page where books are made and read");
+  ServeSettings& settings = arguments.settings;
+  const auto number = [&](const char* name, auto& value, auto most, const char* text) {
+    return serve.add_option(name, value, text)
+        ->type_name(kNumber)
+        ->check(CLI::Range(std::decay_t<decltype(value)>(1), std::decay_t<decltype(value)>(most))
+                    .description(""));
+  };
+  serve
+      .add_option("--port", settings.endpoint.port,
+                  "Port on this computer (default: 8017); 0 for any that is free")
+      ->type_name(kNumber);
+  AddListen(serve, settings.endpoint);
+  serve.add_flag("--open", settings.opensBrowser, "Open the page in the browser");
+  serve
+      .add_option("--name", settings.names,
+                  "Name by which others see this server, behind another one; can be given again")
+      ->type_name("HOST")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  serve
+      .add_option("--password-file", settings.passwordFile,
+                  "Ask for the password whose hash this file holds")
+      ->type_name(kFile);
+  serve.add_flag("--hash-password", arguments.hashesPassword,
+                 "Read a password, print its hash for such a file, and do nothing else");
+  serve
+      .add_option("--store", settings.store,
+                  "Directory for books (default: ~/.local/state/kavepub/serve)")
+      ->type_name(kDirectory);
+  const auto keep = [&settings](unsigned hours) {
+    settings.limits.keep = std::chrono::hours(hours);
+  };
+  serve.add_option_function<unsigned>("--keep", keep, "Hours that books are kept (default: 24)")
+      ->type_name(kNumber)
+      ->check(CLI::Range(1U, 100000U).description(""));
+  const auto megabytes = [&](const char* name, std::uint64_t& bytes, const char* text) {
+    const auto take = [&bytes](std::uint64_t given) { bytes = given << 20; };
+    serve.add_option_function<std::uint64_t>(name, take, text)
+        ->type_name(kNumber)
+        ->check(CLI::Range(1U, 1U << 24).description(""));
+  };
+  megabytes("--max-upload", settings.limits.upload,
+            "Megabytes that can be sent at once (default: 512)");
+  megabytes("--max-store", settings.room, "Megabytes of all that is kept (default: 8192)");
+  number("--max-books", settings.limits.booksOfSession, 100000,
+         "Books of one visitor (default: 250)");
+  number("--max-all-books", settings.limits.books, 100000, "Books of all (default: 2000)");
+  number("--patience", settings.graceSeconds, 3600,
+         "Seconds after which a client is cut off that is slower than 4 KB/s (default: 20)");
+  number("-j,--jobs", settings.jobs, 1024, "Books made at once (default: one a processor)");
+  static const std::map<std::string, Sandbox> kCells = {{"auto", Sandbox::kAuto},
+                                                        {"require", Sandbox::kRequire}};
+  AddChoice(serve, "--sandbox", settings.sandbox, kCells,
+            "Books are made in processes that can do nothing else: as well as the system can (the "
+            "default), or only if it can do all");
+}
+
 void AddHelp(CLI::App& app, std::string& explained) {
   CLI::App& help = *app.add_subcommand("help", "Print this help, or that of a command");
-  help.add_option(kCommand, explained, "convert, info, preview, list, report or doctor")
+  help.add_option(kCommand, explained, "convert, info, preview, list, report, serve or doctor")
       ->type_name("");
 }
 
@@ -196,12 +278,13 @@ CommandLine::CommandLine() : app(kDescription, "kavepub") {
   app.set_version_flag("--version", "kavepub " KAVEPUB_VERSION, "Print the version and exit");
   app.require_subcommand(1);
   app.get_formatter()->column_width(28);
-  convert.jobs = std::max(1U, std::thread::hardware_concurrency());
+  convert.jobs = serve.settings.jobs = std::max(1U, std::thread::hardware_concurrency());
   AddConvert(app, convert);
   AddInfo(app, info);
   AddPreview(app, preview);
   AddList(app, list);
   AddReport(app, report);
+  AddServe(app, serve);
   app.add_subcommand("doctor", "Tell how well this system keeps books from doing harm");
   AddHelp(app, explained);
 }

@@ -29,6 +29,7 @@ struct CommandLine {
   PreviewArguments preview;
   ListArguments list;
   ReportArguments report;
+  ServeArguments serve;
   std::string explained;  // the command that a help is asked for
 };
 

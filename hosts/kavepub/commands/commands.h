@@ -8,6 +8,7 @@
 
 #include "hosts/kavepub/plan/book_order.h"
 #include "hosts/kavepub/plan/planning.h"
+#include "hosts/serve/server/serve.h"
 
 enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2, kInterrupted = 130 };
 
@@ -46,6 +47,12 @@ struct ReportArguments {
   bool json = false;
 };
 int RunReportCommand(const ReportArguments& arguments);
+
+struct ServeArguments {
+  ServeSettings settings;
+  bool hashesPassword = false;
+};
+int RunServe(const ServeArguments& arguments);
 
 // Tells what keeps cells closed; a failure unless they are.
 int RunDoctor();

@@ -86,6 +86,7 @@ int Run(int argc, char** argv) {
   if (line.app.got_subcommand("list")) return RunList(line.list);
   if (line.app.got_subcommand("report")) return RunReportCommand(line.report);
   if (line.app.got_subcommand("preview")) return RunPreview(line.preview);
+  if (line.app.got_subcommand("serve")) return RunServe(line.serve);
   if (line.app.got_subcommand("doctor")) return RunDoctor();
   return Explain(line);
 }

@@ -47,8 +47,9 @@ void WorkInCell(void* /*user*/, kavepub_cell* cell, const void* request, size_t 
 
 // Is asked ten times a second, also before the cell has told anything.
 int OnProgress(void* user, double done) {
-  if (done > 0) static_cast<Progress*>(user)->Show(done);
-  return WasInterrupted() ? 1 : 0;
+  auto& progress = *static_cast<Progress*>(user);
+  if (done > 0) progress.Show(done);
+  return WasInterrupted() || progress.WantsToStop() ? 1 : 0;
 }
 
 Errand NewErrand(const Work& work, int output, Progress& progress) {

@@ -8,6 +8,10 @@ class Progress {
 
   // The share of the work that is done, from 0 to 1.
   virtual void Show(double share) = 0;
+
+  // Whether nobody waits for the book any more; asked many times a second, by the thread that waits
+  // for a cell.
+  virtual bool WantsToStop() { return false; }
 };
 
 class NoProgress : public Progress {

@@ -5,6 +5,7 @@
 
 #include "hosts/kavepub/work/plain_book.h"
 #include "hosts/kavepub/work/reader_book.h"
+#include "hosts/kavepub/work/unpacking.h"
 
 namespace {
 
@@ -23,6 +24,9 @@ Conversion DoWork(const Work& work, int output, Progress& progress) {
       return Told(MakeReadersBook(work.order, work.options, work.piped, output, progress));
     case Work::Task::kExamination:
       return Told(ExamineForReaders(work.order, work.options, work.piped, progress));
+    case Work::Task::kUnpacking:
+      Unpack(work.order.inputs.front(), work.workDir, work.room);
+      return {};
   }
   return {};
 }

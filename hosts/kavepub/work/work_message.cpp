@@ -116,7 +116,7 @@ std::string Ended(End end, int error = 0) {
 }  // namespace
 
 std::string WriteWork(const Work& work) {
-  const auto& [task, order, options, piped, workDir] = work;
+  const auto& [task, order, options, piped, workDir, room] = work;
   Packing packing;
   packing.Add(NumberOf(task)).Add(NumberOf(order.kind)).Add(order.inputs.size());
   for (const auto& input : order.inputs) packing.Add(input.native());
@@ -124,7 +124,7 @@ std::string WriteWork(const Work& work) {
   packing.Add(NumberOf(options.edition)).Add(options.chosen.size());
   for (const auto& [name, value] : options.chosen) packing.Add(name).Add(value);
   packing.Add(options.isAlone ? 1 : 0);
-  return packing.Add(piped).Add(workDir.native()).Bytes();
+  return packing.Add(piped).Add(workDir.native()).Add(room).Bytes();
 }
 
 Work ReadWork(std::string_view bytes) {
@@ -145,6 +145,7 @@ Work ReadWork(std::string_view bytes) {
   work.options.isAlone = unpacking.Number() != 0;
   work.piped = unpacking.Text();
   work.workDir = unpacking.Text();
+  work.room = unpacking.Number();
   return work;
 }
 
