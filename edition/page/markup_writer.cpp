@@ -21,6 +21,7 @@ constexpr size_t kLongestOnNextPage = 512;
 
 constexpr size_t kBetweenBreaks = size_t{1} << 13;
 constexpr size_t kDeepestBreak = 64;
+constexpr size_t kLongestWholeListing = size_t{1} << 16;  // a quarter of a page at most
 
 enum TableStage { kNothingYet, kCaptionBegun, kColumnsBegun, kHeadBegun, kFootBegun, kBodyBegun };
 
@@ -76,7 +77,7 @@ void MarkupWriter::Begin(const char* name, Place place, Model model, std::string
     return BeginInline("span", std::move(element.attributes), std::move(element.id));
   }
   CloseInlines();
-  if (std::string_view(name) == "pre") ++preformatted;
+  if (std::string_view(name) == "pre" && ++preformatted == 1) beginOfListing = page.body.size();
   element.isTransparent = fit.way == Fit::Way::kTransparent;
   order.push_back(false);
   blocks.push_back(std::move(element));
@@ -157,13 +158,14 @@ void MarkupWriter::Text(std::string_view text) {
   AppendEscaped(text, page.body);
 }
 
-// A listing may end with a page wherever a line does.
+// A long listing may end with a page wherever a line does; a short one stays whole.
 void MarkupWriter::WriteInPreformatted(std::string_view text) {
   while (!text.empty()) {
     const size_t size = std::min(text.size(), kBetweenBreaks);
     const size_t end = std::min(text.find('\n', size - 1), text.size() - 1) + 1;
     AppendEscaped(text.substr(0, end), page.body);
-    if (page.body.back() == '\n' && openInlines.empty()) NoteBreak();
+    const bool isLong = page.body.size() - beginOfListing > kLongestWholeListing;
+    if (isLong && page.body.back() == '\n' && openInlines.empty()) NoteBreak();
     text.remove_prefix(end);
   }
 }

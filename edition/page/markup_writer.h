@@ -101,6 +101,7 @@ class MarkupWriter {
   std::vector<std::string> pendingIds;
   std::vector<size_t> path;  // kept, as it is needed often
   size_t preformatted = 0;
+  size_t beginOfListing = 0;
   size_t lastBreak = 0;
   size_t repeated = 0;   // bytes of attributes
   bool isInRun = false;  // text or an inline element was written last
