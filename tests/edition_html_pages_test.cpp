@@ -38,6 +38,24 @@ TEST(HtmlPages, LeadOut) {
   }
 }
 
+TEST(HtmlPages, CanEndWithLinesOfLongTexts) {
+  constexpr size_t kFarthest = 80'000;
+  const std::string line = "x = <b>1</b>; <i>y";
+  for (const auto& [begin, end] : {std::pair("<pre>", "\n</i>"),
+                                   {"<pre><code id=a>", "\nz</i>"},
+                                   {"", "</i><br><br>\n"},
+                                   {"<p><font size=2>", "<br/></i>"},
+                                   {"<ul><li><table><td>", "</i><br>"}}) {
+    const std::string body = ReadPage(begin + Repeated(line + end, 10'000)).markup.body;
+    size_t last = 0;
+    for (size_t next = 0; (next = body.find(kBreakMark, last + 1)) != std::string::npos;) {
+      EXPECT_LT(next - last, kFarthest) << begin;
+      last = next;
+    }
+    EXPECT_LT(body.size() - last, kFarthest) << begin;
+  }
+}
+
 TEST(HtmlPages, NeedSmallStacksAndLittleTime) {
   constexpr std::clock_t kMostSeconds = 20;
   constexpr size_t kLargest = 3 << 20;  // what is larger is one long line

@@ -21,7 +21,7 @@ constexpr size_t kLongestOnNextPage = 512;
 
 constexpr size_t kBetweenBreaks = size_t{1} << 13;
 constexpr size_t kDeepestBreak = 64;
-constexpr size_t kLongestWholeListing = size_t{1} << 16;  // a quarter of a page at most
+constexpr size_t kLongestWholeRun = size_t{1} << 16;  // a quarter of a page
 
 enum TableStage { kNothingYet, kCaptionBegun, kColumnsBegun, kHeadBegun, kFootBegun, kBodyBegun };
 
@@ -77,7 +77,7 @@ void MarkupWriter::Begin(const char* name, Place place, Model model, std::string
     return BeginInline("span", std::move(element.attributes), std::move(element.id));
   }
   CloseInlines();
-  if (std::string_view(name) == "pre" && ++preformatted == 1) beginOfListing = page.body.size();
+  if (std::string_view(name) == "pre") ++preformatted;
   element.isTransparent = fit.way == Fit::Way::kTransparent;
   order.push_back(false);
   blocks.push_back(std::move(element));
@@ -158,21 +158,24 @@ void MarkupWriter::Text(std::string_view text) {
   AppendEscaped(text, page.body);
 }
 
-// A long listing may end with a page wherever a line does; a short one stays whole.
 void MarkupWriter::WriteInPreformatted(std::string_view text) {
   while (!text.empty()) {
-    const size_t size = std::min(text.size(), kBetweenBreaks);
-    const size_t end = std::min(text.find('\n', size - 1), text.size() - 1) + 1;
+    const bool mayBreak = MayBreakRun();
+    const size_t line = mayBreak ? text.find('\n') : std::string_view::npos;
+    const size_t most = mayBreak ? text.size() : std::min(text.size(), kBetweenBreaks);
+    const size_t end = std::min(line, most - 1) + 1;
     AppendEscaped(text.substr(0, end), page.body);
-    const bool isLong = page.body.size() - beginOfListing > kLongestWholeListing;
-    if (isLong && page.body.back() == '\n' && openInlines.empty()) NoteBreak();
     text.remove_prefix(end);
+    if (line == std::string_view::npos) continue;
+    isAtLineEnd = true;
+    if (!text.empty()) PrepareText();
   }
 }
 
 void MarkupWriter::Inline(std::string_view markup) {
   PrepareText();
   page.body += markup;
+  isAtLineEnd = markup.starts_with("<br");
 }
 
 bool MarkupWriter::IsPreformatted() const {
@@ -245,7 +248,7 @@ void MarkupWriter::OpenBlock(size_t block) {
     page.body += ">";
     element.isOpen = true;
     open.push_back({element.name, element.model, next, false});
-    isInRun = false;
+    BeginRun();
   }
 }
 
@@ -281,8 +284,13 @@ void MarkupWriter::GoTo(size_t block, Place place) {
     if (place == Place::kInText && fit.model == Model::kText) page.body.append(" class=\"run\"");
     page.body.append(">");
     open.push_back({fit.wrapper, fit.model, kNone, false});
-    isInRun = false;
+    BeginRun();
   }
+}
+
+void MarkupWriter::BeginRun() {
+  isInRun = false;
+  beginOfRun = page.body.size();
 }
 
 void MarkupWriter::CloseTag() {
@@ -304,6 +312,10 @@ void MarkupWriter::PrepareText() {
   }
   OpenBlock(block);
   GoTo(block, Place::kInText);
+  if (std::exchange(isAtLineEnd, false) && MayBreakRun()) {
+    CloseInlines();
+    NoteBreak();
+  }
   OpenInlines();
   isInRun = true;
   for (const std::string& id : std::exchange(pendingIds, {})) {
@@ -328,6 +340,12 @@ void MarkupWriter::CloseInlines() {
     page.body.append("</").append(inlines[openInlines.back()].name).append(">");
     openInlines.pop_back();
   }
+}
+
+// Listings and texts without paragraphs may end with a page wherever a line does, if they are long.
+bool MarkupWriter::MayBreakRun() const {
+  return page.body.size() >= beginOfRun + kLongestWholeRun &&
+         page.body.size() >= lastBreak + kBetweenBreaks;
 }
 
 void MarkupWriter::NoteBreak() {

@@ -88,6 +88,8 @@ class MarkupWriter {
   void PrepareText();
   void PutId(Element& element);
   void PutAttributes(Element& element);
+  void BeginRun();
+  bool MayBreakRun() const;
   void NoteBreak();
   void WriteInPreformatted(std::string_view text);
   bool IsPreformatted() const;
@@ -101,10 +103,11 @@ class MarkupWriter {
   std::vector<std::string> pendingIds;
   std::vector<size_t> path;  // kept, as it is needed often
   size_t preformatted = 0;
-  size_t beginOfListing = 0;
+  size_t beginOfRun = 0;  // of text in one block
   size_t lastBreak = 0;
-  size_t repeated = 0;   // bytes of attributes
-  bool isInRun = false;  // text or an inline element was written last
+  size_t repeated = 0;       // bytes of attributes
+  bool isInRun = false;      // text or an inline element was written last
+  bool isAtLineEnd = false;  // of a line that ends in the source
 };
 
 #endif
