@@ -32,6 +32,15 @@ TEST(HtmlPages, BecomeXhtml) {
   }
 }
 
+TEST(HtmlPages, KeepTheLookOfTheirFirstBody) {
+  const HtmlPage page = ReadPage(
+      "<html class=no><body class=a id=b style='color:red'><p>x<a href=y>z</a><body id=c class=d>");
+  EXPECT_EQ(page.bodyClass, "a");
+  EXPECT_EQ(page.bodyId, "b");
+  EXPECT_EQ(page.bodyStyle, "color: red; ");
+  EXPECT_EQ(page.ownText, 1U);
+}
+
 TEST(HtmlPages, LeadOut) {
   for (const auto& row : DataRows("page_links.txt", 2)) {
     EXPECT_EQ(Resolve(row[0], "in/a.html").target, row[1]) << row[0];
