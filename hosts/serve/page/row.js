@@ -39,7 +39,7 @@ function languageName(code) {
 function sizeOf(bytes) {
   const [unit, size] = bytes < 1e6 ? ['kilobyte', bytes / 1e3] : ['megabyte', bytes / 1e6];
   return new Intl.NumberFormat(tag, {style: 'unit', unit, maximumFractionDigits: size < 10 ? 1 : 0})
-      .format(size);
+      .format(size).replace(' ', '\u00a0');
 }
 
 function authorsOf(book) {

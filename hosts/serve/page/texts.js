@@ -35,7 +35,7 @@ export const texts = {
     minutesLeft: {one: 'about a minute left', other: 'about {n} minutes left'},
     said: '{title}: {state}',
     progressOf: 'Progress of {title}',
-    kind: {text: 'of a text', html: 'of web pages', mobi: 'of a MOBI book', pictures: 'of pictures'},
+    kind: {text: 'from a text', html: 'from web pages', mobi: 'from a MOBI book', pictures: 'from pictures'},
     remarks: {one: '{n} remark', other: '{n} remarks'},
     chapters: {one: '{n} chapter', other: '{n} chapters'},
     keptHours: {one: 'Books are kept for {n} hour.', other: 'Books are kept for {n} hours.'},

@@ -123,7 +123,8 @@ class Reader {
     part('book').dataset.page = `${start.index}:${start.displayed.page}`;
     const chapter = this.chapters.findLast(({index}) => index <= start.index);
     const page = say('chapterPage', {n: start.displayed.page, of: start.displayed.total});
-    part('place').textContent = chapter ? `${chapter.label} · ${page}` : page;
+    part('chapter').textContent = chapter?.label ?? '';
+    part('page').textContent = page;
     for (const {button} of this.chapters) button.removeAttribute('aria-current');
     chapter?.button.setAttribute('aria-current', 'true');
   }
