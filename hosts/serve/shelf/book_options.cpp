@@ -99,6 +99,15 @@ Json AsJson(const EditionOptions& options) {
   return object;
 }
 
+EditionOptions InOrderOfTool(EditionOptions options) {
+  const std::vector<kavepub_option> known = KnownEditionOptions();
+  const auto rank = [&known](const auto& option) {
+    return std::ranges::find(known, option.first, &kavepub_option::name) - known.begin();
+  };
+  std::ranges::stable_sort(options, {}, rank);
+  return options;
+}
+
 void CheckOptions(const EditionOptions& options) {
   EditionOptions known;
   for (const auto& [name, value] : options) {

@@ -23,6 +23,9 @@ void ChooseAll(EditionOptions& options, const nlohmann::json& chosen);
 // The same object of what was chosen.
 nlohmann::ordered_json AsJson(const EditionOptions& options);
 
+// In the order in which the tool takes them, so that equal options leave equal traces in books.
+EditionOptions InOrderOfTool(EditionOptions options);
+
 // Throws WrongUsage for values that the library does not take.
 void CheckOptions(const EditionOptions& options);
 

@@ -418,7 +418,7 @@ Conversion Shelf::Make(Book& draft, Progress& progress) const {
   BookOptions options;
   options.isAlone = isAlone;
   options.workDir = store.WorkPlace();
-  options.chosen = draft.options;
+  options.chosen = InOrderOfTool(draft.options);
   for (auto& [name, value] : options.chosen) {
     if (name == kCoverOption && value == kCoverFile) value = store.Directory() / draft.cover;
   }
