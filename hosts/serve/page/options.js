@@ -25,11 +25,10 @@ function labelled(text, field, hint) {
 
 function choiceOf(name, values) {
   const choice = make('select', {name});
-  for (const value of values) {
+  for (const value of new Set(['auto', ...values])) {
     choice.append(make('option', {value: value === 'auto' ? '' : value,
                                   textContent: say(`value.${value}`) ?? value}));
   }
-  if (!values.includes('auto')) choice.prepend(make('option', {value: '', textContent: say('value.auto')}));
   return choice;
 }
 

@@ -60,6 +60,35 @@ function showBook(book) {
   showCount();
 }
 
+// What is told of a book by an answer may be older than what was heard of it while that came: each
+// request has a set of the books that were heard of meanwhile.
+const pending = new Set();
+
+function expectAnswer() {
+  const heard = new Set();
+  pending.add(heard);
+  return {
+    show(books) {
+      pending.delete(heard);
+      for (const book of books) if (!heard.has(book.id)) showBook(book);
+    },
+    giveUp: () => pending.delete(heard),
+  };
+}
+
+async function showAnswer(request) {
+  const answer = expectAnswer();
+  try {
+    answer.show([await request()]);
+  } finally {
+    answer.giveUp();
+  }
+}
+
+function hear(id) {
+  for (const heard of pending) heard.add(id);
+}
+
 // The focus of what goes is taken by what comes next.
 function dropRow(id) {
   const row = rows.get(id);
@@ -78,16 +107,17 @@ function isLocal(book) {
 }
 
 async function listBooks() {
+  const answer = expectAnswer();
   const books = await attempt(server.books);
-  if (!books) return;
+  if (!books) return answer.giveUp();
   const known = new Set(books.map(book => book.id));
   for (const [id, row] of rows) if (!known.has(id) && !isLocal(row.book)) dropRow(id);
-  books.forEach(showBook);
+  return answer.show(books);
 }
 
 const acts = {
   read: book => attempt(() => read(book.id, nameOf(book))),
-  cancel: book => attempt(async () => showBook(await server.cancel(book.id))),
+  cancel: book => attempt(() => showAnswer(() => server.cancel(book.id))),
   edit: book => edit(book),
   forget: book => attempt(async () => {
     await server.forget(book.id);
@@ -108,15 +138,17 @@ function bring(files) {
   if (files.length === 0) return;
   const upload = {id: `upload-${++uploads}`, name: files[0].path.split('/')[0], state: 'uploading',
                   progress: 0, files: files.length > 1 ? files.length : null};
+  const answer = expectAnswer();
   upload.request = server.bring(files, optionsOf(part('before').querySelector('form')), {
     onProgress(progress) {
       showBook({...upload, progress});
     },
     onDone(books) {
       dropRow(upload.id);
-      books.forEach(showBook);
+      answer.show(books);
       complain('');
     },
+    onEnd: answer.giveUp,
     onRefused(refusal) {
       showBook({...upload, state: 'refused', error: {message: refusal.message}});
       if (refusal.code === 'login-needed') askForPassword();
@@ -170,7 +202,7 @@ function listenToDialogs() {
     event.preventDefault(); // the dialog stays when the server refuses
     attempt(async () => {
       if (edited.state === 'waiting') await server.cancel(edited.id);
-      showBook(await server.convert(edited.id, optionsOf(form)));
+      await showAnswer(() => server.convert(edited.id, optionsOf(form)));
       part('edit').close();
     }, form.querySelector('.trouble'));
   });
@@ -210,8 +242,14 @@ async function enter(status) {
   isListening = true;
   server.listen({
     onOpen: listBooks,
-    onBook: showBook,
-    onGone: dropRow,
+    onBook(book) {
+      hear(book.id);
+      showBook(book);
+    },
+    onGone(id) {
+      hear(id);
+      dropRow(id);
+    },
     onLost: () => complain(say('error.connection')),
   });
 }

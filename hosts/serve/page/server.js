@@ -86,7 +86,7 @@ export function convert(id, options) {
 
 // Brings files, each {path, file}, and tells how much has been sent. Only this kind of request tells
 // it; abort() on what is returned ends it.
-export function bring(files, options, {onProgress, onDone, onRefused}) {
+export function bring(files, options, {onProgress, onDone, onRefused, onEnd}) {
   const form = formOf(options); // options before files, as the server reads them in order
   for (const {path, file} of files) form.append('file', file, path);
   const request = new XMLHttpRequest();
@@ -97,6 +97,7 @@ export function bring(files, options, {onProgress, onDone, onRefused}) {
     else onRefused(refusalOf(request.status, request.responseText));
   });
   request.addEventListener('error', () => onRefused(unreachable()));
+  request.addEventListener('loadend', onEnd);
   request.send(form);
   return request;
 }
