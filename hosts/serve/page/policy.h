@@ -11,9 +11,9 @@ inline constexpr std::string_view kPagePolicy =
     "connect-src 'self'; frame-src 'self'; base-uri 'none'; form-action 'none'; "
     "frame-ancestors 'none'; require-trusted-types-for 'script'; trusted-types 'none'";
 
-// The book comes as a message, so the frame and the chapters in it, which inherit this, load nothing
-// from anywhere. Chapters may have attributes that are styles, as books of MOBI files do, and the
-// engine makes style elements, which begin empty (that is the digest).
+// The book comes as a message, so the frame and the chapters in it, which inherit this, load
+// nothing from anywhere. Chapters may have attributes that are styles, as books of MOBI files do,
+// and the engine makes style elements, which begin empty (that is the digest).
 inline constexpr std::string_view kReaderPolicy =
     "default-src 'none'; script-src 'self'; "
     "style-src 'self' blob: 'sha256-47DEQpj8HBSa+/TImW+5JCeuQeRkm5NMpJWZG3hSuFU='; "
