@@ -158,7 +158,7 @@ class Page(ToolTest):
         self.assertIn("Then", chapters)
 
     def test_progress_is_seen_and_cancelled(self):
-        self.write("Long.txt", content=novel("The Long", "Cy West", 5000).encode())
+        self.write("Long.txt", content=novel("The Long", "Cy West", 3000).encode())
         self.browser.drop("#drop", self.dir / "Long.txt")
         self.browser.until("return [...document.querySelectorAll('[data-state=converting] progress')]"
                            ".some(progress => progress.value > 0 && progress.value < 1)")

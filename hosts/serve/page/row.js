@@ -5,10 +5,10 @@ import {addressOf} from './server.js';
 const tones = 6;
 const longest = 200; // chapters shown of a book
 
-// What can be done in which state.
+// What can be done in which state. Where "Cancel" was, nothing comes that a second press would do harm by.
 const doings = {
   uploading: ['cancel'],
-  waiting: ['edit', 'cancel'],
+  waiting: ['cancel', 'edit'],
   converting: ['cancel'],
   done: ['read', 'download', 'edit', 'forget'],
   failed: ['edit', 'forget'],

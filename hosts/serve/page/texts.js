@@ -45,7 +45,7 @@ export const texts = {
     editHint: 'What is left empty is found out.',
     again: 'Make it again',
     cause: {
-      book: 'Something is wrong with what the book was to be made of.',
+      book: '', // the message says it
       machine: 'Something is wrong with this computer.',
       disk: 'The disk is full or does not answer.',
       memory: 'There is not enough memory.',
