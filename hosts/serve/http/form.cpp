@@ -36,7 +36,9 @@ bool Form::Take(std::string_view bytes) {
 
 bool Form::End() {
   MHD_PostProcessor* ended = std::exchange(parser, nullptr);
-  return ended != nullptr && LoadedMhd().destroyPostProcessor(ended) == MHD_YES;
+  const bool isWhole = ended != nullptr && LoadedMhd().destroyPostProcessor(ended) == MHD_YES;
+  if (thrown) std::rethrow_exception(std::exchange(thrown, nullptr));
+  return isWhole;
 }
 
 // Also told before the first bytes of a part have come, and then again.

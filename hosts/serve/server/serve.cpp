@@ -2,6 +2,7 @@
 #include "hosts/serve/server/serve.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <spawn.h>
@@ -33,6 +34,15 @@ fs::path PlaceOfUser() {
   if (state != nullptr && *state == '/') return fs::path(state) / "kavepub/serve";
   if (home != nullptr && *home == '/') return fs::path(home) / ".local/state/kavepub/serve";
   throw WrongUsage("there is no directory of a user to keep books in; name one by --store");
+}
+
+// What a busy hour took goes back to the system after it: with one heap for all threads, and none
+// of the large pieces in it.
+void KeepLittleMemory() {
+  constexpr int kLargePiece = 65536;
+  mallopt(M_ARENA_MAX, 1);
+  mallopt(M_MMAP_THRESHOLD, kLargePiece);
+  mallopt(M_TRIM_THRESHOLD, kLargePiece);
 }
 
 // A connection takes one or two.
@@ -110,6 +120,7 @@ void Serve(const ServeSettings& settings) {
   WarnOfLeaks(workshop);
   const EndSignals signals;
   AllowManyFiles();
+  KeepLittleMemory();
   std::optional<Password> password;
   if (!settings.passwordFile.empty()) password.emplace(settings.passwordFile);
   Endpoint endpoint = settings.endpoint;

@@ -41,6 +41,24 @@ std::string Joined(const Json& names) {
   return text;
 }
 
+std::string Dumped(const Json& object) {
+  return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string Found(const Conversion& conversion) {
+  const Json report = conversion.report ? ::AsJson(*conversion.report) : Json::object();
+  Json found;
+  for (const char* fact : kFound) found[fact] = report.value(fact, "");
+  found["author"] = Joined(report.value("authors", Json::array()));
+  found["chapters"] = report.value("chapters", Json::array());
+  found["warnings"] = Json::array();
+  for (const BookWarning& warning : conversion.warnings) {
+    found["warnings"].push_back(::AsJson(warning));
+  }
+  const std::string object = Dumped(found);
+  return object.substr(1, object.size() - 2);
+}
+
 Json Relative(const fs::path& file, const fs::path& place) {
   return file.empty() ? std::string() : file.lexically_relative(place).string();
 }
@@ -57,31 +75,28 @@ std::string Book::Name(const fs::path& place) const {
 }
 
 void Book::Keep(const Conversion& conversion) {
-  report = conversion.report ? ::AsJson(*conversion.report) : Json::object();
-  warnings = Json::array();
-  for (const BookWarning& warning : conversion.warnings) warnings.push_back(::AsJson(warning));
+  found = Found(conversion);
 }
 
-Json AsJson(const Book& book, const fs::path& place, std::optional<size_t> position) {
+std::string Told(const Book& book, const fs::path& place, std::optional<size_t> position) {
   Json object = {{"id", book.id},
                  {"name", book.Name(place)},
                  {"state", kStates[static_cast<size_t>(book.state)]},
                  {"progress", book.progress},
                  {"secondsLeft", SecondsLeft(book)},
-                 {"position", position ? Json(*position) : Json(nullptr)}};
-  for (const char* fact : kFound) object[fact] = book.report.value(fact, "");
-  object["author"] = Joined(book.report.value("authors", Json::array()));
-  object["chapters"] = book.report.value("chapters", Json::array());
-  object["warnings"] = book.warnings;
-  object["error"] = nullptr;
+                 {"position", position ? Json(*position) : Json(nullptr)},
+                 {"error", nullptr},
+                 {"options", AsJson(book.options)},
+                 {"size", book.size > 0 ? Json(book.size) : Json(nullptr)},
+                 {"created", TextOf(book.created)},
+                 {"expires", book.expires ? Json(TextOf(*book.expires)) : Json(nullptr)}};
   if (book.state == Book::State::kFailed) {
     object["error"] = {{"cause", NameOf(book.cause)}, {"message", book.error}};
   }
-  object["options"] = AsJson(book.options);
-  object["size"] = book.size > 0 ? Json(book.size) : Json(nullptr);
-  object["created"] = TextOf(book.created);
-  object["expires"] = book.expires ? Json(TextOf(*book.expires)) : Json(nullptr);
-  return object;
+  static const std::string kNothingYet = Found({});
+  std::string text = Dumped(object);
+  text.back() = ',';
+  return text + (book.found.empty() ? kNothingYet : book.found) + "}";
 }
 
 Json RecordOf(const Book& book, const fs::path& place) {
@@ -99,8 +114,7 @@ Json RecordOf(const Book& book, const fs::path& place) {
           {"batch", book.isBatch},
           {"options", options},
           {"cover", book.cover},
-          {"report", book.report},
-          {"warnings", book.warnings},
+          {"found", book.found},
           {"made", book.made},
           {"size", book.size},
           {"crc", book.crc},
@@ -127,8 +141,7 @@ Book BookOf(const Json& record, const fs::path& place) {
     book.options.emplace_back(option.at(0).get<std::string>(), option.at(1).get<std::string>());
   }
   record.at("cover").get_to(book.cover);
-  book.report = record.at("report");
-  book.warnings = record.at("warnings");
+  record.at("found").get_to(book.found);
   record.at("made").get_to(book.made);
   record.at("size").get_to(book.size);
   record.at("crc").get_to(book.crc);

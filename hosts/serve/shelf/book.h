@@ -32,8 +32,8 @@ struct Book {
   double progress = 0;
   std::chrono::steady_clock::time_point begun;  // with the conversion
   std::chrono::steady_clock::time_point told;   // to those who listen
-  nlohmann::ordered_json report = nlohmann::ordered_json::object();
-  nlohmann::ordered_json warnings = nlohmann::ordered_json::array();
+  std::string found;  // of what was made, as members of an object of JSON: many chapters take
+                      // much less as text
   Cause cause = Cause::kBook;
   std::string error;  // of a failure
 
@@ -52,12 +52,13 @@ struct Book {
   std::string Name(const std::filesystem::path& place) const;
   std::string FileName() const { return order.output.filename(); }
 
-  void Keep(const Conversion& made);
+  void Keep(const Conversion& conversion);
 };
 
-// What the interface tells of it. `place` is where its files lie; `position` is that in the queue.
-nlohmann::ordered_json AsJson(const Book& book, const std::filesystem::path& place,
-                              std::optional<size_t> position);
+// What the interface tells of it, as JSON. `place` is where its files lie; `position` is that in
+// the queue.
+std::string Told(const Book& book, const std::filesystem::path& place,
+                 std::optional<size_t> position);
 
 // What is kept of a book that was made, and the book of that. Throws a nlohmann::json::exception.
 nlohmann::ordered_json RecordOf(const Book& book, const std::filesystem::path& place);

@@ -19,7 +19,6 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kBetweenEvents = std::chrono::milliseconds(250);
@@ -27,10 +26,6 @@ constexpr auto kBetweenPositions = std::chrono::seconds(1);
 constexpr auto kBetweenBeats = std::chrono::seconds(15);
 constexpr size_t kMostListeners = 8;  // of a session
 constexpr const char* kOfOneBook[] = {"title", "description", "isbn", "series-index"};
-
-std::string Text(const Json& object) {
-  return object.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 std::string Event(const char* name, const std::string& data) {
   return std::string("event: ") + name + "\ndata: " + data + "\n\n";
@@ -136,7 +131,6 @@ std::string Shelf::Add(const std::string& session, Upload& upload, Intake intake
   if (intake.orders.size() > 1) CheckForMany(options);
   if (!upload.Cover().empty()) options.emplace_back(kCoverOption, kCoverFile);
   const std::scoped_lock lock(mutex);
-  Json told = Json::array();
   std::vector<Shared> added;
   for (BookOrder& order : intake.orders) {
     auto book = std::make_shared<Book>();
@@ -169,8 +163,7 @@ std::string Shelf::Add(const std::string& session, Upload& upload, Intake intake
       Settle(*book);
     }
   }
-  for (const Shared& book : added) told.push_back(Object(*book));
-  return Text({{"books", told}});
+  return Told(added);
 }
 
 std::string Shelf::Describe(const std::string& session, const std::string& id) {
@@ -180,11 +173,10 @@ std::string Shelf::Describe(const std::string& session, const std::string& id) {
 
 std::string Shelf::DescribeAll(const std::string& session) {
   const std::scoped_lock lock(mutex);
-  Json told = Json::array();
-  for (const Shared& book : books) {
-    if (book->session == session) told.push_back(Object(*book));
-  }
-  return Text({{"books", told}});
+  std::vector<Shared> own;
+  std::copy_if(books.begin(), books.end(), std::back_inserter(own),
+               [&](const Shared& book) { return book->session == session; });
+  return Told(own);
 }
 
 std::string Shelf::UploadOf(const std::string& session, const std::string& id) {
@@ -290,9 +282,9 @@ void Shelf::Leave(const std::shared_ptr<Listener>& listener) {
 std::optional<std::string> Shelf::NextEvent(Listener& listener) {
   const std::scoped_lock lock(mutex);
   if (!listener.gone.empty()) {
-    const Json id = {{"id", listener.gone.front()}};
+    const nlohmann::json gone = {{"id", listener.gone.front()}};
     listener.gone.pop_front();
-    return Event("gone", Text(id));
+    return Event("gone", gone.dump());
   }
   while (!listener.changed.empty()) {
     const std::string id = std::move(listener.changed.front());
@@ -316,17 +308,19 @@ Shelf::Shared Shelf::Find(const std::string& session, const std::string& id) con
 }
 
 std::string Shelf::Told(const Book& book) const {
-  return Text(Object(book));
-}
-
-Json Shelf::Object(const Book& book) const {
   std::optional<size_t> position;
   if (book.state == Book::State::kWaiting) {
     const auto found = std::find_if(queue.begin(), queue.end(),
                                     [&](const Shared& waiting) { return waiting.get() == &book; });
     position = static_cast<size_t>(found - queue.begin()) + 1;
   }
-  return AsJson(book, store.PlaceOfFiles(book.upload), position);
+  return ::Told(book, store.PlaceOfFiles(book.upload), position);
+}
+
+std::string Shelf::Told(const std::vector<Shared>& several) const {
+  std::string told;
+  for (const Shared& book : several) told.append(told.empty() ? "" : ",").append(Told(*book));
+  return std::string("{\"books\":[").append(told).append("]}");
 }
 
 void Shelf::Tell(Book& book) {
@@ -378,10 +372,11 @@ void Shelf::MakeNext() {
   std::string error;
   Cause cause = Cause::kBook;
   try {
-    draft.Keep(Make(draft, progress));
-    for (Json& warning : draft.warnings) {
-      warning["place"] = WithoutPlaces(warning["place"].get<std::string>(), draft);
+    Conversion made = Make(draft, progress);
+    for (BookWarning& warning : made.warnings) {
+      warning.place = WithoutPlaces(std::move(warning.place), draft);
     }
+    draft.Keep(made);
     draft.size = std::filesystem::file_size(store.PlaceOf(draft));
     draft.crc = ChecksumOf(store.PlaceOf(draft));
     draft.expires = Book::Now() + limits.keep;
@@ -403,8 +398,7 @@ void Shelf::MakeNext() {
     book->made = draft.made;
     book->size = draft.size;
     book->crc = draft.crc;
-    book->report = std::move(draft.report);
-    book->warnings = std::move(draft.warnings);
+    book->found = std::move(draft.found);
   } else {
     book->error = WithoutPlaces(error, draft);
     book->cause = cause;

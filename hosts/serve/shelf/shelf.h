@@ -106,7 +106,7 @@ class Shelf {
 
   Shared Find(const std::string& session, const std::string& id) const;
   std::string Told(const Book& book) const;
-  nlohmann::ordered_json Object(const Book& book) const;
+  std::string Told(const std::vector<Shared>& several) const;
   void Tell(Book& book);
   void TellPositions();
   void Enqueue(const Shared& book);

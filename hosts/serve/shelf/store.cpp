@@ -90,7 +90,8 @@ std::vector<Book> Store::Load() {
       if (!record) throw Failure("none");
       const auto read = nlohmann::ordered_json::parse(*record);
       Book book = BookOf(read, PlaceOfFiles(read.at("upload").get<std::string>()));
-      if (book.id != name || fs::file_size(PlaceOf(book)) != book.size || *book.expires <= Book::Now()) {
+      if (book.id != name || fs::file_size(PlaceOf(book)) != book.size ||
+          *book.expires <= Book::Now()) {
         throw Failure("none any more");
       }
       known.insert(book.upload);
