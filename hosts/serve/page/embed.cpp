@@ -28,6 +28,7 @@ constexpr std::array kTypes = {
     Type{".css", "text/css; charset=utf-8"},
     Type{".js", "text/javascript; charset=utf-8"},
     Type{".svg", "image/svg+xml"},
+    Type{"/api", "application/json"},
     Type{"", "text/html; charset=utf-8"},
 };
 
