@@ -140,7 +140,11 @@ class Page(ToolTest):
         self.browser.drop("#drop", self.dir / "bad.mobi")
         self.assertIn("MOBI", self.text(self.row("bad.mobi", "failed") + " .why"))
         self.assertIn("No book was made", self.text("#said"))
-        self.check_access("done and failed")
+        with open(self.dir / "huge.txt", "wb") as huge:
+            huge.truncate(1 << 30)
+        self.browser.drop("#drop", self.dir / "huge.txt")
+        self.assertIn("larger than what is taken here: 537", self.text(self.row("huge.txt", "refused") + " .why"))
+        self.check_access("done, failed and refused")
         self.browser.open(self.server.url)  # a page that is closed loses nothing
         self.browser.until("return document.querySelectorAll('[data-state=done]').length === 4")
         self.browser.click("#forget-all")

@@ -8,7 +8,7 @@ import {say, tag, translate} from './texts.js';
 
 const part = id => document.getElementById(id);
 const rows = new Map(); // by the ids of books, in their order
-const ended = ['done', 'failed', 'cancelled'];
+const ended = ['done', 'failed', 'cancelled', 'refused'];
 let uploads = 0;
 
 // ------------------------------------------------------------------------------------- telling
@@ -139,6 +139,7 @@ function bring(files) {
   const upload = {id: `upload-${++uploads}`, name: files[0].path.split('/')[0], state: 'uploading',
                   progress: 0, files: files.length > 1 ? files.length : null};
   const answer = expectAnswer();
+  showBook(upload);
   upload.request = server.bring(files, optionsOf(part('before').querySelector('form')), {
     onProgress(progress) {
       showBook({...upload, progress});
@@ -154,7 +155,6 @@ function bring(files) {
       if (refusal.code === 'login-needed') askForPassword();
     },
   });
-  showBook(upload);
 }
 
 function listenForFiles() {

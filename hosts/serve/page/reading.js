@@ -15,29 +15,28 @@ function makeFrame(title) {
   return frame;
 }
 
-function answerOf(frame, type) {
-  return new Promise(resolve => {
-    const hear = event => {
-      if (event.source !== frame.contentWindow || event.data?.type !== type) return;
-      removeEventListener('message', hear);
-      resolve();
-    };
-    addEventListener('message', hear);
-  });
-}
+let waiting = null; // what the frame gets when it is ready
 
 export async function read(id, title) {
   const bytes = await server.bytesOf(id);
-  const frame = makeFrame(title);
+  waiting = {type: 'open', id, title, bytes};
   dialog.setAttribute('aria-label', say('reading', {title}));
-  dialog.replaceChildren(frame);
-  answerOf(frame, 'close').then(() => dialog.close());
-  const ready = answerOf(frame, 'ready');
-  dialog.showModal();
-  await ready;
-  frame.focus();
-  frame.contentWindow.postMessage({type: 'open', id, title, bytes}, location.origin, [bytes]);
+  dialog.replaceChildren(makeFrame(title));
+  if (!dialog.open) dialog.showModal();
 }
+
+function open(frame) {
+  frame.focus();
+  frame.contentWindow.postMessage(waiting, location.origin, [waiting.bytes]);
+  waiting = null;
+}
+
+addEventListener('message', ({source, data}) => {
+  const frame = dialog.querySelector('iframe');
+  if (!frame || source !== frame.contentWindow) return;
+  if (data.type === 'ready' && waiting) open(frame);
+  if (data.type === 'close') dialog.close();
+});
 
 export function forgetPlace(id) {
   try {

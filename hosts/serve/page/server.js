@@ -85,8 +85,14 @@ export function convert(id, options) {
 }
 
 // Brings files, each {path, file}, and tells how much has been sent. Only this kind of request tells
-// it; abort() on what is returned ends it.
+// it; abort() on what is returned ends it, unless it is null, for what is too large.
 export function bring(files, options, {onProgress, onDone, onRefused, onEnd}) {
+  const size = files.reduce((sum, {file}) => sum + file.size, 0);
+  if (size > limits.upload) { // the server would only cut it off
+    onEnd();
+    onRefused(refusalOf(413, '{"error": {"code": "too-large"}}'));
+    return null;
+  }
   const form = formOf(options); // options before files, as the server reads them in order
   for (const {path, file} of files) form.append('file', file, path);
   const request = new XMLHttpRequest();
