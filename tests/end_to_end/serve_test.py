@@ -23,7 +23,7 @@ from book import KAVEPUB, SOURCE, ToolTest, as_bytes, data_rows
 TEXT = b"Chapter 1\n\nIt was the best of times.\n\nChapter 2\n\nIt was the worst of times.\n"
 ROUNDS = int(os.environ.get("KAV_KILLS", "2"))
 UPLOADS = int(os.environ.get("KAV_UPLOADS", "30"))
-STATES = {"done", "failed", "cancelled"}
+FINISHED = {"done", "failed", "cancelled"}
 
 
 def form(name, content=b"evil"):
@@ -77,12 +77,10 @@ class Server:
         assert answer.status == 201, told
         return told["books"][0]["id"]
 
-    def await_book(self, book):
-        while True:
-            told = self.ask("GET", f"/books/{book}")[1]
-            if told["state"] in STATES:
-                return told
+    def await_book(self, book, states=FINISHED):
+        while (told := self.ask("GET", f"/books/{book}")[1])["state"] not in states:
             time.sleep(0.02)
+        return told
 
     def talk(self, request):
         """The answer to what need not be HTTP; empty when the connection was cut."""
@@ -149,6 +147,7 @@ class Attacks(ServeTest):
                 if code:
                     self.assertEqual(code, json.loads(answer.split(b"\r\n\r\n")[1])["error"]["code"])
                 self.assertNotIn(b"\r\nX-Evil", answer)
+                self.assertNotIn(str(self.dir).encode(), answer, "tells where things lie")
         self.assertEqual(theirs, server.ask("GET", f"/books/{book}")[1])
         self.assertEqual([book], self.left("books"))
         self.assertEqual(1, len(self.left("uploads")))
@@ -334,6 +333,7 @@ class Interface(ServeTest):
     def test_cancelled_and_made_again(self):
         server = self.serve(jobs=1)
         long = server.send("long.txt", TEXT * 300_000)
+        server.await_book(long, {"converting"})
         waiting = server.send("waiting.txt")
         self.assertEqual(1, server.ask("GET", f"/books/{waiting}")[1]["position"])
         for book in [waiting, long]:

@@ -25,10 +25,8 @@ struct Type {
   std::string_view name;
 };
 constexpr std::array kTypes = {
-    Type{".css", "text/css; charset=utf-8"},
-    Type{".js", "text/javascript; charset=utf-8"},
-    Type{".svg", "image/svg+xml"},
-    Type{"/api", "application/json"},
+    Type{".css", "text/css; charset=utf-8"}, Type{".js", "text/javascript; charset=utf-8"},
+    Type{".svg", "image/svg+xml"},           Type{"/api", "application/json"},
     Type{"", "text/html; charset=utf-8"},
 };
 

@@ -99,7 +99,9 @@ Response FailureAnswer(const std::exception& failure) {
   if (dynamic_cast<const WrongUsage*>(&failure) != nullptr) {
     return RefusalAnswer({refusal::kBadOption, failure.what()});
   }
-  if (dynamic_cast<const Failure*>(&failure) != nullptr) {
+  const Cause cause = CauseOf(failure);
+  if (cause == Cause::kDisk) return RefusalAnswer({refusal::kFull, "there is no room for it here"});
+  if (cause == Cause::kBook && dynamic_cast<const Failure*>(&failure) != nullptr) {
     return RefusalAnswer({refusal::kNothingToConvert, failure.what()});
   }
   return RefusalAnswer({refusal::kFailed, "something went wrong here; try again"});

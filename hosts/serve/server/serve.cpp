@@ -71,10 +71,17 @@ void OpenBrowser(std::string address) {
   for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
     posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_WRONLY, 0);
   }
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  sigset_t none;
+  sigemptyset(&none);
+  posix_spawnattr_setsigmask(&attributes, &none);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
   pid_t child = 0;
-  if (posix_spawnp(&child, arguments[0], &actions, nullptr, arguments, environ) != 0) {
+  if (posix_spawnp(&child, arguments[0], &actions, &attributes, arguments, environ) != 0) {
     std::fputs("kavepub: warning: no browser can be opened; open the address yourself\n", stderr);
   }
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
 }
 
@@ -86,7 +93,6 @@ class EndSignals {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, signal);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGXFSZ, SIG_IGN);
-    signal(SIGCHLD, SIG_DFL);
   }
 
   void Wait() const {

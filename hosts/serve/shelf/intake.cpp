@@ -44,7 +44,11 @@ std::string Unpacked(const fs::path& directory, const fs::path& name, const Work
   work.room = room;
   NoProgress progress;
   constexpr int kNone = -1;
-  workshop.Do(work, kNone, progress);
+  try {
+    workshop.Do(work, kNone, progress);
+  } catch (const Failure& failure) {
+    throw Failure(WithoutPlace(failure.what(), directory), failure.DueTo());
+  }
   fs::remove(directory / name);
   return folder;
 }
@@ -108,4 +112,12 @@ Intake TakeIn(const fs::path& directory, std::vector<std::string> names, const W
   }
   const bool isBatch = gathering.drafts.size() > 1 || fs::is_directory(inputs.front());
   return {OrdersOf(std::move(gathering), inputs), isBatch};
+}
+
+std::string WithoutPlace(std::string text, const fs::path& directory) {
+  const std::string place = directory.string() + "/";
+  for (size_t at = 0; (at = text.find(place, at)) != std::string::npos;) {
+    text.erase(at, place.size());
+  }
+  return text;
 }

@@ -23,4 +23,7 @@ struct Intake {
 Intake TakeIn(const std::filesystem::path& directory, std::vector<std::string> names,
               const Workshop& workshop, std::uint64_t room);
 
+// A message without the directory of the files that it is about, which is nobody's business.
+std::string WithoutPlace(std::string text, const std::filesystem::path& directory);
+
 #endif

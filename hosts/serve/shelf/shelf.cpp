@@ -114,14 +114,18 @@ Shelf::~Shelf() = default;
 
 void Shelf::Admit(const std::string& session) {
   const std::scoped_lock lock(mutex);
-  const auto own = std::count_if(books.begin(), books.end(),
-                                 [&](const Shared& book) { return book->session == session; });
-  if (static_cast<size_t>(own) >= limits.booksOfSession) {
-    throw Refused(refusal::kTooManyBooks,
-                  "there are " + std::to_string(own) +
-                      " books of yours here, which is the most; forget some");
+  RequireRoom(session, 1);
+}
+
+void Shelf::RequireRoom(const std::string& session, size_t added) const {
+  const auto own = static_cast<size_t>(std::count_if(
+      books.begin(), books.end(), [&](const Shared& book) { return book->session == session; }));
+  if (own + added > limits.booksOfSession) {
+    throw Refused(refusal::kTooManyBooks, "with " + std::to_string(own) +
+                                              " books of yours here there is no room for " +
+                                              std::to_string(added) + "; forget some");
   }
-  if (books.size() >= limits.books || queue.size() >= limits.waiting) {
+  if (books.size() + added > limits.books || queue.size() + added > limits.waiting) {
     throw Refused(refusal::kBusy, "there are too many books here just now; try again later");
   }
 }
@@ -144,12 +148,7 @@ std::string Shelf::Add(const std::string& session, Upload& upload, Intake intake
     book->order = std::move(order);
     added.push_back(std::move(book));
   }
-  const size_t most = std::min(limits.books - std::min(limits.books, books.size()),
-                               limits.waiting - std::min(limits.waiting, queue.size()));
-  if (added.size() > std::min(most, limits.booksOfSession)) {
-    throw Refused(refusal::kTooManyBooks, "it becomes " + std::to_string(added.size()) +
-                                              " books, which are too many; send fewer");
-  }
+  RequireRoom(session, added.size());
   uploads[upload.Id()] = {added.size(), upload.Bytes()};
   upload.Keep();
   for (const Shared& book : added) {
@@ -399,6 +398,7 @@ void Shelf::MakeNext() {
     book->size = draft.size;
     book->crc = draft.crc;
     book->found = std::move(draft.found);
+    book->expires = draft.expires;  // as the record has it
   } else {
     book->error = WithoutPlaces(error, draft);
     book->cause = cause;
@@ -424,21 +424,14 @@ Conversion Shelf::Make(Book& draft, Progress& progress) const {
   return ConvertBook(order, options, workshop, provenance, progress);
 }
 
-// Where files lie is nobody's business.
 std::string Shelf::WithoutPlaces(std::string text, const Book& book) const {
-  for (const auto& directory :
-       {store.PlaceOfFiles(book.upload), store.PlaceOf(book).parent_path()}) {
-    const std::string place = directory.string() + "/";
-    for (size_t at = 0; (at = text.find(place, at)) != std::string::npos;) {
-      text.erase(at, place.size());
-    }
-  }
-  return text;
+  return WithoutPlace(WithoutPlace(std::move(text), store.PlaceOfFiles(book.upload)),
+                      store.PlaceOf(book).parent_path());
 }
 
 // From now on its time runs.
 void Shelf::Settle(Book& book) {
-  book.expires = Book::Now() + limits.keep;
+  if (!book.expires) book.expires = Book::Now() + limits.keep;
   expiring.notify_one();
   Tell(book);
 }

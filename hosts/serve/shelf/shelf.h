@@ -104,6 +104,7 @@ class Shelf {
     std::uint64_t bytes = 0;
   };
 
+  void RequireRoom(const std::string& session, size_t added) const;
   Shared Find(const std::string& session, const std::string& id) const;
   std::string Told(const Book& book) const;
   std::string Told(const std::vector<Shared>& several) const;

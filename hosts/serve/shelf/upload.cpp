@@ -60,6 +60,7 @@ Upload::~Upload() {
 }
 
 void Upload::Begin(std::string_view name) {
+  if (!isNew) throw Refused(refusal::kBadRequest, "of a book that is there, only a cover is taken");
   if (++count > kMostFiles) throw Refused(refusal::kTooLarge, "there are too many files in it");
   try {
     file = files.Make(name);
@@ -70,8 +71,8 @@ void Upload::Begin(std::string_view name) {
   }
   if (!store.Take(kBlock)) Full();
   bytes += kBlock;
-  const std::string top(name.substr(0, name.find('/')));
-  if (std::find(names.begin(), names.end(), top) == names.end()) names.push_back(top);
+  std::string top(name.substr(0, name.find('/')));
+  if (seen.insert(top).second) names.push_back(std::move(top));
 }
 
 void Upload::BeginCover() {

@@ -3,7 +3,7 @@
 #define KAVEPUB_SERVE_UPLOAD_H
 
 #include <cstdint>
-#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,6 +47,7 @@ class Upload {
   const NewFiles files;
   UniqueFd file;
   std::vector<std::string> names;
+  std::set<std::string> seen;  // the same
   std::string cover;
   std::uint64_t bytes = 0;
   size_t count = 0;
