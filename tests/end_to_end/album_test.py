@@ -46,13 +46,20 @@ def tiff(orientation):
             struct.pack("<H", len(values)) + entries + bytes(4))
 
 
-def jpeg(orientation, cut=0):
-    """A JPEG; cut: how many pixels its width lacks of whole blocks."""
+def jpeg(orientation, cut=0, **notes):
+    """A JPEG; cut: how many pixels its width lacks of whole blocks; notes: a description, a title as
+    Windows has it."""
     width, height, pixels = lying(orientation)
     file, size = ctypes.c_void_p(), ctypes.c_ulong()
     JPEG.tjCompress2(ctypes.c_void_p(JPEG.tjInitCompress()), pixels, width - cut, width * 3, height, 0,
                      ctypes.byref(file), ctypes.byref(size), 2, 90, 0)
-    exif = b"Exif\0\0MM\0*" + struct.pack(">LHHHLHHL", 8, 1, 0x112, 3, 1, orientation, 0, 0)
+    texts = [(tag, kind, notes[name].encode(encoding)) for name, tag, kind, encoding in
+             (("description", 0x10E, 2, "utf-8"), ("title", 0x9C9B, 1, "utf-16le")) if name in notes]
+    entries, behind = struct.pack(">HHLHH", 0x112, 3, 1, orientation, 0), b""
+    for tag, kind, text in texts:
+        entries += struct.pack(">HHLL", tag, kind, len(text), 26 + 12 * len(texts) + len(behind))
+        behind += text
+    exif = b"Exif\0\0MM\0*" + struct.pack(">LH", 8, 1 + len(texts)) + entries + bytes(4) + behind
     bare = ctypes.string_at(file, size.value)
     return bare[:2] + b"\xff\xe1" + struct.pack(">H", len(exif) + 2) + exif + bare[2:]
 
@@ -121,6 +128,14 @@ class Albums(ToolTest):
         titles = {entry.text for entry in entries}
         self.assertLessEqual({"A Wood", "A drawn house", "Quarters", "colours"}, titles)
         self.assertNotIn(b"alert", book.read("OEBPS/drawing.svg"))
+
+    def test_titles_of_photographs(self):
+        book, _ = self.album({"a.jpg": jpeg(1, description="By the sea"),
+                              "b.jpg": jpeg(1, title="Am Wasser: 海"),
+                              "c.jpg": jpeg(1, description="IMG", title="At night"), "d.jpg": jpeg(1)})
+        entries = ET.fromstring(book.read("OEBPS/toc.ncx")).findall(".//ncx:navLabel/ncx:text", NCX)
+        titles = [entry.text for entry in entries]
+        self.assertEqual(titles[-4:], ["By the sea", "Am Wasser: 海", "At night", "d"])
 
     def test_bombs(self):
         """What tells of 200 million pixels is not unpacked; nor is one that is too long for PNG."""
