@@ -11,7 +11,7 @@ namespace {
 constexpr std::string_view kForAll = R"(/* Prose */
 p { margin: 0; text-align: justify; orphans: 2; widows: 2; }
 p.break { margin: 1.2em 0; text-align: center; text-indent: 0; page-break-inside: avoid; }
-p.gap { text-indent: 0; }
+p.gap { margin-top: 1.2em; }
 p.center { margin: 1em 0; text-align: center; text-indent: 0; }
 p.title { margin: 3em 0 1.5em; font-size: 1.5em; font-weight: bold; line-height: 1.3;
   text-align: center; text-indent: 0; }
@@ -76,7 +76,7 @@ body.back-matter { font-size: 0.9em; }
 constexpr std::string_view kLetters = R"(
 /* Paragraphs */
 p { text-indent: 1.5em; hyphens: auto; -webkit-hyphens: auto; }
-p.first, h1 + p, h2 + p, h3 + p, h4 + p, h5 + p, h6 + p, p.break + p, p.gap + p, hr + p,
+p.first, h1 + p, h2 + p, h3 + p, h4 + p, h5 + p, h6 + p, p.break + p, p.gap, hr + p,
 blockquote p.quoted { text-indent: 0; }
 )";
 
