@@ -61,7 +61,8 @@ class CellsTest(ToolTest):
                 "--cover", "none", *options]
 
     def convert(self, *options, **environment):
-        return subprocess.run(self.command(*options), capture_output=True, text=True, timeout=300,
+        return subprocess.run(self.command(*options), capture_output=True, text=True,
+                              timeout=3600 if EVERYTHING else 300,
                               env={**os.environ, **environment})
 
     def books(self):
