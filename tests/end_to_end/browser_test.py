@@ -1,9 +1,11 @@
 """The page of the tool's server, in a browser."""
 
 import base64
+import os
 import re
 import select
 import shutil
+import signal
 import socket
 import subprocess
 import sys
@@ -41,6 +43,14 @@ class Server:
         self.process = subprocess.Popen([KAVEPUB, "serve", "--port", "0", "--store", store, *options],
                                         text=True, stdout=subprocess.PIPE)
         self.url = re.search(r"http://\S+", self.process.stdout.readline())[0]
+
+    def leaves(self):
+        """The processes below it that have none below them."""
+        def below(pid):
+            found = [child for thread in Path(f"/proc/{pid}/task").glob("*/children")
+                     for child in thread.read_text().split()]
+            return {leaf for child in found for leaf in below(child)} or {int(pid)}
+        return below(self.process.pid)
 
     def close(self):
         self.process.terminate()
@@ -162,10 +172,13 @@ class Page(ToolTest):
         self.assertIn("Then", chapters)
 
     def test_progress_is_seen_and_cancelled(self):
-        self.write("Long.txt", content=novel("The Long", "Cy West", 3000).encode())
+        self.write("Long.txt", content=novel("The Long", "Cy West", 1500).encode())
+        idle = self.server.leaves()
         self.browser.drop("#drop", self.dir / "Long.txt")
         self.browser.until("return [...document.querySelectorAll('[data-state=converting] progress')]"
                            ".some(progress => progress.value > 0 && progress.value < 1)")
+        for cell in self.server.leaves() - idle:
+            os.kill(cell, signal.SIGSTOP)  # there is time to look
         self.check_access("busy")
         self.browser.click("[data-state=converting] [data-doing=cancel]")
         self.row("Long.txt", "cancelled")
