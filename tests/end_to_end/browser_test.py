@@ -23,6 +23,7 @@ HAS_ENGINE = any(BUILD.glob("npm/epubjs-*")) and any(BUILD.glob("npm/jszip-*"))
 NOVEL = "Chapter {n}\n\n" + "A sentence of the {n}. chapter, which tells of the sea. " * 300 + "\n\n"
 ARROW_RIGHT, ESCAPE = "\ue014", "\ue00c"
 HARM = "parent.harmed = top.harmed = true"
+PICTURE = TESTS / "fixtures" / "mobi" / "source" / "map.png"
 PASSWORD = "a long enough password"
 
 
@@ -129,7 +130,7 @@ class Page(ToolTest):
 
     def bring(self, title, author):
         self.write(title + ".txt", content=novel(title, author).encode())
-        self.browser.drop("#drop", self.dir / (title + ".txt"))
+        self.browser.type("#files", str(self.dir / (title + ".txt")))
         return self.row(title, "done")
 
     def test_books_are_made_of_what_is_dropped(self):
@@ -143,7 +144,9 @@ class Page(ToolTest):
         shutil.copytree(TESTS / "fixtures" / "mobi" / "source", self.dir / "Harbour_files")
         self.browser.drop("#drop", self.dir / "Harbour.html", self.dir / "Harbour_files")
         harbour = self.download(self.row("The Harbour", "done") + " [data-doing=download]")
-        self.assertTrue(any(name.endswith(".png") for name in zipfile.ZipFile(harbour).namelist()))
+        with zipfile.ZipFile(harbour) as book:
+            self.assertTrue(any(name.endswith(".png") for name in book.namelist()))
+        harbour.unlink()
         self.browser.drop("#drop", TESTS / "fixtures" / "mobi" / "lighthouse.mobi")
         self.browser.until("return document.querySelectorAll('[data-state=done]').length === 4")
         self.write("bad.mobi", content=b"This is none.")
@@ -157,6 +160,9 @@ class Page(ToolTest):
         self.check_access("done, failed and refused")
         self.browser.open(self.server.url)  # a page that is closed loses nothing
         self.browser.until("return document.querySelectorAll('[data-state=done]').length === 4")
+        with zipfile.ZipFile(self.download("#download-all")) as books:
+            self.assertEqual(len(books.namelist()), 4)
+            self.assertIsNone(books.testzip())
         self.browser.click("#forget-all")
         self.check_access("to be forgotten")
         self.browser.click("#sure .main")
@@ -194,12 +200,13 @@ class Page(ToolTest):
         self.browser.type("#edit [name=title]", "Ebb & <b>flow</b>")
         self.browser.type("#edit [name=author]", "Ada North; Ben South")
         self.browser.run("const choice = document.querySelector('#edit [name=cover]');"
-                         "choice.value = 'none'; choice.dispatchEvent(new Event('change'))")
+                         "choice.value = 'own'; choice.dispatchEvent(new Event('change'))")
+        self.browser.type("#edit [name=cover-own]", str(PICTURE))
         self.browser.click("#edit .main")
         changed = self.row("Ebb & <b>flow</b>", "done")
         self.assertIn("Ada North, Ben South", self.text(changed + " .facts"))
         self.kavepub("convert", "Tides.txt", "-fo", "tool.epub", "--author", "Ada North",
-                     "--author", "Ben South", "--cover", "none", "--title", "Ebb & <b>flow</b>")
+                     "--author", "Ben South", "--cover", PICTURE, "--title", "Ebb & <b>flow</b>")
         self.check_download(changed, self.dir / "tool.epub")
         self.browser.click(changed + " [data-doing=forget]")
         self.browser.until("return document.querySelectorAll('.book').length === 1")
