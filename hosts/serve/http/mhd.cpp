@@ -20,7 +20,6 @@ Mhd Load() {
   };
   take(mhd.startDaemon, "MHD_start_daemon");
   take(mhd.stopDaemon, "MHD_stop_daemon");
-  take(mhd.quiesceDaemon, "MHD_quiesce_daemon");
   take(mhd.getConnectionValues, "MHD_get_connection_values_n");
   take(mhd.getConnectionInfo, "MHD_get_connection_info");
   take(mhd.suspendConnection, "MHD_suspend_connection");

@@ -8,7 +8,6 @@
 struct Mhd {
   decltype(&MHD_start_daemon) startDaemon;
   decltype(&MHD_stop_daemon) stopDaemon;
-  decltype(&MHD_quiesce_daemon) quiesceDaemon;
   decltype(&MHD_get_connection_values_n) getConnectionValues;
   decltype(&MHD_get_connection_info) getConnectionInfo;
   decltype(&MHD_suspend_connection) suspendConnection;

@@ -63,9 +63,10 @@ std::string AddressOf(const Endpoint& endpoint) {
   return "http://" + host + ":" + std::to_string(endpoint.port) + "/";
 }
 
-void OpenBrowser(std::string address) {
+void OpenBrowser(const std::string& address) {
   std::string program = "xdg-open";
-  char* const arguments[] = {program.data(), address.data(), nullptr};
+  std::string page = address;
+  char* const arguments[] = {program.data(), page.data(), nullptr};
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
