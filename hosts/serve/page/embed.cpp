@@ -9,6 +9,7 @@
 #include <iostream>
 #include <iterator>
 #include <map>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -91,9 +92,14 @@ void WriteTable(const std::map<std::string, std::string>& files, std::ostream& t
 int main(int count, char** arguments) try {
   std::map<std::string, std::string> files;
   for (int i = 2; i + 1 < count; i += 2) files[arguments[i]] = arguments[i + 1];
-  std::ofstream table(count > 1 ? arguments[1] : "");
+  const std::string file = count > 1 ? arguments[1] : "";
+  std::ostringstream table;
   WriteTable(files, table);
-  if (!table.flush()) throw std::runtime_error("the table cannot be written");
+  // What is as it was keeps its time, so that nothing is compiled again.
+  if (std::ifstream(file) && ContentOf(file) == table.str()) return 0;
+  if (!(std::ofstream(file) << table.str()).flush()) {
+    throw std::runtime_error("the table cannot be written");
+  }
 } catch (const std::exception& error) {
   std::cerr << "embed: " << error.what() << '\n';
   return 1;
