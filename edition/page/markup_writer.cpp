@@ -344,15 +344,19 @@ void MarkupWriter::CloseInlines() {
 
 // Listings and texts without paragraphs may end with a page wherever a line does, if they are long.
 bool MarkupWriter::MayBreakRun() const {
-  return page.body.size() >= beginOfRun + kLongestWholeRun &&
-         page.body.size() >= lastBreak + kBetweenBreaks;
+  return page.body.size() >= beginOfRun + kLongestWholeRun && MayBreak();
+}
+
+bool MarkupWriter::MayBreak() const {
+  return page.body.size() >= lastBreak + kBetweenBreaks && open.size() <= kDeepestBreak &&
+         std::none_of(open.begin(), open.end(),
+                      [](const Open& tag) { return tag.name == std::string_view("thead"); });
 }
 
 void MarkupWriter::NoteBreak() {
-  if (page.body.size() < lastBreak + kBetweenBreaks || open.size() > kDeepestBreak) return;
+  if (!MayBreak()) return;
   PageBreak found{open.size() - 1, {}, {}};
   for (size_t i = 1; i < open.size(); ++i) {
-    if (open[i].name == std::string_view("thead")) return;
     found.ending.insert(0, std::string("</") + open[i].name + ">");
     found.beginning.append("<").append(open[i].name);
     if (open[i].block != kNone) {

@@ -90,6 +90,7 @@ class MarkupWriter {
   void PutAttributes(Element& element);
   void BeginRun();
   bool MayBreakRun() const;
+  bool MayBreak() const;
   void NoteBreak();
   void WriteInPreformatted(std::string_view text);
   bool IsPreformatted() const;
