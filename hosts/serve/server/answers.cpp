@@ -114,9 +114,7 @@ Response AssetAnswer(const Request& request, const Asset& asset) {
   const bool takesGzip = request.Header("Accept-Encoding").find(kGzip) != std::string_view::npos;
   Response response = Guarded(isKnown ? kNotModified : 200,
                               asset.isReader ? kReaderPolicy : kPagePolicy, nullptr, "no-cache");
-  // The frame for reading belongs to no origin, but has to load its own scripts.
-  response.headers.emplace_back("Cross-Origin-Resource-Policy",
-                                asset.isReader ? "cross-origin" : "same-origin");
+  response.headers.emplace_back("Cross-Origin-Resource-Policy", "same-origin");
   response.headers.emplace_back("ETag", tag);
   response.headers.emplace_back("Vary", "Accept-Encoding");
   if (isKnown) return response;
