@@ -1,7 +1,8 @@
 // Unpacks what is packed, and plans.
 #include "hosts/serve/shelf/intake.h"
 
-#include <algorithm>
+#include <set>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -54,27 +55,27 @@ std::string Unpacked(const fs::path& directory, const fs::path& name, const Work
 }
 
 // Browsers save "page.html" with "page_files" or "page-Dateien".
-bool BelongsTo(const std::string& folder, const fs::path& page) {
-  const std::string stem = page.stem();
-  return folder.size() > stem.size() && folder.starts_with(stem) &&
-         std::string_view("_-.").find(folder[stem.size()]) != std::string_view::npos;
+bool BelongsToOne(const std::string& folder, const std::set<std::string, std::less<>>& pages) {
+  const std::string_view name = folder;
+  for (size_t end = 0; (end = name.find_first_of("_-.", end)) != std::string_view::npos; ++end) {
+    if (pages.contains(name.substr(0, end))) return true;
+  }
+  return false;
 }
 
 // Leaves out what lies beside pages because these show it.
 std::vector<std::string> WithoutCompanions(const fs::path& directory,
                                            const std::vector<std::string>& names) {
-  std::vector<std::string> pages;
-  std::copy_if(names.begin(), names.end(), std::back_inserter(pages), [&](const auto& name) {
-    return IsPage(name) && !fs::is_directory(directory / name);
-  });
+  std::set<std::string, std::less<>> pages;  // without their extensions
+  for (const std::string& name : names) {
+    if (IsPage(name) && !fs::is_directory(directory / name)) pages.insert(fs::path(name).stem());
+  }
   if (pages.empty()) return names;
   std::vector<std::string> left;
   for (const std::string& name : names) {
-    const bool isCompanion =
-        fs::is_directory(directory / name)
-            ? std::any_of(pages.begin(), pages.end(),
-                          [&](const std::string& page) { return BelongsTo(name, page); })
-            : !KindByName(name) || IsCalledLikePicture(name);
+    const bool isCompanion = fs::is_directory(directory / name)
+                                 ? BelongsToOne(name, pages)
+                                 : !KindByName(name) || IsCalledLikePicture(name);
     if (!isCompanion) left.push_back(name);
   }
   return left;
