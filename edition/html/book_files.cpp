@@ -6,6 +6,7 @@
 #include "edition/page/default_styles.h"
 #include "edition/page/font_file.h"
 #include "edition/page/picture_file.h"
+#include "edition/page/vector_graphics.h"
 
 namespace {
 
@@ -36,8 +37,22 @@ Result<std::string> BookFiles::Picture(const SitePage& page,
   return given.Outcome(name);
 }
 
-Result<std::string> BookFiles::Drawing(std::string file) {
+Result<std::string> BookFiles::Drawing(const SitePage& page,
+                                       const std::vector<std::string>& drawing) {
+  std::string file =
+      WithPictures(drawing, [&](const std::string& picture) { return UriOf(page, picture); });
   return given.Outcome(given.GiveOnce({"drawing.svg", "image/svg+xml", std::move(file)}));
+}
+
+std::string BookFiles::UriOf(const SitePage& page, const std::string& picture) {
+  const Reference reference = Resolve(picture, page.base);
+  const bool isFile = reference.kind == Reference::Kind::kFile && given.MayEmbed();
+  const auto bytes = isFile ? Load(page.root, reference.target) : std::nullopt;
+  std::string uri = bytes ? given.Embed({"picture", {}, *bytes}) : std::string();
+  if (uri.empty()) {
+    WarnOf(picture.substr(0, 200) + " cannot be had, so the drawing is without it", page.path);
+  }
+  return uri;
 }
 
 Result<std::string> BookFiles::FileOfStyle(const SitePage& page, const std::string& target) {

@@ -22,7 +22,7 @@ class BookFiles {
   // The names in the book of what a page refers to; empty where the book cannot have it. Of several
   // targets, the first one that it can.
   Result<std::string> Picture(const SitePage& page, const std::vector<std::string>& targets);
-  Result<std::string> Drawing(std::string file);
+  Result<std::string> Drawing(const SitePage& page, const std::vector<std::string>& drawing);
   Result<std::string> FileOfStyle(const SitePage& page, const std::string& target);
 
   // The sheets of a page, between those that all pages have.
@@ -38,6 +38,7 @@ class BookFiles {
 
   std::string Find(Base base, std::string_view target, Use use);
   std::string AddData(std::string_view uri, Use use);
+  std::string UriOf(const SitePage& page, const std::string& picture);
   std::string AddFile(std::string_view name, std::string bytes, Use use);
   std::string Sheet(size_t root, const std::string& path, int depth);
   std::string CleanSheet(std::string_view css, Base base, int depth);

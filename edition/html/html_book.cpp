@@ -130,7 +130,7 @@ class Maker {
       case PageReference::Kind::kPicture:
         return Picture(page, reference, files.Picture(page, reference.targets));
       default:
-        return Picture(page, reference, files.Drawing(reference.targets.front()));
+        return Picture(page, reference, files.Drawing(page, reference.targets));
     }
   }
 

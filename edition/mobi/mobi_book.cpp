@@ -285,7 +285,7 @@ class Maker {
       case PageReference::Kind::kPicture:
         return Picture(number, page, reference, files.Picture(reference.targets.front()));
       default:
-        return Picture(number, page, reference, files.Drawing(reference.targets.front()));
+        return Picture(number, page, reference, files.Drawing(reference.targets));
     }
   }
 

@@ -11,12 +11,12 @@
 #include "edition/page/font_file.h"
 #include "edition/page/picture_file.h"
 #include "edition/page/reference.h"
+#include "edition/page/vector_graphics.h"
 
 namespace {
 
 constexpr int kDeepestImport = 8;
 constexpr size_t kLongestInWarning = 200;
-constexpr size_t kMostEmbedded = size_t{1} << 25;
 
 size_t FlowOf(std::string_view reference) {
   return kav_mobi::KindleNumber(reference, kFlowReference);
@@ -42,7 +42,11 @@ Result<std::string> MobiFiles::Picture(const std::string& reference) {
   return given.Outcome(names[reference] = std::move(name));
 }
 
-Result<std::string> MobiFiles::Drawing(std::string file) {
+Result<std::string> MobiFiles::Drawing(const std::vector<std::string>& drawing) {
+  std::string file = WithPictures(drawing, [&](const std::string& reference) {
+    return given.Embed(
+        {"picture", {}, std::string(text.Book().Resource(text.PictureOf(reference)))});
+  });
   return given.Outcome(given.GiveOnce({"drawing.svg", "image/svg+xml", std::move(file)}));
 }
 
@@ -85,7 +89,7 @@ std::string MobiFiles::AddDrawing(size_t flow) {
   const auto [known, isNew] =
       names.try_emplace(std::string(kFlowReference) + "#" + std::to_string(flow));
   if (!isNew) return known->second;
-  Resource file{"drawing.svg", {}, WithPictures(InUtf8(text.Flow(flow)))};
+  Resource file{"drawing.svg", {}, WithEmbedded(InUtf8(text.Flow(flow)))};
   return known->second = TakePicture(file) ? given.Give(std::move(file)) : std::string();
 }
 
@@ -125,7 +129,7 @@ std::string MobiFiles::CleanSheet(std::string_view css, int depth) {
 }
 
 // A drawing is shown alone, so that the pictures in it have to be in its file.
-std::string MobiFiles::WithPictures(std::string_view drawing) {
+std::string MobiFiles::WithEmbedded(std::string_view drawing) {
   std::string whole;
   size_t taken = 0;
   for (size_t at = 0; (at = drawing.find(kav_mobi::kEmbedPrefix, at)) != std::string_view::npos;) {
@@ -133,12 +137,7 @@ std::string MobiFiles::WithPictures(std::string_view drawing) {
     const size_t number =
         kav_mobi::KindleNumber(drawing.substr(at, end - at), kav_mobi::kEmbedPrefix);
     whole += drawing.substr(taken, at - taken);
-    const bool hasRoom = embedded + text.Book().Resource(number).size() <= kMostEmbedded;
-    if (const auto picture = hasRoom ? PictureFile(number) : std::nullopt) {
-      embedded += picture->bytes.size();
-      whole.append("data:").append(picture->mediaType).append(";base64,");
-      whole += Base64Of(picture->bytes);
-    }
+    whole += given.Embed({"picture", {}, std::string(text.Book().Resource(number))});
     taken = at = end;
   }
   return whole.append(drawing.substr(taken));

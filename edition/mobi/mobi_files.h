@@ -24,7 +24,7 @@ class MobiFiles {
 
   // What a page shows, by the reference to it.
   Result<std::string> Picture(const std::string& reference);
-  Result<std::string> Drawing(std::string file);
+  Result<std::string> Drawing(const std::vector<std::string>& drawing);
   Result<std::string> FileOfStyle(const std::string& reference);
 
   // The sheets of a page, between those that all pages have.
@@ -39,7 +39,7 @@ class MobiFiles {
   std::string AddResource(size_t number, bool mayBeFont);
   std::string Sheet(size_t flow, int depth);
   std::string CleanSheet(std::string_view css, int depth);
-  std::string WithPictures(std::string_view drawing);
+  std::string WithEmbedded(std::string_view drawing);
 
   const BookText& text;
   Run& run;
@@ -48,7 +48,6 @@ class MobiFiles {
   std::unordered_map<std::string, std::string> names;      // by reference
   std::map<size_t, std::string> sheetNames;                // by flow
   std::unordered_map<std::string, std::string> dataFiles;  // by their URIs
-  size_t embedded = 0;                                     // bytes of pictures in drawings
 };
 
 #endif

@@ -144,7 +144,10 @@ class Planner {
     if (isPicture || tag.name == "svg" || tag.name == "math") {
       NoteContent(part.begin + tag.begin);
       attributes.Read(tag.attributes);
-      if (piece.pictures++ == 0) piece.picture = PictureReferenceOf(attributes, text.IsNew());
+      const std::string picture = PictureReferenceOf(attributes, text.IsNew());
+      // A drawing and the picture that it holds count as one.
+      const bool isHeld = tag.name == "image" && piece.pictures == 1 && piece.picture.empty();
+      if (isHeld || piece.pictures++ == 0) piece.picture = picture;
     } else if (isLink) {
       attributes.Read(tag.attributes);
       const auto target = text.PositionOf(LinkReferenceOf(attributes, text.IsNew()));

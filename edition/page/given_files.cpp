@@ -3,6 +3,9 @@
 
 #include <utility>
 
+#include "edition/page/base64.h"
+#include "edition/page/picture_file.h"
+
 std::string GivenFiles::Give(Resource resource) {
   if (!failure) return {};
   Result<std::string> name = sink.Add(std::move(resource));
@@ -22,6 +25,15 @@ std::string GivenFiles::GiveOnce(Resource resource) {
 std::string GivenFiles::GiveSheet(std::string css, std::string name) {
   if (css.empty()) return {};
   return GiveOnce({std::move(name), "text/css", std::move(css)});
+}
+
+std::string GivenFiles::Embed(Resource picture) {
+  const bool hasRoom = MayEmbed();
+  embedded += picture.bytes.size();
+  if (!hasRoom || !TakePicture(picture)) return {};
+  const std::string& type = picture.mediaType;
+  const bool isPossible = type == "image/jpeg" || type == "image/png";
+  return isPossible ? "data:" + type + ";base64," + Base64Of(picture.bytes) : std::string();
 }
 
 void GivenFiles::Fail(const Failure& why) {

@@ -19,6 +19,11 @@ class GivenFiles {
   // The same for a style sheet, which may be empty.
   std::string GiveSheet(std::string css, std::string name);
 
+  // A picture as a data URI, for drawings; empty for what is no JPEG or PNG, and for all when there
+  // are too many.
+  std::string Embed(Resource picture);
+  bool MayEmbed() const { return embedded < kMostEmbedded; }
+
   // Of what pages show, too, that cannot be read.
   void Fail(const Failure& why);
   // How it went so far: the names, or the first failure.
@@ -29,7 +34,10 @@ class GivenFiles {
   }
 
  private:
+  static constexpr size_t kMostEmbedded = size_t{1} << 25;  // in bytes
+
   BookSink& sink;
+  size_t embedded = 0;
   Status failure = Done();
   std::unordered_map<std::string, std::string> names;  // by what they hold
 };

@@ -21,7 +21,8 @@ struct PageReference {
     kStyleFile  // "url(...)" in an attribute
   };
   Kind kind;
-  std::vector<std::string> targets;  // as written, the best one first; of a drawing its file
+  std::vector<std::string> targets;  // as written, the best one first; of a drawing
+                                     // its file, and what it shows
   std::string attributes;            // of a picture, but for its source
   std::string alternative;           // likewise
   std::string id;                    // likewise; stays where the picture is not there

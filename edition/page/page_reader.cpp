@@ -24,6 +24,8 @@
 namespace {
 
 constexpr char kPageClass[] = "frame";
+// Of pictures that fill what they stand in.
+constexpr char kWithinPage[] = "max-height: 100vh;";
 constexpr double kMostOfThePage = 0.7;
 constexpr std::string_view kPermalinkMarks[] = {"#", "¶", "§", "🔗", "∞"};
 
@@ -439,11 +441,19 @@ class Reader {
 
   void AddDrawing(const GumboNode& node) {
     if (!drawingParts) drawingParts.emplace(tree.Root());
-    PageReference drawing{
-        PageReference::Kind::kDrawing, {DrawingOf(node, *drawingParts)}, {}, {}, {}};
-    drawing.alternative = TitleOfDrawing(node);
-    drawing.attributes = AttributesOf(node, "img", "svg", {});
-    if (drawing.targets.front().empty()) return;
+    PageReference drawing{PageReference::Kind::kPicture, {}, {}, TitleOfDrawing(node), {}};
+    if (const std::string_view picture = OnlyPictureOf(node); !picture.empty()) {
+      drawing.targets.emplace_back(picture);
+      const std::string_view width = AttributeOf(node, "width");
+      const bool isWindow = width.empty() || width.ends_with('%');
+      drawing.attributes = isWindow ? AttributesOf(node, "svg", "svg", kWithinPage)
+                                    : AttributesOf(node, "img", "svg", {});
+    } else {
+      drawing.kind = PageReference::Kind::kDrawing;
+      drawing.targets = DrawingOf(node, *drawingParts);
+      drawing.attributes = AttributesOf(node, "img", "svg", {});
+    }
+    if (drawing.targets.empty()) return;
     isShown = true;
     writer.Inline(AddReference(std::move(drawing)));
   }

@@ -236,7 +236,12 @@ class Writer {
     }
     const bool isPicture =
         value.starts_with("data:image/png;base64,") || value.starts_with("data:image/jpeg;base64,");
-    if (path.back() == "image" && isPicture) Put("xlink:href", value);
+    if (path.back() != "image" || value.empty()) return;
+    if (isPicture) return Put("xlink:href", value);
+    const bool isFirst = names.insert("xlink:href").second;
+    if (!isFirst || !takesPictures || value.starts_with("data:")) return;
+    file += kPictureMark;
+    pictures.emplace_back(value);
   }
 
   void EndOfTag() {
@@ -259,6 +264,10 @@ class Writer {
   }
 
   std::string Take() { return std::move(file); }
+
+  // The references to pictures of other files, in their order, when it is to mark these.
+  bool takesPictures = false;
+  std::vector<std::string> pictures;
 
   size_t Size() const { return file.size(); }
 
@@ -461,7 +470,7 @@ void DrawingParts::Charge(size_t bytes) {
   left -= std::min(left, bytes);
 }
 
-std::string DrawingOf(const GumboNode& svg, DrawingParts& others) {
+std::vector<std::string> DrawingOf(const GumboNode& svg, DrawingParts& others) {
   if (NameOf(svg) != "svg" || !ShowsSomething(svg)) return {};
   Ids ids;
   std::vector<const GumboNode*> borrowed = {&svg};
@@ -473,12 +482,37 @@ std::string DrawingOf(const GumboNode& svg, DrawingParts& others) {
     }
   }
   Writer writer(std::move(ids));
+  writer.takesPictures = true;
   WriteNode(svg, writer, [&] {
     const size_t before = writer.Size();
     for (size_t i = 1; i < borrowed.size(); ++i) WriteNode(*borrowed[i], writer, [] {});
     others.Charge(writer.Size() - before);
   });
-  return writer.Take();
+  std::vector<std::string> drawing = {writer.Take()};
+  std::move(writer.pictures.begin(), writer.pictures.end(), std::back_inserter(drawing));
+  return drawing;
+}
+
+std::string_view OnlyPictureOf(const GumboNode& svg) {
+  constexpr std::string_view kAround[] = {"a", "desc", "g", "metadata", "svg", "title"};
+  constexpr const char* kMoving[] = {"clip-path", "filter",    "mask", "opacity",
+                                     "style",     "transform", "x",    "y"};
+  std::string_view picture;
+  bool isOnly = true;
+  const auto enter = [&](const GumboNode& node) {
+    if (!IsElement(node) || !isOnly) return false;
+    const bool isMoved = std::any_of(std::begin(kMoving), std::end(kMoving), [&](const char* name) {
+      const std::string_view value = AttributeOf(node, name);
+      return !value.empty() && value != "0";
+    });
+    const bool isPicture = NameOf(node) == "image";
+    isOnly = (isPicture && !isMoved && picture.empty()) ||
+             (IsOneOf(kAround, NameOf(node)) && (!isMoved || &node == &svg));
+    if (isPicture) picture = AttributeOf(node, "href");
+    return !isPicture;
+  };
+  Walk(svg, enter, [](const GumboNode&) {});
+  return isOnly && !picture.starts_with('#') ? picture : std::string_view();
 }
 
 std::string TitleOfDrawing(const GumboNode& svg) {

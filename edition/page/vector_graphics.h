@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "edition/page/page_tree.h"
 
@@ -25,8 +26,16 @@ class DrawingParts {
 
 // A drawing that stands in a page, as a file of its own: elements and attributes of SVG 1.1 that
 // show something by themselves, and parts of other drawings that they show. Empty where there are
-// none.
-std::string DrawingOf(const GumboNode& svg, DrawingParts& others);
+// none. Behind the file are the references to the pictures that it shows, whose places are marked.
+std::vector<std::string> DrawingOf(const GumboNode& svg, DrawingParts& others);
+
+// That file with its pictures, which uriOf(reference) makes data URIs; those without one stay
+// away, as a drawing that is shown alone can name no other file.
+template <typename UriOf>
+std::string WithPictures(const std::vector<std::string>& drawing, UriOf uriOf);
+
+// What a drawing refers to that shows nothing but a picture, as covers often do; empty for others.
+std::string_view OnlyPictureOf(const GumboNode& svg);
 
 // What it shows, in words; empty where it does not say.
 std::string TitleOfDrawing(const GumboNode& svg);
@@ -39,5 +48,23 @@ struct CleanedDrawing {
   bool isWhole = false;
 };
 CleanedDrawing CleanDrawing(std::string_view file);
+
+// How pictures of other files are marked; no other attribute is written like it.
+inline constexpr std::string_view kPictureMark = " xlink:href=\"picture:\"";
+
+template <typename UriOf>
+std::string WithPictures(const std::vector<std::string>& drawing, UriOf uriOf) {
+  const std::string_view file = drawing.front();
+  std::string whole;
+  size_t taken = 0;
+  for (size_t picture = 1; picture < drawing.size(); ++picture) {
+    const size_t mark = file.find(kPictureMark, taken);
+    whole += file.substr(taken, mark - taken);
+    taken = mark + kPictureMark.size();
+    const std::string uri = uriOf(drawing[picture]);
+    if (!uri.empty()) whole.append(" xlink:href=\"").append(uri).append("\"");
+  }
+  return whole.append(file.substr(taken));
+}
 
 #endif

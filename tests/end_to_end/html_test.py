@@ -1,5 +1,6 @@
 """Real sites, whole, and single pages through the tool."""
 
+import base64
 import ctypes
 import random
 import re
@@ -10,7 +11,8 @@ from html.parser import HTMLParser
 from pathlib import Path
 from urllib.parse import unquote, urlsplit
 
-from book import BUILD, IS_SANITIZED, PAGES, WITHOUT_COVER, XHTML, ToolTest, run
+from book import (BUILD, IS_SANITIZED, PAGES, TESTS, WITHOUT_COVER, XHTML, Book, ToolTest,
+                  leave_for_epubcheck, run)
 
 DEBIAN = Path("/usr/share/debian-reference/index.en.html")
 PYTHON = Path("/usr/share/doc/python3-doc/html/c-api/index.html")
@@ -57,6 +59,25 @@ def reachable_pages(top):
             found.add(path)
             pending += links(path)
     return sorted(found)
+
+
+class Drawings(ToolTest):
+    def test_pictures_in_drawings(self):
+        picture = (TESTS / "fixtures" / "mobi" / "source" / "map.png").read_bytes()
+        (self.dir / "map.png").write_bytes(picture)
+        drawing = '<svg viewBox="0 0 8 6"><image width="8" height="6" xlink:href="%s"/>%s</svg>'
+        (self.dir / "a.html").write_text("<title>T</title><p>a" + drawing % ("map.png", "") +
+                                         drawing % ("map.png", '<circle r="2"/>') +
+                                         drawing % ("no.png", '<circle r="3"/>'))
+        done = self.kavepub("convert", "-f", "a.html", "-o", "a.epub", "--cover", "none")
+        self.assertIn("no.png", done.stderr)
+        self.assertNotIn("map.png", done.stderr)
+        book = Book(self.dir / "a.epub")
+        shown = [book.read("OEBPS/" + image.get("src")) for image in book.page("page-1.xhtml").iter(XHTML + "img")]
+        self.assertEqual(shown[0], picture)
+        self.assertIn(b'height="6" xlink:href="data:image/png;base64,' + base64.b64encode(picture), shown[1])
+        self.assertNotIn(b"href=", shown[2])
+        leave_for_epubcheck(book.path, set())
 
 
 class Sites(ToolTest):
