@@ -19,8 +19,10 @@ p.right { margin: 0.5em 0; text-align: right; text-indent: 0; }
 p.item { margin-left: 2em; text-indent: -1.5em; }
 p.indent, .indent p { margin-left: 2em; }
 blockquote { margin: 1em 2em; }
+blockquote blockquote { margin: 0 0 0 2em; }
+li ol, li ul { margin-top: 0; margin-bottom: 0; }
 hr { width: 20%; margin: 1.5em auto; border: 0; border-top: 1px solid; }
-img { max-width: 100%; }
+img { max-width: 100%; height: auto; }
 a { color: inherit; }
 em.dots { font-style: normal; -epub-text-emphasis: filled dot; -webkit-text-emphasis: filled dot;
   text-emphasis: filled dot; }

@@ -2,6 +2,7 @@
 #include "edition/mobi/piece_html.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "base/mobi/encoding.h"
@@ -9,11 +10,13 @@
 #include "edition/book/metadata.h"
 #include "edition/mobi/start_tag.h"
 #include "edition/page/page_tree.h"
+#include "edition/text/characters.h"
 
 namespace {
 
 constexpr size_t kLongestHeading = 2048;
 constexpr size_t kLowestHeading = 6;
+constexpr std::string_view kSides[] = {"center", "justify", "left", "right"};
 
 class PieceWriter {
  public:
@@ -42,7 +45,7 @@ class PieceWriter {
       WriteText(bytes.substr(textBegin, tag.begin - textBegin), textBegin);
       textBegin = tag.begin + WriteHeading(bytes.substr(tag.begin), tag);
       if (textBegin > tag.begin) continue;
-      WriteTag(bytes.substr(tag.begin, tag.end - tag.begin), tag);
+      WriteTag(bytes.substr(tag.begin), tag);
       textBegin = tag.end;
     }
     WriteText(bytes.substr(textBegin), textBegin);
@@ -62,7 +65,8 @@ class PieceWriter {
 
   void Put(std::string_view bytes) { decoder.Append(bytes, html); }
 
-  // How much of the text from a tag on was a paragraph that became a heading; 0 for none.
+  // How much of the text from a tag on is written, as it begins a paragraph that becomes a heading;
+  // 0 for none. Small capitals that are made of capitals of two sizes are letters as any.
   size_t WriteHeading(std::string_view bytes, const kav_mobi::Tag& tag) {
     const size_t position = piece.begin + tag.end;
     const bool mayBe = heading < headings.size() && headings[heading].position < position &&
@@ -70,34 +74,52 @@ class PieceWriter {
                        tag.element->name == std::string_view("p");
     if (!mayBe) return 0;
     const IndexEntry& entry = headings[heading];
-    const size_t size = SizeOfHeading(bytes.substr(0, kLongestHeading), entry.title);
-    if (size == 0) return 0;
-    MarkUpTo(piece.begin + tag.begin + size);
+    const kav_mobi::Tag end = EndOfHeading(bytes.substr(0, kLongestHeading));
+    if (end.end == 0) return 0;
+    const bool isTitle = SaysSame(bytes.substr(0, end.end), entry.title, false);
+    if (!isTitle && !SaysSame(bytes.substr(0, end.end), entry.title, true)) return 0;
+    MarkUpTo(piece.begin + tag.begin + end.end);
     ++heading;
-    const std::string name = "h" + std::to_string(std::min(entry.level + 1, kLowestHeading));
-    html.append("<").append(name).append(">");
+    headingName = "h" + std::to_string(std::min(entry.level + 1, kLowestHeading));
+    kav_mobi::Attributes attributes;
+    attributes.Read(tag.attributes);
+    const std::string_view side = attributes.Get("align");
+    html.append("<").append(headingName).append(" style=\"text-align: ");
+    html.append(std::find(std::begin(kSides), std::end(kSides), side) == std::end(kSides)
+                    ? "inherit"
+                    : side);
+    html.append("\">");
+    headingEnd = tag.begin + end.begin;
+    inHeading = true;
+    if (isTitle) return tag.end - tag.begin;
     AppendEscaped(entry.title, html);
-    html.append("</").append(name).append(">");
-    return size;
+    return end.begin;
   }
 
-  // Up to the end of a paragraph that has this text and nothing else.
-  size_t SizeOfHeading(std::string_view bytes, const std::string& title) const {
+  // The end of a paragraph that has nothing but text.
+  static kav_mobi::Tag EndOfHeading(std::string_view bytes) {
     kav_mobi::Tag tag;
     for (kav_mobi::TagScanner scanner(bytes); scanner.Next(tag);) {
       if (tag.element == nullptr) continue;
       const bool isOther = tag.element->role == kav_mobi::Role::kPicture ||
                            tag.element->name == std::string_view("a");
-      if (isOther) return 0;
+      if (isOther) break;
       const bool isEnd =
           tag.kind == kav_mobi::TagKind::kEnd && tag.element->role == kav_mobi::Role::kParagraph;
-      if (!isEnd) continue;
-      std::string paragraph;
-      kav_mobi::TextDecoder(text.Book().CodePage()).Append(bytes.substr(0, tag.end), paragraph);
-      const bool isTitle = OneLine(TextOf(PageTree(std::move(paragraph)).Root())) == title;
-      return isTitle ? tag.end : 0;
+      if (isEnd) return tag;
     }
-    return 0;
+    return {};
+  }
+
+  // Of blanks there may be others.
+  bool SaysSame(std::string_view paragraph, const std::string& title, bool inAnyCase) const {
+    std::string markup;
+    kav_mobi::TextDecoder(text.Book().CodePage()).Append(paragraph, markup);
+    const auto bare = [&](std::string words) {
+      std::erase(words, ' ');
+      return inAnyCase ? FoldedText(words) : words;
+    };
+    return bare(OneLine(TextOf(PageTree(std::move(markup)).Root()))) == bare(title);
   }
 
   // What leads into a run of text leads to its beginning.
@@ -111,12 +133,23 @@ class PieceWriter {
     Put(run);
   }
 
+  // The bytes begin with the tag.
   void WriteTag(std::string_view bytes, const kav_mobi::Tag& tag) {
+    if (tag.begin == headingEnd) {
+      html.append("</").append(headingName).append(">");
+      inHeading = false;
+      return;
+    }
     const size_t end = piece.begin + tag.end;
     if (tag.element != nullptr && tag.element->role == kav_mobi::Role::kPageBreak) return;
+    // The head of an old book holds its guide, which no page has.
+    if (tag.kind == kav_mobi::TagKind::kSkipped && !text.IsNew()) return;
     NoteForeign(tag);
     const bool isStart = tag.kind == kav_mobi::TagKind::kStart && tag.element != nullptr;
-    if (!isStart || foreign > 0) return Put(bytes);
+    if (!isStart && IsEndOfBreak(tag)) return;
+    NoteHeading(tag);
+    if (inHeading && isStart && !text.IsNew() && HasFontSize(tag)) return;
+    if (!isStart || foreign > 0) return Put(bytes.substr(0, tag.end - tag.begin));
     std::string_view id;
     while (place < places.size() && places[place]->position < end) {
       const BookPlace& here = *places[place++];
@@ -129,6 +162,27 @@ class PieceWriter {
     std::string written;
     AppendStartTag(bytes, tag, text.IsNew(), id, written);
     Put(written);
+  }
+
+  // The end of a break would be another break in HTML.
+  static bool IsEndOfBreak(const kav_mobi::Tag& tag) {
+    return tag.kind == kav_mobi::TagKind::kEnd && tag.element != nullptr &&
+           tag.element->role == kav_mobi::Role::kBreak;
+  }
+
+  void NoteHeading(const kav_mobi::Tag& tag) {
+    if (tag.element == nullptr || tag.element->role != kav_mobi::Role::kParagraph) return;
+    const std::string_view name = tag.element->name;
+    const bool isHeading = name.size() == 2 && name[0] == 'h';
+    inHeading = isHeading && tag.kind == kav_mobi::TagKind::kStart;
+  }
+
+  // Headings have sizes of their own.
+  static bool HasFontSize(const kav_mobi::Tag& tag) {
+    if (tag.element->name != std::string_view("font")) return false;
+    kav_mobi::Attributes attributes;
+    attributes.Read(tag.attributes);
+    return !attributes.Get("size").empty();
   }
 
   // Marks in drawings and formulas would end them.
@@ -162,6 +216,9 @@ class PieceWriter {
   size_t place = 0;
   size_t headword;
   size_t heading;
+  size_t headingEnd = std::string_view::npos;  // of the paragraph that is one
+  std::string headingName;
+  bool inHeading = false;
   size_t foreign = 0;  // drawings and formulas that are open
 };
 

@@ -7,10 +7,10 @@
 
 #include "base/mobi/tags.h"
 
-// Appends a tag, whose bytes these are, with an id (none if it is empty). What only the old format
-// knows, positions, records, indents and spaces in attributes, is put before its own attributes, as
-// of those with the same name the first one counts.
-void AppendStartTag(std::string_view bytes, const kav_mobi::Tag& tag, bool isNew,
+// Appends the tag that a text begins with, with an id (none if it is empty). What only the old
+// format knows, positions, records, indents and spaces in attributes, is put before its own
+// attributes, as of those with the same name the first one counts.
+void AppendStartTag(std::string_view text, const kav_mobi::Tag& tag, bool isNew,
                     std::string_view id, std::string& html);
 
 // The reference to the picture that a tag shows, as it is when it was appended; empty for none.

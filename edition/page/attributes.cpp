@@ -241,6 +241,11 @@ void AddPresentation(const GumboNode& element, std::string_view name, std::strin
     const std::string becomes = row.value == nullptr ? std::string() : row.value(value);
     if (!becomes.empty()) style.append(row.property).append(": ").append(becomes).append("; ");
   }
+  // With a width, pictures keep their shape, as they may have to be smaller.
+  const std::string height = LengthOf(AttributeOf(element, "height"));
+  if (name == "img" && !height.empty() && FindAttribute(element, "width") == nullptr) {
+    style.append("height: ").append(height).append("; ");
+  }
 }
 
 void Put(std::string_view name, std::string_view value, std::string& attributes) {

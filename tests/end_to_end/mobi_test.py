@@ -2,12 +2,15 @@
 
 import html
 import re
+import sys
 import xml.etree.ElementTree as ET
 
 from book import (ALLOWED, NCX, OPF, TESTS, WITHOUT_COVER, XHTML, Book, ToolTest, data_rows,
                   leave_for_epubcheck)
 
 FIXTURES = TESTS / "fixtures" / "mobi"
+sys.path.insert(0, str(FIXTURES))
+from old_books import palm_text
 
 
 def words_of(source):
@@ -130,6 +133,9 @@ class ReadersBooks(ToolTest):
                          for root in self.pages.values() for element in root.iter()]
                 for level, title in headings:
                     self.assertIn((level, html.unescape(title)), found)
+                if name == "lighthouse.mobi":
+                    self.assertIn('<h2 id="_h.1" style="text-align: inherit;"><b>L’arrivée</b></h2>',
+                                  book.read("OEBPS/page-2.xhtml").decode())
                 self.check_text(source)
                 self.check_links()
                 cover = book.read("OEBPS/" + book.manifest["cover-picture"])
@@ -157,6 +163,18 @@ class ReadersBooks(ToolTest):
         for text, beginning in (("le tableau des marées", "Les marées d’une semaine"),
                                 ("1", "1. Le registre"), ("1.", "1")):
             self.assertTrue(self.text_from(*leads[text]).startswith(beginning), text)
+
+    def test_markup_of_the_old_format(self):
+        for name, markup, body in data_rows("mobi_pages.txt"):
+            with self.subTest(name):
+                self.assertEqual(self.body_of(b"<html>" + markup.encode()), body)
+
+    def body_of(self, text):
+        (self.dir / "text.pdb").write_bytes(palm_text("T", text))
+        done = self.kavepub("convert", "-fq", "text.pdb", "-o", "text.epub", "--cover", "none")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        page = Book(self.dir / "text.epub").read("OEBPS/page-1.xhtml").decode()
+        return re.search("<body[^>]*>\n(.*)\n</body>", page, re.S)[1]
 
     def test_what_only_the_new_format_has(self):
         book = self.open("lighthouse.azw3")
