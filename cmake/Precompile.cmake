@@ -8,6 +8,9 @@ add_executable(kav_precompiled_program EXCLUDE_FROM_ALL cmake/precompiled.cpp)
 foreach(target IN ITEMS kav_precompiled_library kav_precompiled_program)
   target_link_libraries(${target} PRIVATE kav_build_rules)
   target_precompile_headers(${target} PRIVATE ${headers})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL Clang) # the compiler cache knows them by what they say
+    target_compile_options(${target} PRIVATE "SHELL:-Xclang -fno-pch-timestamp")
+  endif()
 endforeach()
 
 # The parts that the watched tests run most are worth being optimised, which takes longer than to

@@ -36,6 +36,7 @@ need_for_building() {
   need "what saves compiling" ccache
   export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
   export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+  export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_ctime,include_file_mtime
 }
 
 need_for_packaging() {
