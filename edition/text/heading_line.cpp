@@ -220,7 +220,7 @@ std::optional<PartRead> ReadNumberAndWord(std::string_view text) {
   if (numeral.writing == NumeralWriting::kWords) return std::nullopt;
   std::string_view behind = text.substr(numeral.length);
   for (const std::string_view ending :
-       {".", "º", "ª", "th", "st", "nd", "rd", "-я", "-й", "e", "er"}) {
+       {".", "º", "ª", "th", "st", "nd", "rd", "-я", "-й", "er", "re", "ère", "ème", "e"}) {
     if (behind.starts_with(ending)) {
       behind = behind.substr(ending.size());
       break;
