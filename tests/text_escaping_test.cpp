@@ -6,18 +6,7 @@
 
 namespace {
 
-TEST(ReplaceString, WorksFromTheEnd) {
-  for (const auto& row : DataRows("replacements.txt", 6)) {
-    SCOPED_TRACE(row[0]);
-    std::string text = row[1];
-    const std::string& result =
-        XMLBase::ReplaceString(text, row[2].c_str(), std::stoi(row[3]), row[4].c_str());
-    EXPECT_EQ(&result, &text);
-    EXPECT_EQ(text, row[5]);
-  }
-}
-
-// The same by the definition, with the standard library.
+// What the definition says, with the standard library.
 std::string ReplacedByDefinition(std::string text, const std::string& pattern, size_t length,
                                  const std::string& replacement) {
   for (size_t at = text.rfind(pattern); at != std::string::npos;
@@ -28,15 +17,16 @@ std::string ReplacedByDefinition(std::string text, const std::string& pattern, s
 }
 
 TEST(ReplaceString, AgreesWithTheDefinitionOnAllShortTexts) {
-  for (unsigned bits = 0; bits < 512; ++bits) {
+  for (unsigned bits = 1; bits < 512; ++bits) {
     std::string text;
-    for (unsigned i = 0; i < 9; ++i) text += (bits >> i & 1U) != 0 ? 'a' : 'b';
-    for (const std::string pattern : {"a", "ab", "aa", "aab", "aba", "bab"}) {
+    for (unsigned left = bits; left > 1; left >>= 1U) text += (left & 1U) != 0 ? 'a' : 'b';
+    for (const std::string pattern : {"", "a", "ab", "aa", "aab", "aba", "bab"}) {
       for (const std::string replacement : {"", "a", "b", "ab", "ba", "aab"}) {
-        for (const size_t length : {size_t{1}, pattern.size(), size_t{4}}) {
+        for (const size_t length : {size_t{0}, size_t{1}, pattern.size(), size_t{4}}) {
           std::string replaced = text;
-          XMLBase::ReplaceString(replaced, pattern.c_str(), static_cast<int>(length),
-                                 replacement.c_str());
+          const std::string& result = XMLBase::ReplaceString(
+              replaced, pattern.c_str(), static_cast<int>(length), replacement.c_str());
+          ASSERT_EQ(&result, &replaced);
           ASSERT_EQ(replaced, ReplacedByDefinition(text, pattern, length, replacement))
               << text << " " << pattern << " " << replacement << " " << length;
         }
