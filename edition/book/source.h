@@ -2,6 +2,7 @@
 #ifndef KAVEPUB_BOOK_SOURCE_H
 #define KAVEPUB_BOOK_SOURCE_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -16,10 +17,11 @@ enum class EncodingErrors { kFew, kNone, kAny };
 
 // What its host has to say about the reading of inputs. Empty where that is to be found out.
 struct SourceOptions {
-  std::string language;    // a tag of BCP 47
-  std::string chapters;    // "none", or a regular expression for headings
-  std::string encoding;    // by name
-  std::string paragraphs;  // "line" or "wrapped"
+  std::string language;                 // a tag of BCP 47
+  std::string chapters;                 // "none", or a regular expression for headings
+  std::vector<std::uint32_t> headings;  // lines of a text that are, from 0, ascending
+  std::string encoding;                 // by name
+  std::string paragraphs;               // "line" or "wrapped"
   EncodingErrors encodingErrors = EncodingErrors::kFew;
   std::string importRoot;  // a directory that holds the inputs, and what pages may show
   bool keepsNavigation = false;

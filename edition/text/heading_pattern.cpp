@@ -49,5 +49,6 @@ Result<IsHeadingLine> PatternOf(const std::string& expression) {
                                            reinterpret_cast<const char*>(message) + "."};
   }
   const auto pattern = std::make_shared<Pattern>(code);
-  return IsHeadingLine([pattern](std::string_view line) { return pattern->Finds(line); });
+  return IsHeadingLine(
+      [pattern](std::string_view line, std::uint32_t /*number*/) { return pattern->Finds(line); });
 }

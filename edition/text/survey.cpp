@@ -441,7 +441,7 @@ bool Survey::IsBeginOfBook(const Line& line) {
 void Survey::TryHeading(const Line& line) {
   if (IsBeginOfBook(line) || result.endLine != UINT32_MAX) return;
   if (pattern) {
-    if (pattern(line.head)) AddCandidate(line, {}, KindOf(kMarkedUnit, 0));
+    if (pattern(line.head, lineNumber)) AddCandidate(line, {}, KindOf(kMarkedUnit, 0));
     return;
   }
   if (const int level = AozoraHeadingLevel(line.head); level >= 0) {

@@ -115,8 +115,9 @@ struct SurveyResult {
   std::uint32_t endTextLine = UINT32_MAX;
 };
 
-// Which lines are headings: those that are found to be, or those that a pattern finds.
-using IsHeadingLine = std::function<bool(std::string_view line)>;
+// Which lines are headings: those that are found to be, or those that a pattern finds, by their
+// text or by their number, from 0.
+using IsHeadingLine = std::function<bool(std::string_view line, std::uint32_t number)>;
 
 class Survey {
  public:

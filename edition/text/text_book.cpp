@@ -47,8 +47,8 @@ class Maker {
     const Metadata facts = Facts(layout);
     if (Status status = sink.Begin(facts); !status) return status;
     const bool hasChapters =
-        options.chapters != kNoChapters &&
-        (layout.style != ParagraphStyle::kVerbatim || !options.chapters.empty());
+        options.chapters != kNoChapters && (layout.style != ParagraphStyle::kVerbatim ||
+                                            !options.chapters.empty() || !options.headings.empty());
     Structure structure;
     if (hasChapters) structure = FindChapters(survey);
     WordSet words;
@@ -62,6 +62,11 @@ class Maker {
   Status ReadSurvey() {
     Result<IsHeadingLine> pattern = PatternOf(options.chapters);
     if (!pattern) return pattern.Why();
+    if (!*pattern && options.chapters.empty() && !options.headings.empty()) {
+      *pattern = [this](std::string_view /*line*/, std::uint32_t number) {
+        return std::binary_search(options.headings.begin(), options.headings.end(), number);
+      };
+    }
     Survey reader(std::move(*pattern));
     if (Status status = input.Open(run); !status) return status;
     for (;;) {

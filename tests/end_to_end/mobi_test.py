@@ -169,12 +169,27 @@ class ReadersBooks(ToolTest):
             with self.subTest(name):
                 self.assertEqual(self.body_of(b"<html>" + markup.encode()), body)
 
-    def body_of(self, text):
-        (self.dir / "text.pdb").write_bytes(palm_text("T", text))
+    def book_of(self, text, places=()):
+        """The book of a text without packing and index."""
+        (self.dir / "text.pdb").write_bytes(palm_text("T", text, places))
         done = self.kavepub("convert", "-fq", "text.pdb", "-o", "text.epub", "--cover", "none")
         self.assertEqual(done.returncode, 0, done.stderr)
-        page = Book(self.dir / "text.epub").read("OEBPS/page-1.xhtml").decode()
+        return Book(self.dir / "text.epub")
+
+    def body_of(self, text):
+        page = self.book_of(text).read("OEBPS/page-1.xhtml").decode()
         return re.search("<body[^>]*>\n(.*)\n</body>", page, re.S)[1]
+
+    def test_bookmarks_of_texts(self):
+        for name, text, places, contents, paragraphs in data_rows("palm_texts.txt"):
+            with self.subTest(name):
+                book = self.book_of(text.encode(), map(int, re.findall("[0-9]+", places)))
+                self.assertEqual([title for _, title, _ in self.contents(book)], contents.split("|"))
+                shown = [" ".join("".join(element.itertext()).split())
+                         for page in book.spine if page.startswith("page-")
+                         for element in book.page(page).find(XHTML + "body").iter()
+                         if element.tag in (XHTML + "p", XHTML + "h1")]
+                self.assertEqual(shown, paragraphs.split("|"))
 
     def test_what_only_the_new_format_has(self):
         book = self.open("lighthouse.azw3")
