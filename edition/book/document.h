@@ -48,6 +48,7 @@ struct ContentsEntry {
   std::string anchor;      // an id in it; empty for its beginning
   std::uint64_t line = 0;  // of a text, from 1
   std::vector<ContentsEntry> children;
+  bool isOnPage = true;  // of the contents, and not only in the navigation of the reader
 };
 
 // A file that documents show or use: a picture, a font, a style sheet.

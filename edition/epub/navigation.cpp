@@ -95,7 +95,8 @@ class ContentsWriter {
       page += "\">";
       AppendEscaped(entry.title, page);
       page += "</a>";
-      if (!entry.children.empty()) Put(entry.children);
+      const bool hasList = !entry.children.empty() && entry.children.front().isOnPage;
+      if (hasList) Put(entry.children);
       page += "</li>\n";
     }
     --depth;

@@ -120,7 +120,7 @@ class Maker {
       std::erase_if(index, [&](const IndexEntry& entry) { return entry.position >= first; });
       index.insert(index.end(), letters.contents.begin(), letters.contents.end());
     }
-    const bool isDictionary = !cuts.empty();
+    isDictionary = !cuts.empty();
     plan = PlanOf(text, cuts);
     FindCover();
     TakeContentsPage();
@@ -254,14 +254,15 @@ class Maker {
     if (index.empty()) return Nested(std::move(headings));
     std::vector<FlatEntry> entries;
     for (const IndexEntry& entry : index) {
-      entries.push_back({entry.level, EntryTo(entry.position, entry.title)});
+      entries.push_back({entry.level, EntryTo(entry)});
     }
     return Nested(std::move(entries));
   }
 
-  ContentsEntry EntryTo(size_t position, std::string title) const {
-    const BookPlace& place = places->At(position);
-    return {std::move(title), place.document, place.id, 0, {}};
+  ContentsEntry EntryTo(const IndexEntry& entry) const {
+    const BookPlace& place = places->At(entry.position);
+    // Words that guide through a letter would be a long list before a dictionary.
+    return {entry.title, place.document, place.id, 0, {}, !isDictionary || entry.level == 0};
   }
 
   // Attributes may show files as well.
@@ -337,6 +338,7 @@ class Maker {
   std::optional<BookPlaces> places;
   std::vector<std::string> titles;  // of the documents, as the index has them
   std::optional<Resource> cover;
+  bool isDictionary = false;
   size_t contentsPage = 0;
   size_t start = 0;
 

@@ -10,7 +10,7 @@ from book import (ALLOWED, NCX, OPF, TESTS, WITHOUT_COVER, XHTML, Book, ToolTest
 
 FIXTURES = TESTS / "fixtures" / "mobi"
 sys.path.insert(0, str(FIXTURES))
-from old_books import palm_text
+from old_books import dictionary_book, palm_text
 
 
 def words_of(source):
@@ -163,6 +163,14 @@ class ReadersBooks(ToolTest):
         for text, beginning in (("le tableau des marées", "Les marées d’une semaine"),
                                 ("1", "1. Le registre"), ("1.", "1")):
             self.assertTrue(self.text_from(*leads[text]).startswith(beginning), text)
+
+    def test_words_that_guide_through_a_letter(self):
+        more = (("omicron", f"<p>{'A small one. ' * 800}</p>"), ("omit", "<p>Leave out.</p>"))
+        (self.dir / "more.mobi").write_bytes(dictionary_book(more))
+        book = self.open(self.dir / "more.mobi")
+        self.assertEqual([entry[:2] for entry in self.contents(book)][-2:], [(0, "O"), (1, "omit")])
+        page = book.read("OEBPS/contents.xhtml").decode()
+        self.assertEqual(re.findall("<a[^>]*>([^<]*)", page), ["A", "Β", "G", "R", "O"])
 
     def test_markup_of_the_old_format(self):
         for name, markup, body in data_rows("mobi_pages.txt"):
