@@ -206,6 +206,20 @@ std::string DamagedBook(const std::string& fixture, const std::string& damage) {
   return bytes;
 }
 
+TEST(KavMobi, FollowsNoLinkOfTheNewFormatBehindTheEnd) {
+  constexpr const char* kDigits = "03AV";  // the end of a link's offset, as the text is packed
+  std::string bytes = ReadFile(kFixtures / "new.mobi");
+  const size_t at = bytes.find(kDigits);
+  for (const char* digits : {kDigits, "VVVV"}) {
+    Reader reader;
+    ASSERT_EQ(reader.OpenBytes(bytes.replace(at, 4, digits)), KAV_MOBI_OK);
+    ASSERT_EQ(reader.Extract(), KAV_MOBI_OK);
+    const Strings links =
+        XPathTexts(ParseHtml(reader.Html()), "//a[starts-with(., 'another')]/@href");
+    EXPECT_EQ(links.size(), digits == kDigits ? 4U : 3U);
+  }
+}
+
 // While it lives, the process gets no more than so much memory, unless a sanitizer takes it.
 class LittleMemory {
  public:
