@@ -105,6 +105,7 @@ class Book:
         sheets = b"".join(self.of_type("css")).decode()
         classes = {word for page in self.pages.values() for element in page.iter()
                    for word in element.get("class", "").split()}
+        own = {word for value in re.findall('class="([^"]*)"', source) for word in value.split()}
         metadata = ["".join(element.itertext()) for element in self.opf.find("{*}metadata")]
         return {
             "texts, in order": f"{kept}/{len(list(filter(None, pieces)))}",
@@ -114,7 +115,7 @@ class Book:
             "headings": sum(len(self.all(f"h{level}")) for level in (1, 2, 3)),
             "tables, cells": f"{len(self.all('table'))}, {len(self.all('td')) + len(self.all('th'))}",
             "lists, items": f"{len(self.all('ul') + self.all('ol'))}, {len(self.all('li'))}",
-            "classes with rules": sum(f".{word} " in sheets or f".{word}{{" in sheets for word in classes),
+            "classes of the source with rules": f"{sum(bool(re.search(fr'[.]{word}[ {{:]', sheets)) for word in own & classes)}/{len(own)}",
             "fonts": sum((SOURCE / "marine.ttf").read_bytes() == font for font in self.of_type("font", "opentype")),
             "drawings": len(self.of_type("svg")) + len(self.all("path")),
             "pictures": len(self.of_type("jpeg", "png", "gif")),
