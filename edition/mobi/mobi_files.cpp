@@ -43,10 +43,8 @@ Result<std::string> MobiFiles::Picture(const std::string& reference) {
 }
 
 Result<std::string> MobiFiles::Drawing(const std::vector<std::string>& drawing) {
-  std::string file = WithPictures(drawing, [&](const std::string& reference) {
-    return given.Embed(
-        {"picture", {}, std::string(text.Book().Resource(text.PictureOf(reference)))});
-  });
+  std::string file = WithPictures(
+      drawing, [&](const std::string& reference) { return UriOf(text.PictureOf(reference)); });
   return given.Outcome(given.GiveOnce({"drawing.svg", "image/svg+xml", std::move(file)}));
 }
 
@@ -128,6 +126,11 @@ std::string MobiFiles::CleanSheet(std::string_view css, int depth) {
   return rules.Clean(css, refer, import);
 }
 
+std::string MobiFiles::UriOf(size_t number) {
+  if (!given.MayEmbed()) return {};
+  return given.Embed({"picture", {}, std::string(text.Book().Resource(number))});
+}
+
 // A drawing is shown alone, so that the pictures in it have to be in its file.
 std::string MobiFiles::WithEmbedded(std::string_view drawing) {
   std::string whole;
@@ -137,7 +140,7 @@ std::string MobiFiles::WithEmbedded(std::string_view drawing) {
     const size_t number =
         kav_mobi::KindleNumber(drawing.substr(at, end - at), kav_mobi::kEmbedPrefix);
     whole += drawing.substr(taken, at - taken);
-    whole += given.Embed({"picture", {}, std::string(text.Book().Resource(number))});
+    whole += UriOf(number);
     taken = at = end;
   }
   return whole.append(drawing.substr(taken));

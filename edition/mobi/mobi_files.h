@@ -39,6 +39,7 @@ class MobiFiles {
   std::string AddResource(size_t number, bool mayBeFont);
   std::string Sheet(size_t flow, int depth);
   std::string CleanSheet(std::string_view css, int depth);
+  std::string UriOf(size_t number);
   std::string WithEmbedded(std::string_view drawing);
 
   const BookText& text;
