@@ -167,9 +167,10 @@ class Attacks(ServeTest):
                          r"^attachment; filename\*=UTF-8''[\w.%-]+$")
         pages = zipfile.ZipFile(io.BytesIO(made))
         self.assertFalse(any(b"<script" in pages.read(name) for name in pages.namelist()))
-        for path in ["/", "/status", "/books", f"/books/{book}/book.epub"]:
-            headers = server.ask("GET", path)[0].headers
-            self.assertEqual("nosniff", headers["X-Content-Type-Options"])
+        for path in ["/", "/status", "/books", f"/books/{book}", f"/books/{book}/book.epub"]:
+            answer = server.ask("GET", path)[0]
+            headers = answer.headers
+            self.assertEqual((200, "nosniff"), (answer.status, headers["X-Content-Type-Options"]))
             policy = headers["Content-Security-Policy"]
             self.assertTrue(policy.startswith("default-src 'none'"), policy)
             self.assertNotIn("unsafe", policy)
