@@ -3,13 +3,15 @@
 
 #include <algorithm>
 
+#include "base/byte_set.h"
+
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kSpecial("\n\r\x1A\0", 4);
+constexpr ByteSet kSpecial(std::string_view("\n\r\x1A\0", 4));
 
 size_t LengthOfLine(std::string_view text) {
-  return std::min(text.find_first_of(kSpecial), text.size());
+  return std::min(kSpecial.FirstIn(text), text.size());
 }
 
 }  // namespace

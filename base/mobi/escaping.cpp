@@ -65,11 +65,10 @@ Replacement ReplacementFor(std::string_view text, TextKind kind) {
 
 }  // namespace
 
-void AppendEscaped(std::string_view text, TextKind kind, std::string_view special,
-                   std::string& out) {
+void AppendEscaped(std::string_view text, TextKind kind, const ByteSet& special, std::string& out) {
   size_t copied = 0;
-  for (size_t at = text.find_first_of(special); at != std::string_view::npos;
-       at = text.find_first_of(special, std::max(copied, at + 1))) {
+  for (size_t at = special.FirstIn(text); at != std::string_view::npos;
+       at = special.FirstIn(text, std::max(copied, at + 1))) {
     const auto [replacement, length] = ReplacementFor(text.substr(at), kind);
     if (length == 0) continue;
     out.append(text.substr(copied, at - copied)).append(replacement);

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/byte_set.h"
+
 namespace kav_mobi {
 
 enum class TextKind {
@@ -13,12 +15,11 @@ enum class TextKind {
 };
 
 // Characters that a text or, between quotation marks, a value cannot hold.
-inline constexpr std::string_view kSpecialInText = "<&";
-inline constexpr std::string_view kSpecialInValue = "<&\"";
+inline constexpr ByteSet kSpecialInText("<&");
+inline constexpr ByteSet kSpecialInValue("<&\"");
 
 // Appends a text, in UTF-8, with references in the place of special characters.
-void AppendEscaped(std::string_view text, TextKind kind, std::string_view special,
-                   std::string& out);
+void AppendEscaped(std::string_view text, TextKind kind, const ByteSet& special, std::string& out);
 
 }  // namespace kav_mobi
 

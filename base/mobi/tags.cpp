@@ -5,11 +5,15 @@
 #include <cstring>
 #include <string>
 
+#include "base/byte_set.h"
+
 namespace kav_mobi {
 namespace {
 
 constexpr Bytes kHtmlBlanks = " \t\r\n\f";
 constexpr Bytes kCommentStart = "<!--";
+constexpr ByteSet kBlankBytes(kHtmlBlanks);
+constexpr ByteSet kInTags("<>=");
 
 char Lower(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -20,7 +24,7 @@ bool IsLetter(char c) {
 }
 
 bool IsBlank(char c) {
-  return kHtmlBlanks.find(c) != Bytes::npos;
+  return kBlankBytes.Has(c);
 }
 
 bool EndsName(char c) {
@@ -105,7 +109,7 @@ void TagScanner::ReadSpecial(size_t at, Tag& tag) {
 // value neither counts, unless the quotation never ends.
 size_t TagScanner::EndOfTag(size_t at) const {
   while (true) {
-    at = text.find_first_of("<>=", at);
+    at = kInTags.FirstIn(text, at);
     if (at == Bytes::npos || text[at] == '<') return Bytes::npos;
     if (text[at] == '>') return at;
     at = SkipBlanks(text, at + 1);

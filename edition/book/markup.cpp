@@ -3,7 +3,11 @@
 
 #include <algorithm>
 
+#include "base/byte_set.h"
+
 namespace {
+
+constexpr ByteSet kSpecial("&<>\"");
 
 const char* EscapeOf(char letter) {
   switch (letter) {
@@ -22,13 +26,10 @@ const char* EscapeOf(char letter) {
 
 void AppendEscaped(std::string_view text, std::string& markup) {
   for (;;) {
-    const auto* place = std::find_if(text.begin(), text.end(), [](char c) {
-      return c == '&' || c == '<' || c == '>' || c == '"';
-    });
-    const auto size = static_cast<size_t>(place - text.begin());
+    const size_t size = std::min(kSpecial.FirstIn(text), text.size());
     markup.append(text, 0, size);
     if (size == text.size()) return;
-    markup += EscapeOf(*place);
+    markup += EscapeOf(text[size]);
     text.remove_prefix(size + 1);
   }
 }

@@ -15,12 +15,15 @@
 
 namespace {
 
-constexpr std::string_view kTextSigns = "&\r";
+constexpr ByteSet kBlankSigns(kBlanks);
+constexpr ByteSet kTextSigns("&\r");
+constexpr ByteSet kLineSigns("\r");
+constexpr ByteSet kValueEnds("\"'<=`> \t\r\n\f");
 constexpr size_t kMostCompared = 40;  // each is compared with those before it
 constexpr size_t kLongestName = 10;   // of a character
 
 bool IsBlankSign(char c) {
-  return kBlanks.find(c) != std::string_view::npos;
+  return kBlankSigns.Has(c);
 }
 
 bool IsLetterOrDigit(char c) {
@@ -96,21 +99,22 @@ OrderlyTokens::Kind OrderlyTokens::NextRaw(std::string_view element, bool hasRef
     const bool isEnd = rest.starts_with('/') &&
                        Lowered(rest.substr(1, element.size())) == element &&
                        !IsNameSign(At(at + 2 + element.size()));
-    if (isEnd) return ReadText(source.substr(begin, at - begin), hasReferences ? kTextSigns : "\r");
+    if (isEnd)
+      return ReadText(source.substr(begin, at - begin), hasReferences ? kTextSigns : kLineSigns);
     isInComment |= rest.starts_with("!--");
     if (isInComment && Lowered(rest.substr(0, 6)) == "script") break;  // that may have its own end
   }
   return Kind::kDisorder;
 }
 
-OrderlyTokens::Kind OrderlyTokens::ReadText(std::string_view raw, std::string_view signs) {
+OrderlyTokens::Kind OrderlyTokens::ReadText(std::string_view raw, const ByteSet& signs) {
   return Decode(raw, signs) ? Kind::kText : Kind::kDisorder;
 }
 
 // Sets the text. The signs are those that do not stand for themselves.
-bool OrderlyTokens::Decode(std::string_view raw, std::string_view signs) {
+bool OrderlyTokens::Decode(std::string_view raw, const ByteSet& signs) {
   text = raw;
-  size_t sign = raw.find_first_of(signs);
+  size_t sign = signs.FirstIn(raw);
   if (sign == std::string_view::npos) return true;
   decoded.clear();
   while (sign != std::string_view::npos) {
@@ -124,7 +128,7 @@ bool OrderlyTokens::Decode(std::string_view raw, std::string_view signs) {
       decoded += '\n';
     }
     raw.remove_prefix(taken);
-    sign = raw.find_first_of(signs);
+    sign = signs.FirstIn(raw);
   }
   decoded += raw;
   text = decoded;
@@ -239,7 +243,7 @@ bool OrderlyTokens::ReadValue(GumboAttribute& attribute) {
     if (end == std::string_view::npos) return false;
     at = end + 1;
   } else {
-    end = source.find_first_of("\"'<=`> \t\r\n\f", begin);
+    end = kValueEnds.FirstIn(source, begin);
     if (end == begin || end == std::string_view::npos) return false;
     at = end;
   }

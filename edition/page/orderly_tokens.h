@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/byte_set.h"
 #include "edition/page/arena.h"
 
 // Codes that never are one.
@@ -47,13 +48,13 @@ class OrderlyTokens {
   GumboVector Attributes() const;
 
  private:
-  Kind ReadText(std::string_view raw, std::string_view signs);
+  Kind ReadText(std::string_view raw, const ByteSet& signs);
   Kind ReadComment();
   Kind ReadTag(bool isEnd);
   bool ReadAttributes();
   bool ReadAttribute();
   bool ReadValue(GumboAttribute& attribute);
-  bool Decode(std::string_view raw, std::string_view signs);
+  bool Decode(std::string_view raw, const ByteSet& signs);
   size_t DecodeReference(std::string_view raw);
   void SkipBlanks();
   char At(size_t offset) const { return offset < source.size() ? source[offset] : '\0'; }

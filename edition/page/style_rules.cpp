@@ -14,6 +14,10 @@ constexpr int kDeepestBlock = 4;
 constexpr int kMostVariables = 8;       // that a value leads to, one by one
 constexpr size_t kLongestValue = 4096;  // of variables, which may be used all over a sheet
 
+constexpr size_t kLongestRemembered =
+    256;  // of style attributes, which are the same again and again
+constexpr size_t kMostRemembered = 256;
+
 constexpr std::string_view kDroppedProperties[] = {
     "-moz-binding",   "behavior",        "content-visibility", "contain",    "filter",
     "inset",          "overflow",        "overflow-wrap",      "overflow-x", "overflow-y",
@@ -419,8 +423,15 @@ std::string StyleRules::Clean(std::string_view sheet, const Refer& refer, const 
 }
 
 std::string StyleRules::CleanDeclarations(std::string_view declarations, const Refer& refer) {
+  if (const auto known = cleaned.find(declarations); known != cleaned.end()) return known->second;
   const std::string plain = WithoutComments(declarations);
-  return Reader(*this, refer, nullptr).Declarations(plain, SubjectOf({}, plain));
+  std::string clean = Reader(*this, refer, nullptr).Declarations(plain, SubjectOf({}, plain));
+  // What refers to something asks for it each time, and what sets a variable sets it each time.
+  const bool isForAll = declarations.size() <= kLongestRemembered &&
+                        cleaned.size() < kMostRemembered && plain.find('(') == std::string::npos &&
+                        plain.find("--") == std::string::npos;
+  if (isForAll) cleaned.emplace(declarations, clean);
+  return clean;
 }
 
 double Pixels(std::string_view value) {

@@ -31,6 +31,7 @@ class StyleRules {
   class Reader;
 
   std::map<std::string, std::string, std::less<>> variables;
+  std::map<std::string, std::string, std::less<>> cleaned;  // declarations as they were, and are
 };
 
 #endif

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstring>
 
+#include "base/byte_set.h"
 #include "edition/text/aozora.h"
 #include "edition/text/characters.h"
 
@@ -116,11 +117,7 @@ constexpr std::array<std::uint64_t, 256> MakeLanes() {
 }
 constexpr auto kLanesOf = MakeLanes();
 
-constexpr auto kIsMark = [] {
-  std::array<bool, 256> marks = {};
-  marks[','] = marks[';'] = marks[':'] = true;
-  return marks;
-}();
+constexpr ByteSet kMarks(",;:");
 
 Census CensusOf(std::string_view head) {
   constexpr size_t kMostInALane = 255;
@@ -132,7 +129,7 @@ Census CensusOf(std::string_view head) {
     for (size_t i = begin; i < end; ++i) {
       const auto c = static_cast<unsigned char>(head[i]);
       lanes += kLanesOf[c];
-      if (kIsMark[c] && i + 1 < head.size() && head[i + 1] > ' ') ++tight;
+      if (kMarks.Has(head[i]) && i + 1 < head.size() && head[i + 1] > ' ') ++tight;
     }
     const auto count = [lanes](Lane lane) { return lanes >> (lane * 8) & 0xFFU; };
     census.tabs += count(kTabs);
