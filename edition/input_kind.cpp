@@ -131,8 +131,8 @@ Result<InputKind> KindOf(const Input& input) {
   if (!count) return count.Why();
   beginning.resize(*count);
 
+  if (IsPalm(beginning)) return InputKind::kMobi;  // its first bytes are a name of any kind
   if (IsPixels(beginning)) return InputKind::kPictures;
-  if (IsPalm(beginning)) return InputKind::kMobi;
   if (const Signature* foreign = FindSignature(kForeign, beginning)) {
     return Failure{KAVEPUB_E_FORMAT,
                    input.Name() + " is " + foreign->meaning +

@@ -176,11 +176,11 @@ BookKind KindOf(const std::filesystem::path& file) {
 
 BookKind KindOfBytes(const std::filesystem::path& file, std::string_view beginning) {
   beginning = beginning.substr(0, kPeekSize);
+  if (BeginsLikeMobi(beginning)) return BookKind::kMobi;  // its first bytes are a name of any kind
   if (FindSignature(kPictures, beginning) != nullptr ||
       FindSignature(kConvertiblePictures, beginning) != nullptr) {
     return BookKind::kPictures;
   }
-  if (BeginsLikeMobi(beginning)) return BookKind::kMobi;
   if (KindByName(file) == BookKind::kMarkdown) return BookKind::kMarkdown;
   const std::string element = FirstElement(beginning);
   if (BeginsLikeHtml(element)) return BookKind::kHtml;
