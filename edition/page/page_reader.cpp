@@ -33,6 +33,12 @@ bool IsBlank(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
+// Whose content is no part of the page, in formulas as well, where it may be elements.
+bool IsForPrograms(const GumboNode& element) {
+  const GumboTag tag = element.v.element.tag;
+  return tag == GUMBO_TAG_SCRIPT || tag == GUMBO_TAG_STYLE;
+}
+
 // What of a page is text, for each element in the order of the page.
 struct Weight {
   std::uint32_t text = 0;
@@ -56,13 +62,9 @@ std::vector<Weight> WeighElements(const GumboNode& root) {
     if (node.v.element.tag == GUMBO_TAG_A) ++links;
     path.push_back(weights.size());
     weights.emplace_back();
-    const GumboTag tag = node.v.element.tag;
-    // Their numbers count, their texts do not.
-    if (tag == GUMBO_TAG_SCRIPT || tag == GUMBO_TAG_STYLE) {
-      path.pop_back();
-      return false;
-    }
-    return true;
+    if (!IsForPrograms(node)) return true;
+    path.pop_back();
+    return false;
   };
   const auto leave = [&](const GumboNode& node) {
     if (node.v.element.tag == GUMBO_TAG_A) --links;
@@ -179,6 +181,7 @@ class Reader {
   }
 
   bool Begin(const GumboNode& node, Weight weight) {
+    if (IsForPrograms(node)) return Skip(node);
     const GumboNamespaceEnum space = node.v.element.tag_namespace;
     if (space == GUMBO_NAMESPACE_SVG && hasBody) {
       AddDrawing(node);
@@ -212,7 +215,7 @@ class Reader {
     const auto count = [&](const GumboNode& below) {
       if (!IsElement(below)) return false;
       if (!std::exchange(isTop, false)) ++number;
-      return below.v.element.tag != GUMBO_TAG_SCRIPT && below.v.element.tag != GUMBO_TAG_STYLE;
+      return !IsForPrograms(below);
     };
     Walk(node, count, [](const GumboNode&) {});
     return false;
