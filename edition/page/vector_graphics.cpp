@@ -164,6 +164,26 @@ constexpr std::string_view kWithText[] = {"desc", "text", "textPath", "title", "
 constexpr std::string_view kReferring[] = {
     "filter", "image", "linearGradient", "pattern", "radialGradient", "textPath", "use"};
 
+// Without these attributes, drawings are not valid by SVG 1.1.
+constexpr struct {
+  std::string_view element, name, value;
+} kRequired[] = {
+    {"circle", "r", "0"},
+    {"ellipse", "rx", "0"},
+    {"ellipse", "ry", "0"},
+    {"feBlend", "in2", "SourceGraphic"},
+    {"feComposite", "in2", "SourceGraphic"},
+    {"image", "height", "100%"},
+    {"image", "width", "100%"},
+    {"image", "xlink:href", kEmptyPicture},
+    {"polygon", "points", "0,0"},
+    {"polyline", "points", "0,0"},
+    {"rect", "height", "0"},
+    {"rect", "width", "0"},
+    {"stop", "offset", "0"},
+    {"style", "type", "text/css"},
+};
+
 // These show another part, and nothing without it.
 constexpr std::string_view kShowingParts[] = {"textPath", "use"};
 
@@ -238,14 +258,15 @@ class Writer {
         value.starts_with("data:image/png;base64,") || value.starts_with("data:image/jpeg;base64,");
     if (path.back() != "image" || value.empty()) return;
     if (isPicture) return Put("xlink:href", value);
-    const bool isFirst = names.insert("xlink:href").second;
-    if (!isFirst || !takesPictures || value.starts_with("data:")) return;
+    if (!takesPictures || value.starts_with("data:") || !names.insert("xlink:href").second) return;
     file += kPictureMark;
     pictures.emplace_back(value);
   }
 
   void EndOfTag() {
-    if (path.back() == "style") file += " type=\"text/css\"";
+    for (const auto& [element, name, value] : kRequired) {
+      if (path.back() == element) Put(name, value);  // unless it has its own
+    }
     file += '>';
   }
 

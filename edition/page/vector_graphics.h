@@ -49,6 +49,10 @@ struct CleanedDrawing {
 };
 CleanedDrawing CleanDrawing(std::string_view file);
 
+// Of one transparent point, as drawings have to name a picture where they could have one.
+inline constexpr std::string_view kEmptyPicture =
+    "data:image/gif;base64,R0lGODlhAQABAIAAAAAAAP///yH5BAEAAAAALAAAAAABAAEAAAIBRAA7";
+
 // How pictures of other files are marked; no other attribute is written like it.
 inline constexpr std::string_view kPictureMark = " xlink:href=\"picture:\"";
 
@@ -62,7 +66,9 @@ std::string WithPictures(const std::vector<std::string>& drawing, UriOf uriOf) {
     whole += file.substr(taken, mark - taken);
     taken = mark + kPictureMark.size();
     const std::string uri = uriOf(drawing[picture]);
-    if (!uri.empty()) whole.append(" xlink:href=\"").append(uri).append("\"");
+    whole.append(" xlink:href=\"")
+        .append(uri.empty() ? kEmptyPicture : std::string_view(uri))
+        .append("\"");
   }
   return whole.append(file.substr(taken));
 }
