@@ -176,7 +176,9 @@ class Cleaner {
   PalmText Finish() {
     PalmText made;
     size_t copied = 0;
-    size_t line = 0;
+    size_t line = std::string::npos;
+    bool isLine = false;
+    bool isShort = false;
     std::uint32_t lines = 0;
     const auto copyTo = [&](size_t end) {
       for (; copied < end; ++copied) {
@@ -185,10 +187,13 @@ class Cleaner {
       }
     };
     for (const Bookmark& bookmark : bookmarks) {
-      if (bookmark.position >= line) line = SkipBlanks(clean, bookmark.position);
-      if (line == clean.size() || !BeginsLine(line)) continue;
-      const bool isShort = LineAt(clean, line).size() <= kLongestPalmHeading;
-      if (!isShort && bookmark.name.empty()) continue;
+      // Of bookmarks at one place, the first looks around it.
+      if (line == std::string::npos || bookmark.position > line) {
+        line = SkipBlanks(clean, bookmark.position);
+        isLine = line < clean.size() && BeginsLine(line);
+        isShort = isLine && LineAt(clean, line).size() <= kLongestPalmHeading;
+      }
+      if (!isLine || (!isShort && bookmark.name.empty())) continue;
       copyTo(line);
       if (!isShort) {
         made.text.append(bookmark.name).append("\n");
