@@ -28,7 +28,7 @@ std::string GivenFiles::GiveSheet(std::string css, std::string name) {
 }
 
 std::string GivenFiles::Embed(Resource picture) {
-  const bool hasRoom = MayEmbed();
+  const bool hasRoom = embedded + picture.bytes.size() <= kMostEmbedded;
   embedded += picture.bytes.size();
   if (!hasRoom || !TakePicture(picture)) return {};
   const std::string& type = picture.mediaType;

@@ -29,8 +29,8 @@ class DrawingParts {
 // none. Behind the file are the references to the pictures that it shows, whose places are marked.
 std::vector<std::string> DrawingOf(const GumboNode& svg, DrawingParts& others);
 
-// That file with its pictures, which uriOf(reference) makes data URIs; those without one stay
-// away, as a drawing that is shown alone can name no other file.
+// That file with its pictures, which uriOf(reference) makes data URIs, as a drawing that is shown
+// alone can name no other file; those without one become empty.
 template <typename UriOf>
 std::string WithPictures(const std::vector<std::string>& drawing, UriOf uriOf);
 

@@ -71,7 +71,8 @@ class Drawings(ToolTest):
                                          drawing % ("no.png", '<circle r="3"/>') +
                                          # What browsers do without, but not the standard.
                                          "<svg viewBox='0 0 8 6'><rect/><circle/><ellipse/><polygon/><polyline/>"
-                                         "<linearGradient><stop/></linearGradient><image/><filter><feBlend/><feComposite/></filter><path d=M1,1/></svg>")
+                                         "<linearGradient><stop/></linearGradient><image/><path d=M1,1 />"
+                                         "<filter><feBlend/><feComposite/></filter></svg>")
         done = self.kavepub("convert", "-f", "a.html", "-o", "a.epub", "--cover", "none")
         self.assertIn("no.png", done.stderr)
         self.assertNotIn("map.png", done.stderr)
