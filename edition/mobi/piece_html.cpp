@@ -76,8 +76,10 @@ class PieceWriter {
     const IndexEntry& entry = headings[heading];
     const kav_mobi::Tag end = EndOfHeading(bytes.substr(0, kLongestHeading));
     if (end.end == 0) return 0;
-    const bool isTitle = SaysSame(bytes.substr(0, end.end), entry.title, false);
-    if (!isTitle && !SaysSame(bytes.substr(0, end.end), entry.title, true)) return 0;
+    WantTitle();
+    const std::string words = WordsOf(bytes.substr(0, end.end));
+    const bool isTitle = words == wantedWords;
+    if (!isTitle && FoldedText(words) != wantedInAnyCase) return 0;
     MarkUpTo(piece.begin + tag.begin + end.end);
     ++heading;
     headingName = "h" + std::to_string(std::min(entry.level + 1, kLowestHeading));
@@ -112,14 +114,23 @@ class PieceWriter {
   }
 
   // Of blanks there may be others.
-  bool SaysSame(std::string_view paragraph, const std::string& title, bool inAnyCase) const {
+  static std::string WithoutBlanks(std::string words) {
+    std::erase(words, ' ');
+    return words;
+  }
+
+  std::string WordsOf(std::string_view paragraph) const {
     std::string markup;
     kav_mobi::TextDecoder(text.Book().CodePage()).Append(paragraph, markup);
-    const auto bare = [&](std::string words) {
-      std::erase(words, ' ');
-      return inAnyCase ? FoldedText(words) : words;
-    };
-    return bare(OneLine(TextOf(PageTree(std::move(markup)).Root()))) == bare(title);
+    return WithoutBlanks(OneLine(TextOf(PageTree(std::move(markup)).Root())));
+  }
+
+  // Titles may be long, and paragraphs many.
+  void WantTitle() {
+    if (wantedHeading == heading) return;
+    wantedHeading = heading;
+    wantedWords = WithoutBlanks(headings[heading].title);
+    wantedInAnyCase = FoldedText(wantedWords);
   }
 
   // What leads into a run of text leads to its beginning.
@@ -218,6 +229,9 @@ class PieceWriter {
   size_t heading;
   size_t headingEnd = std::string_view::npos;  // of the paragraph that is one
   std::string headingName;
+  size_t wantedHeading = std::string_view::npos;  // whose title these are
+  std::string wantedWords;
+  std::string wantedInAnyCase;
   bool inHeading = false;
   size_t foreign = 0;  // drawings and formulas that are open
 };
