@@ -26,7 +26,7 @@ clean_up() {
   started_with "SLURM_CONF=$top/slurm.conf" | while read -r pid; do
     ((pid == $$)) || kill -9 "$pid" || true
   done
-  umount "$top/books" || true
+  umount "$top/books" "$top/disk.n2" || true
   rm -rf "$top"
 }
 trap 'clean_up 2>/dev/null' EXIT
@@ -72,7 +72,8 @@ AuthType=auth/munge
 AuthInfo=socket=$top/munge.socket
 SlurmUser=root
 StateSaveLocation=$top/state
-SlurmdSpoolDir=$top/spool.%n
+SlurmdSpoolDir=$top/disk.%n/spool
+TaskProlog=$top/prolog
 SlurmctldPidFile=$top/slurmctld.own
 SlurmdPidFile=$top/%n.own
 SlurmctldPort=$port
@@ -93,7 +94,12 @@ NodeName=n1 NodeHostname=$(hostname -s) NodeAddr=127.0.0.1 Port=$((port + 1)) CP
 NodeName=n2 NodeHostname=$(hostname -s) NodeAddr=127.0.0.1 Port=$((port + 2)) CPUs=1
 PartitionName=all Nodes=n1,n2 Default=YES MaxTime=INFINITE State=UP
 END
-  mkdir "$top/state" "$top/spool.n1" "$top/spool.n2"
+  # What a node works with is on a disk of its own, and that of n2 is small.
+  printf '#!/bin/sh\necho "export SLURM_TMPDIR=%s/disk.$SLURMD_NODENAME/work"\n' "$top" >"$top/prolog"
+  chmod 755 "$top/prolog"
+  mkdir "$top/state" "$top/disk.n1" "$top/disk.n2"
+  mount -t tmpfs -o size=4m disk "$top/disk.n2"
+  mkdir "$top"/disk.n{1,2}/{spool,work}
   mungekey --create --keyfile "$top/munge.key"
   daemon munged munged --force --foreground --key-file "$top/munge.key" --socket "$top/munge.socket" \
     --pid-file "$top/munged.own" --seed-file "$top/munge.seed" --log-file "$top/munge.log"
@@ -173,6 +179,10 @@ cat /dev/zero >"$top/books/filler" 2>/dev/null || true
 within 60 'grep -q "\"cause\":\"disk\"" "$top"/books.run/journals/*.jsonl'
 sleep 2
 rm "$top/books/filler"
+say "the disk of n2 gets full, where it has its tasks and working files, $(made books) books are there"
+within 60 'cat /dev/zero >>"$top/disk.n2/filler" 2>/dev/null || [[ $(sinfo -hN -n n2 -o "%t %E") == drain*full* ]]'
+rm "$top/disk.n2/filler"
+within 60 'scontrol update nodename=n2 state=undrain 2>/dev/null'
 say "n1 is back, the controller is killed, $(made books) books are there"
 daemon n1 slurmd -D -N n1
 kill -9 "$(<"$top/slurmctld.pid")"
@@ -215,7 +225,7 @@ seq "$shares" | parallel --will-cite --sshlogin "2/${ssh[*]} localhost" --retrie
    --journal $top/run/{}.jsonl || [ \$? = 1 ]" >"$top/parallel.log" 2>&1 &
 run=$!
 within 60 '(($(made again) > books / 10))'
-within 60 'kill -9 "$(pgrep -n -f "^$build/bin/kavepub convert $library --list $top/list --share")" 2>/dev/null'
+within 60 'kill -9 "$(pgrep -o -f "^$build/bin/kavepub convert $library --list $top/list --share")" 2>/dev/null'
 wait "$run" || fail "parallel: $(cat "$top/parallel.log")"
 kavepub report --list "$top/list" "$top"/run/*.jsonl || true
 require_all "$top/again"
