@@ -18,6 +18,7 @@ top=$(mktemp -d)
 chmod 755 "$top"
 export PATH=$build/bin:$sources/hosts/cluster:$PATH SLURM_CONF=$top/slurm.conf
 daemons=()
+ulimit -c 0
 
 # Ends what was started here, and nothing else.
 clean_up() {
