@@ -38,7 +38,7 @@ constexpr long kDiskPart = 331;  // bytes
 constexpr long kDiskParts = 150;
 constexpr long kFewest = 3;
 constexpr long kMost = 40;
-constexpr long kKills = 200;
+constexpr long kKills = 80;
 // Watched, each of these is slow, and every fifth shows what it does to memory.
 constexpr long kStep = kSanitized ? 5 : 1;
 
