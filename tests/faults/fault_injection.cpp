@@ -39,8 +39,10 @@ constexpr long kDiskParts = 150;
 constexpr long kFewest = 3;
 constexpr long kMost = 40;
 constexpr long kKills = 80;
-// Watched, each of these is slow, and every fifth shows what it does to memory.
+// Watched, each of these is slow, and every fifth shows what it does to memory; of calls, every
+// second does.
 constexpr long kStep = kSanitized ? 5 : 1;
+constexpr long kCallStep = kSanitized ? 2 : 1;
 
 enum Harm { kDies, kLeaks, kWrongBook, kHarms };
 constexpr const char* kHarmNames[kHarms] = {"crashes and hangs", "leaks", "incomplete books"};
@@ -299,7 +301,7 @@ int main(int count, char** arguments) {
   for (const char* fault : kFaults) {
     const bool isAllocation = strcmp(fault, "malloc") == 0 || strcmp(fault, "memory") == 0;
     const bool isMany = strcmp(fault, "kill") == 0 || strncmp(fault, "disk", 4) == 0;
-    const long step = isAllocation ? allocations : isMany ? kStep : 1;
+    const long step = isAllocation ? allocations : isMany ? kStep : kCallStep;
     if (only.empty() || only == fault)
       good = Inject(name.c_str(), fault, first, last, step) && good;
   }
