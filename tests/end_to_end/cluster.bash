@@ -73,8 +73,7 @@ AuthType=auth/munge
 AuthInfo=socket=$top/munge.socket
 SlurmUser=root
 StateSaveLocation=$top/state
-SlurmdSpoolDir=$top/disk.%n/spool
-TaskProlog=$top/prolog
+SlurmdSpoolDir=$top/disk.%n
 SlurmctldPidFile=$top/slurmctld.own
 SlurmdPidFile=$top/%n.own
 SlurmctldPort=$port
@@ -95,12 +94,9 @@ NodeName=n1 NodeHostname=$(hostname -s) NodeAddr=127.0.0.1 Port=$((port + 1)) CP
 NodeName=n2 NodeHostname=$(hostname -s) NodeAddr=127.0.0.1 Port=$((port + 2)) CPUs=1
 PartitionName=all Nodes=n1,n2 Default=YES MaxTime=INFINITE State=UP
 END
-  # What a node works with is on a disk of its own, and that of n2 is small.
-  printf '#!/bin/sh\necho "export SLURM_TMPDIR=%s/disk.$SLURMD_NODENAME/work"\n' "$top" >"$top/prolog"
-  chmod 755 "$top/prolog"
+  # What Slurm has on a node is on a disk of its own, and that of n2 is small.
   mkdir "$top/state" "$top/disk.n1" "$top/disk.n2"
   mount -t tmpfs -o size=4m disk "$top/disk.n2"
-  mkdir "$top"/disk.n{1,2}/{spool,work}
   mungekey --create --keyfile "$top/munge.key"
   daemon munged munged --force --foreground --key-file "$top/munge.key" --socket "$top/munge.socket" \
     --pid-file "$top/munged.own" --seed-file "$top/munge.seed" --log-file "$top/munge.log"
@@ -180,7 +176,7 @@ cat /dev/zero >"$top/books/filler" 2>/dev/null || true
 within 60 'grep -q "\"cause\":\"disk\"" "$top"/books.run/journals/*.jsonl'
 sleep 2
 rm "$top/books/filler"
-say "the disk of n2 gets full, where it has its tasks and working files, $(made books) books are there"
+say "the disk of n2 gets full, where Slurm has its tasks, $(made books) books are there"
 within 60 'cat /dev/zero >>"$top/disk.n2/filler" 2>/dev/null || [[ $(sinfo -hN -n n2 -o "%t %E") == drain*full* ]]'
 rm "$top/disk.n2/filler"
 within 60 'scontrol update nodename=n2 state=undrain 2>/dev/null'
