@@ -30,9 +30,13 @@ inline const xmlChar* Xml(const std::string& text) {
   return Xml(text.c_str());
 }
 
-// libxml2 alone would let a name pass that ends in bytes which are not UTF-8.
+// libxml2 alone would let names pass that end in bytes which are not UTF-8, or that its parser, for
+// which a name begins behind a second colon, too, cannot read.
 inline bool IsXmlName(const xmlChar* name) {
-  return name != nullptr && xmlCheckUTF8(name) != 0 && xmlValidateNameValue(name) != 0;
+  if (name == nullptr || xmlCheckUTF8(name) == 0 || xmlValidateNameValue(name) == 0) return false;
+  const xmlChar* colon = xmlStrchr(name, ':');
+  if (colon != nullptr) colon = xmlStrchr(colon + 1, ':');
+  return colon == nullptr || colon[1] == '\0' || xmlValidateNameValue(colon + 1) != 0;
 }
 
 // libxml2 must be set up once before threads use it.
