@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 
 #include "base/text_gate.h"
 
@@ -11,9 +12,6 @@ namespace {
 constexpr char kUntitled[] = "Untitled";
 constexpr char kUndetermined[] = "und";  // ISO 639-2
 
-constexpr int kLargestYear = 9999;
-constexpr int kMonths = 12;
-constexpr int kDays = 31;
 constexpr size_t kLongestSubtag = 8;
 
 constexpr std::string Metadata::*kTexts[] = {
@@ -32,10 +30,11 @@ bool IsDigit(char letter) {
   return letter >= '0' && letter <= '9';
 }
 
-bool IsNumber(std::string_view digits, int most) {
+// Zero of what is no number.
+int NumberOf(std::string_view digits) {
   int number = 0;
   std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  return std::all_of(digits.begin(), digits.end(), IsDigit) && number >= 1 && number <= most;
+  return std::all_of(digits.begin(), digits.end(), IsDigit) ? number : 0;
 }
 
 bool IsSubtag(std::string_view tag) {
@@ -100,9 +99,13 @@ std::string OneLine(std::string_view text) {
 
 bool IsDate(std::string_view text) {
   if (text.size() != 4 && text.size() != 7 && text.size() != 10) return false;
-  if (!IsNumber(text.substr(0, 4), kLargestYear)) return false;
-  if (text.size() > 4 && (text[4] != '-' || !IsNumber(text.substr(5, 2), kMonths))) return false;
-  return text.size() < 10 || (text[7] == '-' && IsNumber(text.substr(8), kDays));
+  for (size_t at = 4; at < text.size(); at += 3) {
+    if (text[at] != '-') return false;
+  }
+  const int year = NumberOf(text.substr(0, 4));
+  const int month = text.size() > 4 ? NumberOf(text.substr(5, 2)) : 1;
+  const int day = text.size() > 7 ? NumberOf(text.substr(8)) : 1;
+  return year >= 1 && (std::chrono::year(year) / month / day).ok();
 }
 
 bool IsLanguageTag(std::string_view text) {

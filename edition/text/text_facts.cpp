@@ -79,15 +79,13 @@ std::string DateOf(std::string_view text) {
   for (size_t i = 0; i < std::size(kEnglishMonths); ++i) {
     if (folded.find(kEnglishMonths[i]) != std::string::npos) month = std::to_string(i + 1);
   }
-  if (year.empty() || month.empty()) return year;
-  const int monthNumber = std::stoi(month);
-  if (monthNumber < 1 || monthNumber > 12) return year;
-  const auto append = [&year](const std::string& number) {
-    year.append(number.size() < 2 ? "-0" : "-").append(number);
-  };
-  append(month);
-  if (!day.empty() && std::stoi(day) >= 1 && std::stoi(day) <= 31) append(day);
-  return year;
+  std::string date = year;
+  for (const std::string& part : {month, day}) {
+    std::string finer = date + (part.size() < 2 ? "-0" : "-") + part;
+    if (!IsDate(finer)) break;
+    date = std::move(finer);
+  }
+  return date;
 }
 
 // Ten or thirteen digits whose check digit is right, without their hyphens.
