@@ -60,6 +60,16 @@ std::string IdOf(size_t heading) {
   return id.append(std::to_string(heading + 1));
 }
 
+// "Book I, Chapter 1": the first heading alone.
+std::string_view WithoutJoiner(std::string_view text) {
+  constexpr std::u32string_view kJoiners = U",.:;-–—·．・‧，、：";
+  while (!text.empty() &&
+         (kJoiners.find(LastOf(text)) != std::u32string_view::npos || IsBlank(LastOf(text)))) {
+    text = WithoutLast(text);
+  }
+  return text;
+}
+
 bool EndsAsSentence(std::string_view text) {
   return std::u32string_view(U"。，！？；：」』…").find(LastOf(text)) != std::u32string_view::npos;
 }
@@ -144,7 +154,7 @@ Status BookBuilder::BeginHeading(std::string_view line) {
   if (candidate.UnitIn() != kMarkedUnit && ReadHeadingLine(text, heading)) {
     const std::string_view behind = std::string_view(text).substr(heading.body);
     if (candidate.outerKind != 0) {
-      openOuter = Folded(std::string_view(text).substr(heading.body, heading.inner - heading.body));
+      openOuter = Folded(behind.substr(0, heading.inner - heading.body));
     }
     const bool hasBodyMark = text.compare(0, heading.body, "正文 ") == 0 ||
                              text.substr(0, heading.body).find("正文") != std::string::npos;
@@ -236,7 +246,8 @@ void BookBuilder::AddToContents(const std::string& title, const std::string& out
     if (candidate.outerKind != lastOuterKind || candidate.outerNumber != lastOuterNumber) {
       lastOuterKind = candidate.outerKind;
       lastOuterNumber = candidate.outerNumber;
-      Enter(level, {outerTitle, document, anchor, heading.line + 1ULL, {}});
+      Enter(level,
+            {std::string(WithoutJoiner(outerTitle)), document, anchor, heading.line + 1ULL, {}});
     }
     ++level;
     if (label.starts_with(outerTitle))

@@ -323,7 +323,7 @@ class Texts(unittest.TestCase):
                 self.assertEqual((code, found, report("paragraphs")), (0, text, mode))
 
     def book_of(self, text, *options, name="in.txt"):
-        """The pages of its book, one after the other, and its report."""
+        """The pages of its book, one after the other, and its report; its package is kept."""
         library = self.library
         job = ctypes.c_void_p(library.kavepub_job_new())
         self.addCleanup(library.kavepub_job_free, job)
@@ -340,6 +340,7 @@ class Texts(unittest.TestCase):
         names += [f"OEBPS/page-{number}.xhtml" for number in range(1, len(archive.namelist()))]
         pages = [archive.read(name).decode() for name in names if name in archive.namelist()]
         bodies = [re.search("<body[^>]*>(.*)</body>", page, re.DOTALL)[1] for page in pages]
+        self.package = archive.read("OEBPS/package.opf").decode()
         library.kavepub_job_report.restype = ctypes.c_char_p
         facts = [(library.kavepub_job_report(job, key) or b"").decode()
                  for key in (b"title", b"authors", b"language")]
@@ -358,6 +359,18 @@ class Texts(unittest.TestCase):
         for name, text, *facts in data_rows("text_facts.txt"):
             with self.subTest(name, facts=facts):
                 self.assertEqual(self.book_of(text, name=name)[1], facts)
+
+    def test_metadata(self):
+        for name, text, part in data_rows("text_metadata.txt"):
+            with self.subTest(name):
+                self.book_of(text)
+                self.assertIn(part, self.package)
+
+    def test_chapters(self):
+        for name, text, chapters in data_rows("text_chapters.txt"):
+            with self.subTest(name):
+                found = self.book_of(text)[2]
+                self.assertEqual("|".join(f"{level} {line} {title}" for level, line, title in found), chapters)
 
     def test_chosen_chapters(self):
         text = "Opening 1\n\nText.\n\nCHAPTER I\n\nText.\n\nCHAPTER II\n\nText.\n\n§ 3\n\nText.\n"
