@@ -7,6 +7,7 @@
 #include "data_rows.h"
 #include "edition/page/page_reader.h"
 #include "edition/page/reference.h"
+#include "edition/page/style_rules.h"
 #include "small_stack.h"
 
 namespace {
@@ -39,6 +40,17 @@ TEST(HtmlPages, KeepTheLookOfTheirFirstBody) {
   EXPECT_EQ(page.bodyId, "b");
   EXPECT_EQ(page.bodyStyle, "color: red; ");
   EXPECT_EQ(page.ownText, 1U);
+}
+
+TEST(HtmlPages, KeepStylesThatReadersUnderstand) {
+  const auto nameOf = [](const char* name) {
+    return [name](std::string_view reference) {
+      return reference.starts_with("http:") ? std::string() : std::string(name);
+    };
+  };
+  for (const auto& row : DataRows("page_styles.txt", 3)) {
+    EXPECT_EQ(StyleRules().Clean(row[1], nameOf("url(x)"), nameOf("s.css")), row[2]) << row[0];
+  }
 }
 
 TEST(HtmlPages, LeadOut) {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "edition/page/css_grammar.h"
 #include "edition/page/words.h"
 
 namespace {
@@ -27,16 +28,8 @@ constexpr std::string_view kOfBoxes[] = {"width", "height", "min-width", "min-he
 constexpr std::string_view kOfTables[] = {"border-collapse", "border-spacing", "table-layout"};
 constexpr std::string_view kWidths[] = {"width", "min-width"};
 constexpr std::string_view kHeights[] = {"height", "max-height", "min-height"};
-constexpr std::string_view kOfTheReader[] = {"font-size", "line-height"};
-constexpr std::string_view kFontSizes[] = {"xx-small", "x-small",  "small",  "medium",  "large",
-                                           "x-large",  "xx-large", "larger", "smaller", "inherit"};
+constexpr std::string_view kOfTheReader[] = {"font", "font-size", "line-height"};
 constexpr std::string_view kRoots[] = {":root", "body", "html", "html body"};
-
-std::string_view Trimmed(std::string_view text) {
-  const size_t begin = text.find_first_not_of(kBlanks);
-  if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
-}
 
 // Comments are blanks, and so are the marks that hide sheets from old browsers.
 std::string WithoutComments(std::string_view css) {
@@ -100,6 +93,11 @@ size_t FindOutside(std::string_view css, size_t at, std::string_view wanted) {
 
 // Whether each bracket and quote has its end, and there is nothing that only some programs read.
 bool IsSound(std::string_view value) {
+  const size_t mark = value.rfind('!');
+  if (mark != std::string_view::npos && Lowered(Trimmed(value.substr(mark + 1))) == "important") {
+    value = value.substr(0, mark);
+  }
+  if (Trimmed(value).empty()) return false;
   char quote = '\0';
   std::string closing;
   for (size_t at = 0; at < value.size(); ++at) {
@@ -115,48 +113,26 @@ bool IsSound(std::string_view value) {
       }
     } else if (c == '"' || c == '\'') {
       quote = c;
+    } else if (c == '(' && at >= 3 && Lowered(value.substr(at - 3, 3)) == "url") {
+      at = FindOutside(value, at + 1, ")");  // the book has another reference in its place
+      if (at == value.size()) return false;
     } else if (c == '(' || c == '[') {
       closing += c == '(' ? ')' : ']';
     } else if (c == ')' || c == ']') {
       if (closing.empty() || closing.back() != c) return false;
       closing.pop_back();
-    } else if (std::string_view("\\{}<>;@`|^&$?").find(c) != std::string_view::npos) {
+    } else if (std::string_view("\\{}<>;@`|^&$?~!=").find(c) != std::string_view::npos) {
       return false;
     }
   }
   return quote == '\0' && closing.empty();
 }
 
-bool IsSelector(std::string_view selector) {
-  constexpr std::string_view kForeign = "\\{}<;@`&?!/%";
-  char quote = '\0';
-  size_t depth = 0;
-  for (const char c : selector) {
-    if (quote != '\0') {
-      if (c == quote) quote = '\0';
-      if (c == '\\' || c == '\n') return false;
-    } else if (c == '"' || c == '\'') {
-      quote = c;
-    } else if (c == '(' || c == '[') {
-      ++depth;
-    } else if (c == ')' || c == ']') {
-      if (depth-- == 0) return false;
-    } else if (kForeign.find(c) != std::string_view::npos) {
-      return false;
-    }
-  }
-  const std::string_view trimmed = Trimmed(selector);
-  const std::string_view ends = ">+~,";
-  return quote == '\0' && depth == 0 && !trimmed.empty() &&
-         ends.find(trimmed.front()) == std::string_view::npos &&
-         ends.find(trimmed.back()) == std::string_view::npos;
-}
-
 bool IsPropertyName(std::string_view name) {
-  return !name.empty() &&
-         name.find_first_not_of("abcdefghijklmnopqrstuvwxyz-0123456789") ==
-             std::string_view::npos &&
-         name.find_first_not_of('-') != std::string_view::npos;
+  constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz";
+  const size_t first = name.starts_with('-') ? 1 : 0;
+  return first < name.size() && kLetters.find(name[first]) != std::string_view::npos &&
+         name.find_first_not_of("abcdefghijklmnopqrstuvwxyz-0123456789") == std::string_view::npos;
 }
 
 // The reference in "url(...)" or in quotes.
@@ -176,13 +152,6 @@ bool IsOfWindow(const std::string& name, std::string_view value) {
   }
   if (IsOneOf(kHeights, name)) return value.starts_with("100%");
   return IsOneOf(kWidths, name) && Pixels(value) > kWidestBox;
-}
-
-// A length or one of the words of CSS 2; later ones are unknown to readers.
-bool IsFontSize(std::string_view value) {
-  return std::string_view("+.0123456789").find(value.front()) != std::string_view::npos ||
-         value.find('(') != std::string_view::npos ||
-         IsOneOf(kFontSizes, value.substr(0, value.find_first_of(" !")));
 }
 
 // What all readers can show on pages, in the place of what a window shows. Nothing is behind the
@@ -235,6 +204,7 @@ bool IsDropped(const std::string& name, const std::string& value, Subject subjec
   if (subject.isTable && name == "display" && value.starts_with("block")) return true;
   if (subject.isRoot && IsOneOf(kOfTheReader, name)) return true;
   if (name == "font-size" && !IsFontSize(value)) return true;
+  if (name == "font" && !IsFont(value)) return true;
   if (name == "position") return value.starts_with("fixed") || value.starts_with("sticky");
   return value.find("expression") != std::string::npos ||
          value.find("javascript:") != std::string::npos;
@@ -261,7 +231,7 @@ bool ShowsOnScreens(std::string_view media) {
   for (const char* other : {"not ", "prefers-", "hover", "pointer", "<", ">", "min-width"}) {
     if (lowered.find(other) != std::string::npos) return false;
   }
-  return IsSound(media);
+  return AreMediaQueries(media);
 }
 
 }  // namespace
@@ -342,10 +312,23 @@ class StyleRules::Reader {
     }
   }
 
-  void Rule(std::string_view selector, std::string_view inner, std::string& out) {
-    const std::string declarations = Declarations(inner, SubjectOf(selector, inner));
-    if (declarations.empty() || !IsSelector(selector)) return;
-    out.append(selector).append(" { ").append(declarations).append("}\n");
+  // Of alternatives, those that readers know.
+  static std::string KnownOf(std::string_view selectors) {
+    std::string known;
+    for (size_t at = 0; at <= selectors.size();) {
+      const size_t end = FindOutside(selectors, at, ",");
+      const std::string_view selector = Trimmed(selectors.substr(at, end - at));
+      if (IsSelector(selector)) known.append(known.empty() ? "" : ", ").append(selector);
+      at = end + 1;
+    }
+    return known;
+  }
+
+  void Rule(std::string_view selectors, std::string_view inner, std::string& out) {
+    const std::string declarations = Declarations(inner, SubjectOf(selectors, inner));
+    const std::string known = KnownOf(selectors);
+    if (declarations.empty() || known.empty()) return;
+    out.append(known).append(" { ").append(declarations).append("}\n");
   }
 
   void Declaration(std::string_view css, Subject subject, std::string& out) {

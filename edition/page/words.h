@@ -11,6 +11,12 @@
 inline constexpr std::string_view kBlanks = " \t\r\n\f";
 inline constexpr std::string_view kDigits = "0123456789";
 
+inline std::string_view Trimmed(std::string_view text) {
+  const size_t begin = text.find_first_not_of(kBlanks);
+  if (begin == std::string_view::npos) return {};
+  return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+}
+
 // Of those that names of elements begin with.
 inline bool IsLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');

@@ -19,6 +19,27 @@ PYTHON = Path("/usr/share/doc/python3-doc/html/c-api/index.html")
 HIDDEN = ("script", "style")
 LINK = re.compile(r'<a\b[^>]*\bhref="([^"#]+)"')
 SAMPLE = 10  # pages of each site
+PICTURE = (TESTS / "fixtures" / "mobi" / "source" / "map.png").read_bytes()
+
+# What style sheets are made of, and what they are not.
+PIECES = ["p", "b", ".c", "#i", "1", "1a", ".1", "*", "::before", ":hover", ":not(", ":is(", ":nth-child(2n+1)",
+          "(", ")", "[a]", "[a=b]", "[", "]", "=", "~=", "*=", '"', "'", ">", "+", "~", "|", ",", " ", "-", "--", "_",
+          ".", "#", "\\", "$", "^", "é", "/", "%", "10%", "1.5em", "1rem", "-1", "!important", "!", "red", "#1g",
+          "url(a.png)", "url(", "rgb(1,2,3)", "calc(1px + 2em)", "1e", "5.", "@", "&", "n", '"x"', "\n", "/*", "*/",
+          "<!--", "-->", "inherit", "normal", "bold", "{", "}", ";", ":", "?"]
+PROPERTIES = ["color", "font", "font-size", "content", "width", "background", "src", "1a", "_b", "-c", "--d", ""]
+HEAD = """<title>T</title><meta name=author content="Ann Lee"><meta name=dcterms.creator content="Bob Cole">
+<meta name=keywords content="sea, ships;, tides"><meta property=article:published_time content=2001-02-03T04:05:06Z>
+<meta name=date content=1999><meta name=dc.identifier content=urn:isbn:9780306406157>"""
+METADATA = """<dc:creator opf:role="aut">Ann Lee</dc:creator>
+<dc:creator opf:role="aut">Bob Cole</dc:creator>
+<dc:language>en</dc:language>
+<dc:identifier opf:scheme="ISBN">9780306406157</dc:identifier>
+<dc:date>2001-02-03</dc:date>
+<dc:subject>sea</dc:subject>
+<dc:subject>ships</dc:subject>
+<dc:subject>tides</dc:subject>
+"""
 
 
 class VisibleText(HTMLParser):
@@ -63,8 +84,7 @@ def reachable_pages(top):
 
 class Drawings(ToolTest):
     def test_pictures_in_drawings(self):
-        picture = (TESTS / "fixtures" / "mobi" / "source" / "map.png").read_bytes()
-        (self.dir / "map.png").write_bytes(picture)
+        (self.dir / "map.png").write_bytes(PICTURE)
         drawing = '<svg viewBox="0 0 8 6"><image width="8" height="6" xlink:href="%s"/>%s</svg>'
         (self.dir / "a.html").write_text("<title>T</title><p>a" + drawing % ("map.png", "") +
                                          drawing % ("map.png", '<circle r="2"/>') +
@@ -78,10 +98,50 @@ class Drawings(ToolTest):
         self.assertNotIn("map.png", done.stderr)
         book = Book(self.dir / "a.epub")
         shown = [book.read("OEBPS/" + image.get("src")) for image in book.page("page-1.xhtml").iter(XHTML + "img")]
-        self.assertEqual(shown[0], picture)
-        self.assertIn(b'height="6" xlink:href="data:image/png;base64,' + base64.b64encode(picture), shown[1])
+        self.assertEqual(shown[0], PICTURE)
+        self.assertIn(b'height="6" xlink:href="data:image/png;base64,' + base64.b64encode(PICTURE), shown[1])
         self.assertNotIn(b"no.png", shown[2])
         leave_for_epubcheck(book.path, set())
+
+
+class Pages(ToolTest):
+    def test_styles_of_any_kind(self):
+        """What is left of them can be read; so can what else a page says of itself."""
+        chance = random.Random(7)
+
+        def some(most):
+            return "".join(chance.choices(PIECES, k=chance.choice((0, 1, most))))
+
+        for number in range(100):
+            rules = [f"p{some(3)}{{{chance.choice(PROPERTIES)}:{some(4)}; margin: {number}px}}" for _ in range(4)]
+            (self.dir / f"{number}.css").write_text("\n".join([*rules, f"@media {some(3)} {{p{{color:red}}}}"]))
+        (self.dir / "a.png").write_bytes(PICTURE)
+        sheets = "".join(f"<link rel=stylesheet href={number}.css>" for number in range(100))
+        picture = base64.b64encode(PICTURE).decode()
+        (self.dir / "a.html").write_text(f"<html lang=en>{HEAD}{sheets}<h1>T</h1><p style='{some(9)}'>a"
+                                         f"<img src='data:image/png;base64,{picture}'>")
+        self.assertEqual(self.kavepub("convert", "-q", "a.html", "-o", "a.epub").returncode, 0)
+        book = Book(self.dir / "a.epub")
+        self.assertIn(METADATA, book.read("OEBPS/package.opf").decode())
+        [image] = book.page("page-1.xhtml").iter(XHTML + "img")
+        self.assertEqual(book.read("OEBPS/" + image.get("src")), PICTURE)
+        kept = [book.read(name) for name in book.names if name.endswith(".css")]
+        self.assertGreater(sum(sheet.count(b"px;") for sheet in kept), 100)
+        leave_for_epubcheck(book.path, set())
+
+    def test_nothing_is_lost_of_much(self):
+        """A text of one line, and pages that are more than is kept as it is."""
+        line = "".join(f"Sentence {number} tells of the sea. " for number in range(40_000))
+        (self.dir / "line.txt").write_text(line)
+        pages = ["".join(f"<p>{number}{'tides' * 50}" for number in range(first, 75_000, 25)) for first in range(25)]
+        for number, page in enumerate(pages):
+            link = f"<a href={number + 1}.html>next</a>" if number + 1 < len(pages) else ""
+            (self.dir / f"{number}.html").write_text(f"<h1>Part {number}</h1>{link}{page}")
+        for source, text in (("line.txt", line), ("0.html", "".join(pages).replace("<p>", ""))):
+            with self.subTest(source):
+                self.assertEqual(self.kavepub("convert", "-q", source, "-o", "a.epub", "-f").returncode, 0)
+                shown = Book(self.dir / "a.epub").text_of_pages()
+                self.assertTrue("".join(shown.split()) == "".join(text.split()), shown[:200])
 
 
 class Sites(ToolTest):

@@ -1,0 +1,18 @@
+// What of CSS every reader can parse: one selector that a program does not know takes the whole
+// rule with it, and what checks books calls it an error.
+#ifndef KAVEPUB_PAGE_CSS_GRAMMAR_H
+#define KAVEPUB_PAGE_CSS_GRAMMAR_H
+
+#include <string_view>
+
+// One of Selectors Level 3, without escapes and namespaces.
+bool IsSelector(std::string_view css);
+
+// Those of Media Queries Level 3, or none.
+bool AreMediaQueries(std::string_view css);
+
+// In lower case, with or without "!important". Of later units, font has fewer than font-size.
+bool IsFontSize(std::string_view value);
+bool IsFont(std::string_view value);
+
+#endif
