@@ -31,12 +31,15 @@ inline const xmlChar* Xml(const std::string& text) {
 }
 
 // libxml2 alone would let names pass that end in bytes which are not UTF-8, or that its parser, for
-// which a name begins behind a second colon, too, cannot read.
+// which a name begins behind a prefix and another one, too ("a:b:1"), cannot read.
 inline bool IsXmlName(const xmlChar* name) {
   if (name == nullptr || xmlCheckUTF8(name) == 0 || xmlValidateNameValue(name) == 0) return false;
-  const xmlChar* colon = xmlStrchr(name, ':');
-  if (colon != nullptr) colon = xmlStrchr(colon + 1, ':');
-  return colon == nullptr || colon[1] == '\0' || xmlValidateNameValue(colon + 1) != 0;
+  const xmlChar* first = xmlStrchr(name, ':');
+  const xmlChar* second = first == nullptr ? nullptr : xmlStrchr(first + 1, ':');
+  if (second == nullptr || second[1] == '\0') return true;
+  const bool hasPrefixes =
+      first != name && second != first + 1 && xmlValidateNameValue(first + 1) != 0;
+  return !hasPrefixes || xmlValidateNameValue(second + 1) != 0;
 }
 
 // libxml2 must be set up once before threads use it.
