@@ -14,8 +14,10 @@ constexpr std::string_view kOfFeatures =
 
 constexpr std::string_view kFontWords[] = {"xx-small", "x-small",  "small",  "medium", "large",
                                            "x-large",  "xx-large", "larger", "smaller"};
-constexpr std::string_view kFontUnits[] = {"%",  "ch", "cm",  "em", "ex",   "in",   "mm", "pc",
-                                           "pt", "px", "rem", "vh", "vmax", "vmin", "vw"};
+constexpr std::string_view kFontUnits[] = {"%",  "ch", "cm", "em", "ex", "in",
+                                           "mm", "pc", "pt", "px", "rem"};
+constexpr std::string_view kWholeFonts[] = {"inherit",     "caption",       "icon",      "menu",
+                                            "message-box", "small-caption", "status-bar"};
 constexpr std::string_view kBeforeFontSizes[] = {
     "normal", "italic", "oblique", "small-caps", "bold", "bolder", "lighter", "100",
     "200",    "300",    "400",     "500",        "600",  "700",    "800",     "900"};
@@ -40,6 +42,17 @@ class Scanner {
   bool TakeAll(std::string_view of) { return Advance(rest.find_first_not_of(of)); }
 
   bool TakeBlanks() { return TakeAll(kBlanks); }
+
+  // Up to one of some characters outside brackets, or all.
+  std::string_view TakeWord(std::string_view ends) {
+    const std::string_view before = rest;
+    for (size_t depth = 0; !rest.empty() && (depth > 0 || ends.find(rest.front()) == ends.npos);) {
+      if (rest.front() == '(') ++depth;
+      if (rest.front() == ')' && depth > 0) --depth;
+      rest.remove_prefix(1);
+    }
+    return before.substr(0, before.size() - rest.size());
+  }
 
   // Up to one of some characters, or all.
   std::string_view TakeUntil(std::string_view ends) {
@@ -80,15 +93,14 @@ class Scanner {
     if (TakeName()) {
       const bool isModified = name == "only" || name == "not";
       if (isModified && !(TakeBlanks() && TakeName())) return false;
+      if (name == "and" || name == "or") return false;
     } else if (!TakeFeature()) {
       return false;
     }
     for (;;) {
       TakeBlanks();
       if (rest.empty() || rest.front() == ',') return true;
-      if (!TakeName() || name != "and") return false;
-      TakeBlanks();
-      if (!TakeFeature()) return false;
+      if (!TakeName() || name != "and" || !TakeBlanks() || !TakeFeature()) return false;
     }
   }
 
@@ -140,13 +152,15 @@ class Scanner {
   }
 
   bool TakePseudo(bool isNegated) {
-    Take(":");
-    if (!TakeName()) return false;
-    if (!Take("(")) return true;
+    const bool isElement = Take(":");
+    if (!TakeName() || (isElement && isNegated)) return false;
+    const bool isSteps = name.starts_with("nth-");
+    if (!isSteps && name != "not" && name != "lang") return rest.empty() || rest.front() != '(';
+    if (isElement || !Take("(")) return false;
     TakeBlanks();
-    const bool isKnown = name == "not"              ? !isNegated && TakeNegated()
-                         : name.starts_with("nth-") ? TakeSteps()
-                                                    : TakeString() || TakeName();
+    const bool isKnown = isSteps         ? TakeSteps()
+                         : name == "not" ? !isNegated && TakeNegated()
+                                         : TakeString() || TakeName();
     TakeBlanks();
     return isKnown && Take(")");
   }
@@ -176,7 +190,10 @@ class Scanner {
     TakeBlanks();
     if (!TakeName()) return false;
     TakeBlanks();
-    if (Take(":") && !TakeAll(kOfFeatures)) return false;
+    if (Take(":")) {
+      TakeBlanks();
+      if (!TakeAll(kOfFeatures)) return false;
+    }
     return Take(")");
   }
 
@@ -191,10 +208,41 @@ std::string_view WithoutImportance(std::string_view value) {
 bool IsLengthOrWord(std::string_view size) {
   if (IsOneOf(kFontWords, size) || size == "0") return true;
   Scanner scanner(size);
-  scanner.Take("+-");
+  scanner.Take("+");
   const bool isWhole = scanner.TakeAll(kDigits);
   const bool isNumber = scanner.Take(".") ? scanner.TakeAll(kDigits) : isWhole;
   return isNumber && IsOneOf(kFontUnits, scanner.Rest());
+}
+
+// "italic bold 1em/1.2 serif"
+struct FontParts {
+  std::string_view style;
+  std::string_view variant;
+  std::string_view weight;
+  std::string_view size;
+  std::string_view family;
+};
+
+FontParts PartsOf(std::string_view font) {
+  constexpr std::string_view kEnds = " \t\r\n\f/";
+  FontParts parts;
+  Scanner words(font);
+  for (;;) {
+    words.TakeBlanks();
+    parts.size = words.TakeWord(kEnds);
+    const std::string word = Lowered(parts.size);
+    if (!IsOneOf(kBeforeFontSizes, word)) break;
+    if (word == "normal") continue;
+    const bool isStyle = word == "italic" || word == "oblique";
+    (isStyle ? parts.style : word == "small-caps" ? parts.variant : parts.weight) = parts.size;
+  }
+  words.TakeBlanks();
+  if (words.Take("/")) {
+    words.TakeBlanks();
+    if (words.TakeWord(kEnds).empty()) return parts;
+  }
+  parts.family = Trimmed(words.Rest());
+  return parts;
 }
 
 }  // namespace
@@ -213,20 +261,31 @@ bool AreMediaQueries(std::string_view css) {
 
 bool IsFontSize(std::string_view value) {
   const std::string_view size = WithoutImportance(value);
-  const bool isComputed = Scanner(size).TakeName() && size.ends_with(')');
+  Scanner scanner(size);
+  const bool isComputed = scanner.TakeName() && scanner.Rest().starts_with('(') &&
+                          Scanner(size).TakeWord(kBlanks) == size;
   return size == "inherit" || isComputed || IsLengthOrWord(size);
 }
 
 bool IsFont(std::string_view value) {
-  const std::string_view font = WithoutImportance(value);
-  Scanner word(font);
-  if (word.TakeName() && word.Rest().empty()) return true;  // "inherit", "caption"
-  Scanner words(font);
-  std::string_view size;
-  do {
-    words.TakeBlanks();
-    size = words.TakeUntil(" \t\r\n\f/");
-  } while (IsOneOf(kBeforeFontSizes, size));
-  if (size.empty()) return words.Rest().empty();
-  return IsLengthOrWord(size) && !size.ends_with("rem");
+  const std::string font = Lowered(WithoutImportance(value));
+  const FontParts parts = PartsOf(font);
+  return IsOneOf(kWholeFonts, font) ||
+         (IsLengthOrWord(parts.size) && !parts.size.ends_with("rem") && !parts.family.empty());
+}
+
+std::string FontWithoutSize(std::string_view value) {
+  const FontParts parts = PartsOf(WithoutImportance(value));
+  const bool hasSize = parts.size.find_first_of("(0123456789") != std::string_view::npos ||
+                       IsLengthOrWord(Lowered(parts.size));
+  if (!hasSize || parts.family.empty()) return {};
+  std::string declarations;
+  const auto add = [&declarations](std::string_view property, std::string_view part) {
+    if (!part.empty()) declarations.append(property).append(": ").append(part).append("; ");
+  };
+  add("font-style", parts.style);
+  add("font-variant", parts.variant);
+  add("font-weight", parts.weight);
+  add("font-family", parts.family);
+  return declarations;
 }

@@ -3,6 +3,7 @@
 #ifndef KAVEPUB_PAGE_CSS_GRAMMAR_H
 #define KAVEPUB_PAGE_CSS_GRAMMAR_H
 
+#include <string>
 #include <string_view>
 
 // One of Selectors Level 3, without escapes and namespaces.
@@ -11,8 +12,11 @@ bool IsSelector(std::string_view css);
 // Those of Media Queries Level 3, or none.
 bool AreMediaQueries(std::string_view css);
 
-// In lower case, with or without "!important". Of later units, font has fewer than font-size.
+// With or without "!important", the first in lower case. font has fewer units than font-size.
 bool IsFontSize(std::string_view value);
 bool IsFont(std::string_view value);
+
+// The declarations that are left of one of font when its size and the height of its lines go.
+std::string FontWithoutSize(std::string_view value);
 
 #endif

@@ -28,7 +28,7 @@ constexpr std::string_view kOfBoxes[] = {"width", "height", "min-width", "min-he
 constexpr std::string_view kOfTables[] = {"border-collapse", "border-spacing", "table-layout"};
 constexpr std::string_view kWidths[] = {"width", "min-width"};
 constexpr std::string_view kHeights[] = {"height", "max-height", "min-height"};
-constexpr std::string_view kOfTheReader[] = {"font", "font-size", "line-height"};
+constexpr std::string_view kOfTheReader[] = {"font-size", "line-height"};
 constexpr std::string_view kRoots[] = {":root", "body", "html", "html body"};
 
 // Comments are blanks, and so are the marks that hide sheets from old browsers.
@@ -204,7 +204,6 @@ bool IsDropped(const std::string& name, const std::string& value, Subject subjec
   if (subject.isTable && name == "display" && value.starts_with("block")) return true;
   if (subject.isRoot && IsOneOf(kOfTheReader, name)) return true;
   if (name == "font-size" && !IsFontSize(value)) return true;
-  if (name == "font" && !IsFont(value)) return true;
   if (name == "position") return value.starts_with("fixed") || value.starts_with("sticky");
   return value.find("expression") != std::string::npos ||
          value.find("javascript:") != std::string::npos;
@@ -292,7 +291,11 @@ class StyleRules::Reader {
     if (end == std::string_view::npos) return;
     const size_t begin = isUrl ? 4 : 0;
     const std::string_view named = prelude.substr(begin, end - begin + (isUrl ? 0 : 1));
-    const std::string_view media = Trimmed(prelude.substr(end + 1));
+    std::string_view media = Trimmed(prelude.substr(end + 1));
+    for (const char* later : {"layer", "supports"}) {
+      if (Lowered(media).starts_with(later))
+        media = Trimmed(media.substr(FindOutside(media, 0, " ")));
+    }
     if (!ShowsOnScreens(media)) return;
     const std::string sheet = (*import)(Unquoted(named));
     if (!sheet.empty()) out.append("@import url(\"").append(sheet).append("\");\n");
@@ -342,6 +345,10 @@ class StyleRules::Reader {
     }
     if (!IsPropertyName(name) || value.empty() || !Resolve(value)) return;
     if (!IsSound(value) || IsDropped(name, Lowered(value), subject)) return;
+    if (name == "font" && (subject.isRoot || !IsFont(value))) {
+      out.append(FontWithoutSize(value));
+      return;
+    }
     if (!References(name, value)) return;
     FitForPages(name, subject.isSized, value);
     out.append(IsColourOnly(name, value) ? "background-color" : name).append(": ");
