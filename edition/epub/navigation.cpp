@@ -89,7 +89,8 @@ class ContentsWriter {
     page += kListBegin;
     ++depth;
     for (const ContentsEntry& entry : entries) {
-      if (page.size() > room) TurnPage();
+      const bool isFirst = &entry == &entries.front();  // a list may not be empty
+      if (page.size() > room && !isFirst) TurnPage();
       page += "<li><a href=\"";
       AppendEscaped(LinkTo(entry, links), page);
       page += "\">";

@@ -143,6 +143,18 @@ class Pages(ToolTest):
                 shown = Book(self.dir / "a.epub").text_of_pages()
                 self.assertTrue("".join(shown.split()) == "".join(text.split()), shown[:200])
 
+    def test_contents_of_many_pages(self):
+        (self.dir / "a.html").write_text("".join(
+            f"<h{level}>Part {number}{' of the sea' * 9}</h{level}><p>a"
+            for number in range(2000) for level in (1, 2, 3, 4)))
+        self.assertEqual(self.kavepub("convert", "-q", "a.html", "-o", "a.epub").returncode, 0)
+        book = Book(self.dir / "a.epub")
+        contents = [book.page(name) for name in book.spine if name.startswith("contents")]
+        self.assertGreater(len(contents), 4)
+        self.assertEqual([], [page for page in contents for ol in page.iter(XHTML + "ol") if len(ol) == 0])
+        self.assertEqual(6000, sum(1 for page in contents for _ in page.iter(XHTML + "a")))
+        leave_for_epubcheck(book.path, set())
+
 
 class Sites(ToolTest):
     def check(self, top, title, messages):
