@@ -198,7 +198,12 @@ class Reader {
       AddArea(node, rule);
       return Skip(node);
     }
-    if (rule.fate == ElementRule::Fate::kDropped || IsPermalink(node)) return Skip(node);
+    if (rule.fate == ElementRule::Fate::kDropped) return Skip(node);
+    if (IsPermalink(node)) {
+      const std::string id = IdOf(node, name);
+      if (Take(id)) writer.Inline("<span id=\"" + id + "\"></span>");
+      return Skip(node);
+    }
     Begun begun;
     if (rule.fate == ElementRule::Fate::kKept) BeginElement(node, name, rule, weight, begun);
     if (space == GUMBO_NAMESPACE_MATHML) {
@@ -231,8 +236,7 @@ class Reader {
     if (node.v.element.tag != GUMBO_TAG_A || !AttributeOf(node, "href").starts_with('#'))
       return false;
     const bool isBesideTerm = IsElement(*node.parent) && node.parent->v.element.tag == GUMBO_TAG_DT;
-    if ((!heading && !isBesideTerm) || !IdOf(node, "a").empty()) return false;
-    return IsOneOf(kPermalinkMarks, TextOf(node));
+    return (heading || isBesideTerm) && IsOneOf(kPermalinkMarks, TextOf(node));
   }
 
   static bool HoldsPicture(const GumboNode& node) {
