@@ -54,13 +54,6 @@ class Scanner {
     return before.substr(0, before.size() - rest.size());
   }
 
-  // Up to one of some characters, or all.
-  std::string_view TakeUntil(std::string_view ends) {
-    const std::string_view before = rest;
-    Advance(rest.find_first_of(ends));
-    return before.substr(0, before.size() - rest.size());
-  }
-
   bool TakeName() {
     const size_t begin = rest.starts_with('-') ? 1 : 0;
     if (begin == rest.size() || !BeginsName(rest[begin])) return false;
@@ -169,7 +162,7 @@ class Scanner {
 
   // "2n + 1"
   bool TakeSteps() {
-    Scanner steps(TakeUntil(")"));
+    Scanner steps(TakeWord(")"));
     const std::string word = Lowered(Trimmed(steps.rest));
     if (word == "even" || word == "odd") return true;
     steps.Take("+-");
