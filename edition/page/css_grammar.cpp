@@ -23,8 +23,7 @@ constexpr std::string_view kBeforeFontSizes[] = {
     "200",    "300",    "400",     "500",        "600",  "700",    "800",     "900"};
 
 bool BeginsName(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
-         static_cast<std::uint8_t>(c) >= 0x80;
+  return IsLetter(c) || c == '_' || static_cast<std::uint8_t>(c) >= 0x80;
 }
 
 class Scanner {

@@ -12,7 +12,8 @@ bool IsSelector(std::string_view css);
 // Those of Media Queries Level 3, or none.
 bool AreMediaQueries(std::string_view css);
 
-// With or without "!important", the first in lower case. font has fewer units than font-size.
+// A value of font-size in lower case, and one of font, which has fewer units. "!important" may be
+// at the end.
 bool IsFontSize(std::string_view value);
 bool IsFont(std::string_view value);
 
